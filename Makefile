@@ -1,0 +1,49 @@
+# Convenience targets over CMake. `make demo` and `make check` work from a
+# clean clone on a fresh Debian machine.
+BUILD ?= build
+SAN_BUILD ?= build-sanitize
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: all deps build demo check check-sanitize golden-update bench format clean
+
+all: build
+
+deps:
+	@bash tools/install-deps.sh
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+# Runs the bundled example and shows the end of its report.
+demo: build
+	cd examples/demo && ../../$(BUILD)/velquorin --seed 1 demo.in </dev/null
+	@echo "--- report: examples/demo/demo.out (first 60 lines) ---"
+	@head -n 60 examples/demo/demo.out
+
+check: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+check-sanitize: deps
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DVELQUORIN_SANITIZE=ON
+	cmake --build $(SAN_BUILD) -j $(JOBS)
+	cd $(SAN_BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# Rewrites the expected outputs of every golden case from the current build.
+golden-update: build
+	@for d in tests/golden/*/; do \
+	  VELQUORIN_UPDATE_GOLDEN=1 bash tests/golden/run_case.sh \
+	    $(CURDIR)/$(BUILD)/velquorin $$d $(BUILD)/golden_work/$$(basename $$d); \
+	done
+	@git status --short tests/golden
+
+bench: build
+	@for b in $(BUILD)/*_bench; do [ -x $$b ] && $$b; done
+
+format:
+	find src tests bench tools -name '*.h' -o -name '*.cc' | xargs clang-format -i
+
+clean:
+	rm -rf $(BUILD) $(SAN_BUILD)

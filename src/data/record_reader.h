@@ -1,0 +1,140 @@
+// The reading layer: record sources, record formats, list reads and column
+// reads. Every text input of the program goes through it: the command file,
+// raw data, given matrices, the guessing vector, item texts and labels.
+//
+// A read that fails and that the caller has not taken on itself is a severe
+// error: the run ends at once with "severe (N): <message>, unit U, file F"
+// (see frame/console.h). The `Try...` variants return the error number
+// instead (0 on success), like an IOSTAT= specifier, for the few places that
+// handle a fault themselves.
+//
+// Error numbers: 24 end-of-file during read, 29 file not found,
+// 59 list-directed I/O syntax error, 60 infinite format loop,
+// 61 format/variable-type mismatch, 62 syntax error in format,
+// 64 input conversion error.
+#ifndef VELQUORIN_DATA_RECORD_READER_H_
+#define VELQUORIN_DATA_RECORD_READER_H_
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vq {
+
+constexpr int kSevereEndOfFile = 24;
+constexpr int kSevereFileNotFound = 29;
+constexpr int kSevereListSyntax = 59;
+constexpr int kSevereInfiniteLoop = 60;
+constexpr int kSevereTypeMismatch = 61;
+constexpr int kSevereFormatSyntax = 62;
+constexpr int kSevereConversion = 64;
+
+// An open text file with a current record. A record is a line; it ends at a
+// line feed, with a carriage return before it taken away; a last line
+// without a line end is a record too. Records have no length limit.
+class RecordSource {
+ public:
+  RecordSource();
+  ~RecordSource();
+  RecordSource(RecordSource&&) noexcept;
+  RecordSource& operator=(RecordSource&&) noexcept;
+
+  // Opens an existing file (status "old") on stream `unit`. Returns false,
+  // with nothing open, when the file does not exist or cannot be read.
+  bool OpenOld(int unit, const std::string& path);
+  // Opens a file for reading and writing (status "unknown"): a file that does
+  // not exist is created empty. Returns false when the open itself fails.
+  bool OpenUnknown(int unit, const std::string& path);
+  // A source over `text` (tests, and the pattern of other sources).
+  void OpenText(int unit, const std::string& name, std::string text);
+  void Close();
+  bool is_open() const;
+
+  int unit() const;
+  // The name as opened (shown in severe error lines).
+  const std::string& name() const;
+  // The file's full (absolute) name as the system reports it.
+  std::string FullName() const;
+
+  // Takes the next record; false at the end of the file.
+  bool NextRecord(std::string& record);
+  // Makes the record just read the next one to be read.
+  void StepBack();
+  // Goes back to the first record.
+  void Rewind();
+
+  // Ends the run with severe error `number` on this source:
+  // "severe (N): <text>, unit U, file F".
+  [[noreturn]] void Fail(int number) const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+// The text of severe error `number` without the unit and file part, e.g.
+// "end-of-file during read".
+std::string SevereErrorText(int number);
+
+// --- Record formats --------------------------------------------------------
+
+// A compiled record format (the list of operations of a format text).
+struct CompiledFormat;
+
+struct FormatDeleter {
+  void operator()(CompiledFormat* format) const;
+};
+using CompiledFormatPtr = std::unique_ptr<CompiledFormat, FormatDeleter>;
+
+// Compiles a format text such as "(F4.0,8F1.0)". On a syntax error returns
+// null and sets `error_rest` to the rest of the text from the first wrong
+// character (for the line "format syntax error at or near ...").
+CompiledFormatPtr CompileFormat(std::string_view text, std::string* error_rest);
+
+// One read statement by a record format: fills `items` in order, taking at
+// least one record from `source`. Compiles `format_text` anew; a format that
+// does not compile prints "format syntax error at or near <rest>" and ends
+// the run with severe error 62. End of file gives 24, a field that isn't a
+// number 64, a field that cannot go with a double item 61, a format without
+// data fields 60.
+void ReadRecord(RecordSource& source, std::string_view format_text, std::span<double> items);
+void ReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items);
+int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items);
+
+// --- List reads and column reads ----------------------------------------------
+
+// One item of a list read or column read.
+struct ListItem {
+  enum class Kind { kText, kInteger, kReal };
+  Kind kind;
+  std::string* text = nullptr;  // kText: receives exactly `width` characters
+  int width = 0;
+  int* integer = nullptr;       // kInteger
+  double* real = nullptr;       // kReal
+};
+inline ListItem TextItem(std::string& target, int width) {
+  return ListItem{ListItem::Kind::kText, &target, width, nullptr, nullptr};
+}
+inline ListItem IntegerItem(int& target) {
+  return ListItem{ListItem::Kind::kInteger, nullptr, 0, &target, nullptr};
+}
+inline ListItem RealItem(double& target) {
+  return ListItem{ListItem::Kind::kReal, nullptr, 0, nullptr, &target};
+}
+
+// A list read (free-form input): fills the items from the next records by
+// the list rules; items not reached before a slash keep their values.
+void ReadList(RecordSource& source, std::span<const ListItem> items);
+int TryReadList(RecordSource& source, std::span<const ListItem> items);
+
+// A column read: text items of the given widths cut from one record, in
+// order from column 1; a short record is padded with blanks. End of file is
+// severe error 24.
+void ReadColumns(RecordSource& source, std::span<const ListItem> items);
+int TryReadColumns(RecordSource& source, std::span<const ListItem> items);
+
+}  // namespace vq
+
+#endif  // VELQUORIN_DATA_RECORD_READER_H_

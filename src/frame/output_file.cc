@@ -1,0 +1,80 @@
+#include "frame/output_file.h"
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "frame/console.h"
+
+namespace vq {
+
+OutputFile::~OutputFile() { Close(); }
+
+OutputFile::OutputFile(OutputFile&& other) noexcept { *this = std::move(other); }
+
+OutputFile& OutputFile::operator=(OutputFile&& other) noexcept {
+  if (this != &other) {
+    Close();
+    unit_ = other.unit_;
+    path_ = std::move(other.path_);
+    file_ = other.file_;
+    in_memory_ = other.in_memory_;
+    open_ = other.open_;
+    memory_ = std::move(other.memory_);
+    other.file_ = nullptr;
+    other.open_ = false;
+  }
+  return *this;
+}
+
+void OutputFile::Open(int unit, const std::string& path) {
+  Close();
+  unit_ = unit;
+  path_ = path;
+  in_memory_ = false;
+  memory_.clear();
+  file_ = std::fopen(path.c_str(), "w");
+  if (file_ == nullptr) {
+    const std::string where = ", unit " + std::to_string(unit) + ", file " + path;
+    if (errno == EACCES || errno == EPERM || errno == EROFS) {
+      SevereError(9, "permission to access file denied" + where);
+    }
+    SevereError(30, "open failure" + where);
+  }
+  open_ = true;
+}
+
+void OutputFile::OpenInMemory(int unit) {
+  Close();
+  unit_ = unit;
+  path_.clear();
+  in_memory_ = true;
+  memory_.clear();
+  open_ = true;
+}
+
+void OutputFile::Write(std::string_view record) {
+  if (!open_) return;
+  if (in_memory_) {
+    memory_.append(record);
+    memory_.push_back('\n');
+    return;
+  }
+  std::fwrite(record.data(), 1, record.size(), file_);
+  std::fputc('\n', file_);
+}
+
+void OutputFile::EmptyLines(int count) {
+  for (int i = 0; i < count; ++i) Write("");
+}
+
+void OutputFile::Close() {
+  if (!open_) return;
+  open_ = false;
+  if (file_ != nullptr) {
+    std::fclose(file_);
+    file_ = nullptr;
+  }
+}
+
+}  // namespace vq

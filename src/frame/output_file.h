@@ -1,0 +1,58 @@
+// A text file the run writes: the report (stream 11) and the saved result
+// files. Records are written in order, each ended by a line feed, exactly as
+// given: trailing blanks are kept (writers that drop them do so themselves).
+//
+// A file is opened with status "unknown": created if absent, written from its
+// start over any earlier content. An open that fails is a severe error of the
+// reading layer with the stream's number and the file's name, which ends the
+// run. Tests open a file in memory and read its text back.
+#ifndef VELQUORIN_FRAME_OUTPUT_FILE_H_
+#define VELQUORIN_FRAME_OUTPUT_FILE_H_
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace vq {
+
+class OutputFile {
+ public:
+  OutputFile() = default;
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  OutputFile(OutputFile&& other) noexcept;
+  OutputFile& operator=(OutputFile&& other) noexcept;
+
+  // Opens `path` for writing on stream `unit`; ends the run with severe
+  // error 9 (permission to access file denied) or 30 (open failure).
+  void Open(int unit, const std::string& path);
+  // Opens a file held in memory (tests); `Text()` returns what was written.
+  void OpenInMemory(int unit);
+
+  // Writes one record and a line feed.
+  void Write(std::string_view record);
+  // Writes `count` empty records.
+  void EmptyLines(int count);
+
+  // Flushes and closes. Closing a closed file does nothing.
+  void Close();
+
+  bool is_open() const { return open_; }
+  int unit() const { return unit_; }
+  const std::string& path() const { return path_; }
+  // Everything written so far, for a file in memory.
+  const std::string& Text() const { return memory_; }
+
+ private:
+  int unit_ = 0;
+  std::string path_;
+  std::FILE* file_ = nullptr;
+  bool in_memory_ = false;
+  bool open_ = false;
+  std::string memory_;
+};
+
+}  // namespace vq
+
+#endif  // VELQUORIN_FRAME_OUTPUT_FILE_H_

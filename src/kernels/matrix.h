@@ -1,0 +1,52 @@
+// A dense matrix of doubles stored by columns, the one matrix type of the
+// program. Element (i, j) is at values[i + j * rows], with 0-based indices;
+// `Column(j)` gives the start of column j for routines that take a leading
+// dimension (LAPACK and the program's own kernels).
+#ifndef VELQUORIN_KERNELS_MATRIX_H_
+#define VELQUORIN_KERNELS_MATRIX_H_
+
+#include <cassert>
+#include <vector>
+
+namespace vq {
+
+struct Matrix {
+  int rows = 0;
+  int cols = 0;
+  std::vector<double> values;
+
+  Matrix() = default;
+  Matrix(int row_count, int col_count, double fill = 0.0)
+      : rows(row_count),
+        cols(col_count),
+        values(static_cast<std::size_t>(row_count) * col_count, fill) {}
+
+  double& operator()(int i, int j) {
+    assert(i >= 0 && i < rows && j >= 0 && j < cols);
+    return values[static_cast<std::size_t>(i) + static_cast<std::size_t>(j) * rows];
+  }
+  double operator()(int i, int j) const {
+    assert(i >= 0 && i < rows && j >= 0 && j < cols);
+    return values[static_cast<std::size_t>(i) + static_cast<std::size_t>(j) * rows];
+  }
+
+  double* Column(int j) { return values.data() + static_cast<std::size_t>(j) * rows; }
+  const double* Column(int j) const {
+    return values.data() + static_cast<std::size_t>(j) * rows;
+  }
+  double* data() { return values.data(); }
+  const double* data() const { return values.data(); }
+
+  bool empty() const { return values.empty(); }
+  void Fill(double value) { values.assign(values.size(), value); }
+  // Reshapes to rows x cols and sets every element to `fill`.
+  void Reset(int row_count, int col_count, double fill = 0.0) {
+    rows = row_count;
+    cols = col_count;
+    values.assign(static_cast<std::size_t>(row_count) * col_count, fill);
+  }
+};
+
+}  // namespace vq
+
+#endif  // VELQUORIN_KERNELS_MATRIX_H_

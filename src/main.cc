@@ -1,0 +1,3 @@
+#include "run/program.h"
+
+int main(int argc, char** argv) { return vq::VelquorinMain(argc, argv); }

@@ -1,0 +1,169 @@
+#include "report/edit_descriptors.h"
+
+#include <cmath>
+#include <cstdio>
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace vq {
+namespace {
+
+// Extra digits printed beyond the rounding position. glibc prints the exact
+// binary value digit for digit; 80 more digits than needed separate an exact
+// half from any neighbouring double for every magnitude the program prints.
+constexpr int kGuardDigits = 80;
+
+// Rounds the decimal digit string `digits` (no point) to its first `keep`
+// digits, halves away from zero. Returns true if the carry ran out of the
+// front (all nines), in which case `digits` becomes "1" followed by zeros.
+bool RoundDigits(std::string& digits, int keep) {
+  bool up = keep < static_cast<int>(digits.size()) && digits[keep] >= '5';
+  digits.resize(keep);
+  if (!up) return false;
+  for (int i = keep - 1; i >= 0; --i) {
+    if (digits[i] == '9') {
+      digits[i] = '0';
+    } else {
+      ++digits[i];
+      return false;
+    }
+  }
+  digits.insert(digits.begin(), '1');
+  return true;
+}
+
+std::string Asterisks(int w) { return std::string(w > 0 ? w : 0, '*'); }
+
+std::string RightAligned(const std::string& text, int w) {
+  if (static_cast<int>(text.size()) > w) return Asterisks(w);
+  return std::string(w - text.size(), ' ') + text;
+}
+
+std::string NonFinite(double value, int w) {
+  if (std::isnan(value)) return RightAligned("NaN", w);
+  std::string sign = value < 0 ? "-" : "";
+  std::string longer = sign + "Infinity";
+  if (static_cast<int>(longer.size()) <= w) return RightAligned(longer, w);
+  return RightAligned(sign + "Inf", w);
+}
+
+}  // namespace
+
+std::string FormatF(double value, int w, int d) {
+  if (w <= 0) return std::string();
+  if (!std::isfinite(value)) return NonFinite(value, w);
+  if (d < 0) d = 0;
+  const double magnitude = std::fabs(value);
+  const int precision = d + kGuardDigits;
+  int needed = std::snprintf(nullptr, 0, "%.*f", precision, magnitude);
+  std::vector<char> buffer(needed + 1);
+  std::snprintf(buffer.data(), buffer.size(), "%.*f", precision, magnitude);
+  std::string text(buffer.data());
+  const std::size_t point = text.find('.');
+  std::string whole = text.substr(0, point);
+  std::string digits = whole + text.substr(point + 1);
+  int whole_count = static_cast<int>(whole.size());
+  if (RoundDigits(digits, whole_count + d)) ++whole_count;
+  whole = digits.substr(0, whole_count);
+  std::string fraction = digits.substr(whole_count);
+  // Drop leading zeros of the whole part, keep one "0".
+  std::size_t first = whole.find_first_not_of('0');
+  whole = first == std::string::npos ? "0" : whole.substr(first);
+  const bool is_zero = digits.find_first_not_of('0') == std::string::npos;
+  std::string sign = (value < 0 && !is_zero) ? "-" : "";
+  std::string full = sign + whole + "." + fraction;
+  if (static_cast<int>(full.size()) <= w) return RightAligned(full, w);
+  if (whole == "0") {
+    std::string shorter = sign + "." + fraction;
+    if (static_cast<int>(shorter.size()) <= w) return RightAligned(shorter, w);
+  }
+  return Asterisks(w);
+}
+
+std::string FormatE(double value, int w, int d, int e) {
+  if (w <= 0) return std::string();
+  if (!std::isfinite(value)) return NonFinite(value, w);
+  if (d < 1) d = 1;
+  const double magnitude = std::fabs(value);
+  std::string digits;
+  int exponent = 0;  // value = 0.digits * 10^exponent
+  if (magnitude == 0.0) {
+    digits.assign(d, '0');
+  } else {
+    const int precision = d - 1 + kGuardDigits;
+    int needed = std::snprintf(nullptr, 0, "%.*e", precision, magnitude);
+    std::vector<char> buffer(needed + 1);
+    std::snprintf(buffer.data(), buffer.size(), "%.*e", precision, magnitude);
+    std::string text(buffer.data());
+    const std::size_t mark = text.find('e');
+    exponent = std::atoi(text.c_str() + mark + 1) + 1;
+    digits = text.substr(0, 1) + text.substr(2, mark - 2);
+    if (RoundDigits(digits, d)) {
+      ++exponent;
+      digits.resize(d);
+    }
+  }
+  const bool is_zero = digits.find_first_not_of('0') == std::string::npos;
+  std::string sign = (value < 0 && !is_zero) ? "-" : "";
+  const int exp_magnitude = std::abs(exponent);
+  const char exp_sign = exponent < 0 ? '-' : '+';
+  std::string exp_text;
+  if (e == 2 && exp_magnitude > 99) {
+    if (exp_magnitude > 999) return Asterisks(w);
+    exp_text = std::string(1, exp_sign) + FormatI(exp_magnitude, 3, 3);
+  } else {
+    std::string exp_digits = FormatI(exp_magnitude, e, e);
+    if (exp_digits[0] == '*') return Asterisks(w);
+    exp_text = std::string("E") + exp_sign + exp_digits;
+  }
+  std::string full = sign + "0." + digits + exp_text;
+  if (static_cast<int>(full.size()) <= w) return RightAligned(full, w);
+  std::string shorter = sign + "." + digits + exp_text;
+  if (static_cast<int>(shorter.size()) <= w) return RightAligned(shorter, w);
+  return Asterisks(w);
+}
+
+std::string FormatI(long long value, int w, int m) {
+  if (w <= 0) return std::string();
+  if (m == 0 && value == 0) return std::string(w, ' ');
+  unsigned long long magnitude =
+      value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+  std::string digits = std::to_string(magnitude);
+  if (static_cast<int>(digits.size()) < m) digits.insert(0, m - digits.size(), '0');
+  if (value < 0) digits.insert(digits.begin(), '-');
+  return RightAligned(digits, w);
+}
+
+std::string FormatA(std::string_view text, int w) {
+  if (w <= 0) return std::string();
+  if (static_cast<int>(text.size()) >= w) return std::string(text.substr(0, w));
+  return std::string(w - text.size(), ' ') + std::string(text);
+}
+
+std::string Blanks(int n) { return std::string(n > 0 ? n : 0, ' '); }
+
+std::string PadRight(std::string_view text, int width) {
+  if (width <= 0) return std::string();
+  std::string out(text.substr(0, std::min<std::size_t>(text.size(), width)));
+  out.resize(width, ' ');
+  return out;
+}
+
+std::string_view Trim(std::string_view text) {
+  std::size_t first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return std::string_view();
+  std::size_t last = text.find_last_not_of(' ');
+  return text.substr(first, last - first + 1);
+}
+
+std::string_view TrimRight(std::string_view text) {
+  std::size_t last = text.find_last_not_of(' ');
+  if (last == std::string_view::npos) return std::string_view();
+  return text.substr(0, last + 1);
+}
+
+std::string FreeFormInteger(long long value) { return FormatI(value, 12); }
+
+}  // namespace vq

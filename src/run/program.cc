@@ -1,0 +1,86 @@
+#include "run/program.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "frame/console.h"
+#include "run/driver.h"
+
+namespace vq {
+namespace {
+
+const char kUsage[] =
+    "usage: velquorin [--seed N] [command-file.in]\n"
+    "\n"
+    "Runs the factor analysis described by the command file and writes its\n"
+    "report and saved result files. Without a command file, asks for one.\n"
+    "\n"
+    "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
+    "  --help      this text\n"
+    "  --version   the program's version\n";
+
+// Returns -1 when the arguments were understood, else the exit status.
+int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
+  for (int i = 1; i < argc; ++i) {
+    std::string_view arg = argv[i];
+    if (arg == "--help" || arg == "-h") {
+      std::fputs(kUsage, stdout);
+      return 0;
+    }
+    if (arg == "--version") {
+      std::printf("velquorin %s\n", VELQUORIN_VERSION);
+      return 0;
+    }
+    if (arg == "--seed" || arg.rfind("--seed=", 0) == 0) {
+      std::string value;
+      if (arg == "--seed") {
+        if (i + 1 >= argc) {
+          std::fprintf(stderr, "velquorin: --seed needs a number\n");
+          return 2;
+        }
+        value = argv[++i];
+      } else {
+        value = std::string(arg.substr(7));
+      }
+      char* end = nullptr;
+      long seed = std::strtol(value.c_str(), &end, 10);
+      if (value.empty() || *end != '\0') {
+        std::fprintf(stderr, "velquorin: --seed needs a whole number, not \"%s\"\n", value.c_str());
+        return 2;
+      }
+      arguments.has_seed = true;
+      arguments.seed = seed;
+      continue;
+    }
+    if (arg.size() > 1 && arg[0] == '-') {
+      std::fprintf(stderr, "velquorin: unknown option %s\n%s", argv[i], kUsage);
+      return 2;
+    }
+    if (!arguments.command_file.empty()) {
+      std::fprintf(stderr, "velquorin: only one command file can be given\n");
+      return 2;
+    }
+    arguments.command_file = std::string(arg);
+  }
+  return -1;
+}
+
+}  // namespace
+
+int VelquorinMain(int argc, char** argv) {
+  ProgramArguments arguments;
+  int status = ParseArguments(argc, argv, arguments);
+  if (status >= 0) return status;
+  try {
+    RunAnalysis(arguments);
+  } catch (const RunStopped& stop) {
+    ConsoleFlush();
+    return stop.exit_code;
+  }
+  ConsoleFlush();
+  return 0;
+}
+
+}  // namespace vq

@@ -1,0 +1,84 @@
+#include "frame/console.h"
+
+#include <gtest/gtest.h>
+
+namespace vq {
+namespace {
+
+TEST(Console, ColumnsCountFromTheControlPosition) {
+  ConsoleCapture capture;
+  ConsoleLine(30, "Reading Data");
+  ConsoleLine(2, "FATAL");
+  ConsoleFreeForm("free");
+  ConsoleEmptyLines(1);
+  EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Reading Data\nFATAL\nfree\n\n");
+}
+
+TEST(Console, OffATerminalOnlyTheLastOverwriteOfARunIsWritten) {
+  ConsoleCapture capture;
+  ConsoleLine(2, "a");
+  ConsoleOverwrite(2, "Iteration:   1");
+  ConsoleOverwrite(2, "Iteration:   2");
+  ConsoleLine(2, "b");
+  ConsoleOverwrite(2, "x");
+  EXPECT_EQ(capture.Out(), "a\nIteration:   2\nb\nx\n");
+}
+
+TEST(Console, PlainStopPrintsBothLinesAndThrows) {
+  ConsoleCapture capture;
+  try {
+    PlainStop();
+    FAIL();
+  } catch (const RunStopped& stop) {
+    EXPECT_EQ(stop.kind, RunStopped::Kind::kPlainStop);
+    EXPECT_EQ(stop.exit_code, 0);
+  }
+  EXPECT_EQ(capture.Out(), "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
+}
+
+TEST(Console, PauseReadsUntilEmptyLineOrEnd) {
+  {
+    ConsoleCapture capture("dir\n\nnot read\n");
+    Pause("n must be at least 2 in subroutine moment");
+    EXPECT_EQ(capture.Out(),
+              "n must be at least 2 in subroutine moment\n"
+              "Pause - Enter command<CR> or <CR> to continue.\n"
+              "Pause - Enter command<CR> or <CR> to continue.\n");
+  }
+  {
+    ConsoleCapture capture("");
+    EXPECT_THROW(PauseAndStop(), RunStopped);
+    EXPECT_EQ(capture.Out(),
+              "Pause - Enter command<CR> or <CR> to continue.\n"
+              "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
+  }
+}
+
+TEST(Console, SevereErrorGoesToTheErrorChannelWithItsNumber) {
+  ConsoleCapture capture;
+  try {
+    SevereError(24, "end-of-file during read, unit 10, file x.dat");
+    FAIL();
+  } catch (const RunStopped& stop) {
+    EXPECT_EQ(stop.kind, RunStopped::Kind::kSevere);
+    EXPECT_EQ(stop.exit_code, 24);
+  }
+  EXPECT_EQ(capture.Err(), "severe (24): end-of-file during read, unit 10, file x.dat\n");
+  EXPECT_EQ(capture.Out(), "");
+}
+
+TEST(Console, StopWithTextReplacesTheStopLine) {
+  ConsoleCapture capture;
+  EXPECT_THROW(StopWithText("*********FATAL ERROR: x*********"), RunStopped);
+  EXPECT_EQ(capture.Out(), "*********FATAL ERROR: x*********\nProgram Terminated with exit code 0\n");
+}
+
+TEST(Console, TraceLine) {
+  ConsoleCapture capture;
+  TraceLine(0, 1258);
+  TraceLine(3, 1258);
+  EXPECT_EQ(capture.Out(), "Problem occured at line       1258\n");
+}
+
+}  // namespace
+}  // namespace vq
