@@ -171,13 +171,13 @@ void G01AGF(const double* x,
   }
   std::copy(sorted.begin(), sorted.end(), y);
 
-  // Limits over the finite values; a range of one value is opened by 1 on
-  // either side.
+  // Limits over the points with two finite coordinates; a range of one value
+  // is opened by 1 on either side.
   double limits[4] = {0.0, 0.0, 0.0, 0.0};  // x low, x high, y low, y high
   bool seen = false;
-  for (int point = 0; point < n; ++point) {
-    const double xv = x[point];
-    const double yv = y[point];
+  for (int place = 0; place < n; ++place) {
+    const double xv = x[isort[place] - 1];
+    const double yv = y[place];
     if (!std::isfinite(xv) || !std::isfinite(yv)) continue;
     if (!seen) {
       limits[0] = limits[1] = xv;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -213,6 +214,24 @@ TEST(G01AGF, CountsShowAsDigitsLettersAndStars) {
     if (c != ' ' && c != '.' && c != '+') marks += c;
   }
   EXPECT_EQ(marks, "*C3");
+}
+
+TEST(G01AGF, PointsThatAreNotNumbersAreLeftOut) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  std::vector<double> x_all = {1.0, 2.0, 3.0, 2.5};
+  std::vector<double> y_all = {2.0, inf, 1.0, nan};
+  std::vector<double> x_finite = {1.0, 3.0};
+  std::vector<double> y_finite = {2.0, 1.0};
+  std::vector<int> isort(4);
+  OutputFile all;
+  all.OpenInMemory(11);
+  OutputFile finite;
+  finite.OpenInMemory(11);
+  int ifail = 0;
+  G01AGF(x_all.data(), y_all.data(), 4, isort.data(), 65, 20, ifail, all);
+  G01AGF(x_finite.data(), y_finite.data(), 2, isort.data(), 65, 20, ifail, finite);
+  EXPECT_EQ(all.Text(), finite.Text());
 }
 
 TEST(G01AGF, NoPointIsFailureOne) {
