@@ -42,10 +42,14 @@ class RecordSource {
   RecordSource& operator=(RecordSource&&) noexcept;
 
   // Opens an existing file (status "old") on stream `unit`. Returns false,
-  // with nothing open, when the file does not exist or cannot be read.
+  // with nothing open, when the file does not exist or cannot be read (a
+  // folder counts as missing). Trailing blanks of `path` are not part of the
+  // name, so fixed-width name fields can be passed as they stand. The unit
+  // and name are kept even when the open fails, so that `Fail(29)` names them.
   bool OpenOld(int unit, const std::string& path);
   // Opens a file for reading and writing (status "unknown"): a file that does
-  // not exist is created empty. Returns false when the open itself fails.
+  // not exist is created empty; one that can only be read is opened for
+  // reading. Returns false when the open itself fails.
   bool OpenUnknown(int unit, const std::string& path);
   // A source over `text` (tests, and the pattern of other sources).
   void OpenText(int unit, const std::string& name, std::string text);
@@ -58,9 +62,12 @@ class RecordSource {
   // The file's full (absolute) name as the system reports it.
   std::string FullName() const;
 
-  // Takes the next record; false at the end of the file.
+  // Takes the next record; false at the end of the file (or when nothing is
+  // open).
   bool NextRecord(std::string& record);
-  // Makes the record just read the next one to be read.
+  // Makes the record just read the next one to be read. Only the last record
+  // is remembered: a second step back without a read in between, or a step
+  // back after the end of the file was met, changes nothing.
   void StepBack();
   // Goes back to the first record.
   void Rewind();
@@ -111,8 +118,8 @@ struct ListItem {
   Kind kind;
   std::string* text = nullptr;  // kText: receives exactly `width` characters
   int width = 0;
-  int* integer = nullptr;       // kInteger
-  double* real = nullptr;       // kReal
+  int* integer = nullptr;  // kInteger
+  double* real = nullptr;  // kReal
 };
 inline ListItem TextItem(std::string& target, int width) {
   return ListItem{ListItem::Kind::kText, &target, width, nullptr, nullptr};
