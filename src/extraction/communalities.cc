@@ -18,9 +18,7 @@ void SmcCommunalities(Matrix& r, int p) {
   // Only the eigenvalue of smallest modulus decides; a larger negative one
   // does not set the constant off. A single variable has no p - 1 to divide
   // by, so its divisor counts as 1 rather than giving an infinite constant.
-  const bool smallest_not_positive =
-      eigenvalues.size() < static_cast<std::size_t>(p) || !(eigenvalues[p - 1] > 0.0);
-  if (smallest_not_positive) {
+  if (!(eigenvalues[p - 1] > 0.0)) {
     const double divisor = std::max(p - 1, 1) * 100000.0;
     const double constant = 1.0 / divisor;
     for (int i = 0; i < p; ++i) r(i, i) += constant;
@@ -29,19 +27,12 @@ void SmcCommunalities(Matrix& r, int p) {
   Matrix inverse(p, p);
   InvertPositiveDefinite(r, p, inverse);
 
-  for (int i = 0; i < p; ++i) {
-    const double w = inverse(i, i);
-    // A matrix that is not positive definite leaves the inverse unfinished
-    // (the inverse has said so on the console). A diagonal element that is
-    // not a positive number there would start the iteration from an infinite
-    // or undefined communality; such a variable starts from 1.0, the start
-    // of "ONE", and the iteration takes it from there.
-    if (w > 0.0 && std::isfinite(w)) {
-      r(i, i) = 1.0 - 1.0 / w;
-    } else {
-      r(i, i) = 1.0;
-    }
-  }
+  // A matrix that is still not positive definite has been reported by the
+  // inverse, which then gives the inverse of the leading block that did
+  // factorise and the unit matrix in the rest: the variables of that block
+  // start from their squared multiple correlation within it, the others
+  // from 0. The iteration takes them from there.
+  for (int i = 0; i < p; ++i) r(i, i) = 1.0 - 1.0 / inverse(i, i);
 }
 
 void HighestCorrelationCommunalities(Matrix& r, int p) {

@@ -13,8 +13,9 @@ namespace vq {
 // 1 - 1 / w(i,i), w the inverse of `r`. When the eigenvalue of smallest
 // modulus is not above 0, 1 / ((p - 1) * 100000) is added to the diagonal
 // first (with p = 1 the divisor p - 1 counts as 1). A matrix that is still
-// not positive definite is reported by the inverse and the run goes on; a
-// variable whose w(i,i) is then not a positive number starts at 1.0.
+// not positive definite is reported by the inverse and the run goes on: the
+// variables of the leading block that did factorise get their squared
+// multiple correlation within that block, the others 0.
 void SmcCommunalities(Matrix& r, int p);
 
 // Replaces r(i,i) by the largest |r(i,j)|, j != i (0.0 for a row of zeros
