@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "frame/output_file.h"
 #include "kernels/failure.h"
@@ -42,32 +43,15 @@ Matrix SimulatedItems(int N, int p, std::uint64_t seed) {
   return data;
 }
 
-// Means, standard deviations (N - 1) and the correlation matrix of `data`,
-// written out plainly as a reference.
+// Means, standard deviations and correlations of `data`, as the correlation
+// step of a run leaves them.
 void Moments(const Matrix& data,
              std::vector<double>& means,
              std::vector<double>& deviations,
              Matrix& r) {
-  const int N = data.rows;
-  const int p = data.cols;
-  means.assign(p, 0.0);
-  deviations.assign(p, 0.0);
-  r.Reset(p, p);
-  for (int j = 0; j < p; ++j) {
-    for (int s = 0; s < N; ++s) means[j] += data(s, j);
-    means[j] /= N;
-  }
-  for (int j = 0; j < p; ++j) {
-    for (int k = 0; k < p; ++k) {
-      double sum = 0.0;
-      for (int s = 0; s < N; ++s) sum += (data(s, j) - means[j]) * (data(s, k) - means[k]);
-      r(j, k) = sum / (N - 1);
-    }
-  }
-  for (int j = 0; j < p; ++j) deviations[j] = std::sqrt(r(j, j));
-  for (int j = 0; j < p; ++j) {
-    for (int k = 0; k < p; ++k) r(j, k) /= deviations[j] * deviations[k];
-  }
+  Matrix ssp;
+  int ifail = kIfailHard;
+  G02BAF(data.rows, data.cols, data, means, deviations, ssp, r, ifail);
 }
 
 Matrix SomeLoadings(int p, int m, std::uint64_t seed) {
@@ -146,43 +130,6 @@ TEST(BartlettWeights, LoadingsTimesWeightsAreTheIdentity) {
   }
 }
 
-TEST(BartlettWeights, OneFactorIsTheWeightedLeastSquaresFormula) {
-  // w(i) = l(i) u(i) / sum_k l(k)^2 u(k): loadings 0.8, 0.6 with unique
-  // variances 0.36, 0.64 give sum = 0.64/0.36 + 0.36/0.64 = 2.340277...
-  Matrix loadings(2, 1);
-  loadings(0, 0) = 0.8;
-  loadings(1, 0) = 0.6;
-  const std::vector<double> u = {1.0 / 0.36, 1.0 / 0.64};
-  Matrix weights;
-  BartlettWeights(u, 2, 1, loadings, weights);
-  const double sum = 0.64 / 0.36 + 0.36 / 0.64;
-  EXPECT_NEAR(weights(0, 0), 0.8 / 0.36 / sum, 1e-14);
-  EXPECT_NEAR(weights(1, 0), 0.6 / 0.64 / sum, 1e-14);
-}
-
-TEST(StandardizeScores, SavedScoresHaveMeanZeroAndDeviationOne) {
-  Matrix scores(5, 2);
-  const double column0[] = {1, 2, 3, 4, 10};
-  const double column1[] = {-2, 0.5, 0.5, 7, 1};
-  for (int s = 0; s < 5; ++s) {
-    scores(s, 0) = column0[s];
-    scores(s, 1) = column1[s];
-  }
-  std::vector<double> d;
-  StandardizeScores(scores, 5, 2, d);
-  // Column 0: mean 4, squares of deviations 9+4+1+0+36 = 50, d = sqrt(50/4).
-  EXPECT_NEAR(d[0], std::sqrt(12.5), 1e-14);
-  for (int j = 0; j < 2; ++j) {
-    double sum = 0.0;
-    double squares = 0.0;
-    for (int s = 0; s < 5; ++s) sum += scores(s, j);
-    for (int s = 0; s < 5; ++s) squares += scores(s, j) * scores(s, j);
-    EXPECT_NEAR(sum / 5, 0.0, 1e-14);
-    EXPECT_NEAR(squares / 4, 1.0, 1e-14);
-  }
-  EXPECT_NEAR(scores(4, 0), 6.0 / std::sqrt(12.5), 1e-14);
-}
-
 // G02BAF refuses a single variable (failure 2), so one factor must take the
 // moments routine: it passes without any failure frame.
 TEST(StandardizeScores, OneFactorTakesTheMomentsRoutine) {
@@ -250,6 +197,15 @@ struct TwoItems {
     r(1, 1) = 0.36;
     loadings(0, 0) = 0.8;
     loadings(1, 0) = 0.6;
+    report.OpenInMemory(11);
+  }
+  OutputFile report;
+  Matrix scores;
+
+  // Runs one estimator on the example, `model` the fixed-width model word.
+  void Estimate(bool bartlett, const std::string& model) {
+    auto* estimator = bartlett ? &BartlettScores : &RegressionScores;
+    estimator(data, means, deviations, 2, 4, 1, r, loadings, scores, 130, model, report);
   }
 };
 
@@ -259,23 +215,9 @@ TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
   // deviation is sqrt(7.88 / 5) = 1.25538...; the validity is 1 / that.
   TwoItems example;
   ConsoleCapture capture;
-  OutputFile report;
-  report.OpenInMemory(11);
-  Matrix scores;
-  RegressionScores(example.data,
-                   example.means,
-                   example.deviations,
-                   2,
-                   4,
-                   1,
-                   example.r,
-                   example.loadings,
-                   scores,
-                   130,
-                   kPfa,
-                   report);
+  example.Estimate(false, kPfa);
   EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Computing factor scores\n\n");
-  EXPECT_EQ(report.Text(),
+  EXPECT_EQ(example.report.Text(),
             "\n\n"
             " Standardized regression weights for estimating the factors\n"
             "          1\n"
@@ -290,7 +232,7 @@ TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
   const double d = std::sqrt(7.88 / 5.0);
   const double raw[] = {-1.5, -1.3, 1.3, 1.5};
   for (int s = 0; s < 4; ++s) {
-    EXPECT_NEAR(scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
+    EXPECT_NEAR(example.scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
   }
 }
 
@@ -300,22 +242,8 @@ TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
   // +-1.62463 and +-1.07567, standard deviation 1.23231, validity 0.81148.
   TwoItems example;
   ConsoleCapture capture;
-  OutputFile report;
-  report.OpenInMemory(11);
-  Matrix scores;
-  BartlettScores(example.data,
-                 example.means,
-                 example.deviations,
-                 2,
-                 4,
-                 1,
-                 example.r,
-                 example.loadings,
-                 scores,
-                 130,
-                 kPfa,
-                 report);
-  EXPECT_EQ(report.Text(),
+  example.Estimate(true, kPfa);
+  EXPECT_EQ(example.report.Text(),
             "\n\n"
             "Bartlett method, Maximum Likelihood, and Weighted Least Squares\n"
             "\n\n"
@@ -335,41 +263,13 @@ TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
   {
     TwoItems example;
     ConsoleCapture capture;
-    OutputFile report;
-    report.OpenInMemory(11);
-    Matrix scores;
-    RegressionScores(example.data,
-                     example.means,
-                     example.deviations,
-                     2,
-                     4,
-                     1,
-                     example.r,
-                     example.loadings,
-                     scores,
-                     130,
-                     kPca,
-                     report);
+    example.Estimate(false, kPca);
     EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Computing component scores\n\n");
   }
   {
     TwoItems example;
     ConsoleCapture capture;
-    OutputFile report;
-    report.OpenInMemory(11);
-    Matrix scores;
-    RegressionScores(example.data,
-                     example.means,
-                     example.deviations,
-                     2,
-                     4,
-                     1,
-                     example.r,
-                     example.loadings,
-                     scores,
-                     130,
-                     "XYZ ",
-                     report);
+    example.Estimate(false, "XYZ ");
     EXPECT_EQ(capture.Out(), "");
   }
 }
@@ -393,27 +293,11 @@ TEST(ScoreChecks, BartlettUnderPrincipalComponentsStops) {
   TwoItems example;
   example.r(0, 0) = 1.0;
   example.r(1, 1) = 1.0;
-  OutputFile report;
-  report.OpenInMemory(11);
-  Matrix scores;
   const std::string pad(28, ' ');
-  EXPECT_EQ(StopText([&] {
-              BartlettScores(example.data,
-                             example.means,
-                             example.deviations,
-                             2,
-                             4,
-                             1,
-                             example.r,
-                             example.loadings,
-                             scores,
-                             130,
-                             kPca,
-                             report);
-            }),
+  EXPECT_EQ(StopText([&] { example.Estimate(true, kPca); }),
             pad + "FATAL ERROR: Bartlett scores need unique variances, and principal\n" + pad +
                 "components have none. Use >SCORE: REG for component scores.\n\n\n" + kStopLines);
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_EQ(example.report.Text(), "");
 }
 
 TEST(ScoreChecks, BartlettWithACommunalityOfExactlyOneStops) {
@@ -437,40 +321,9 @@ TEST(ScoreChecks, AnItemWithoutVarianceStopsBothMethods) {
                                kStopLines;
   TwoItems example;
   example.deviations[1] = 0.0;
-  OutputFile report;
-  report.OpenInMemory(11);
-  Matrix scores;
-  EXPECT_EQ(StopText([&] {
-              RegressionScores(example.data,
-                               example.means,
-                               example.deviations,
-                               2,
-                               4,
-                               1,
-                               example.r,
-                               example.loadings,
-                               scores,
-                               130,
-                               kPfa,
-                               report);
-            }),
-            expected);
-  EXPECT_EQ(StopText([&] {
-              BartlettScores(example.data,
-                             example.means,
-                             example.deviations,
-                             2,
-                             4,
-                             1,
-                             example.r,
-                             example.loadings,
-                             scores,
-                             130,
-                             kPfa,
-                             report);
-            }),
-            expected);
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_EQ(StopText([&] { example.Estimate(false, kPfa); }), expected);
+  EXPECT_EQ(StopText([&] { example.Estimate(true, kPfa); }), expected);
+  EXPECT_EQ(example.report.Text(), "");
 }
 
 }  // namespace

@@ -195,30 +195,6 @@ TEST(WriteScoreRecords, MoreThan999ScoresGoOnInAFurtherRecord) {
   EXPECT_EQ(second, "   0.250   0.250");
 }
 
-// A scratch directory beside the command file of a test run.
-class ScoreRun : public ::testing::Test {
- protected:
-  void SetUp() override {
-    directory_ = fs::temp_directory_path() /
-                 ("velquorin_scores_" + std::to_string(::getpid()) + "_" +
-                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(directory_);
-    fs::create_directories(directory_);
-  }
-  void TearDown() override { fs::remove_all(directory_); }
-
-  std::string Directory() const { return directory_.string() + "/"; }
-  fs::path ScoreFile() const { return directory_ / "run.fsc"; }
-  std::string ReadScoreFile() const {
-    std::ifstream in(ScoreFile());
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-
-  fs::path directory_;
-};
-
 // Six subjects, four items, and the moments the correlation step would have
 // left for them.
 struct PhaseData {
@@ -246,6 +222,51 @@ struct PhaseData {
       for (int j = 0; j < 4; ++j) r(i, j) = (i == j) ? 0.5 : 0.3;
     }
   }
+};
+
+// A scratch directory beside the command file of a test run.
+class ScoreRun : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    directory_ = fs::temp_directory_path() /
+                 ("velquorin_scores_" + std::to_string(::getpid()) + "_" +
+                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(directory_);
+    fs::create_directories(directory_);
+  }
+  void TearDown() override { fs::remove_all(directory_); }
+
+  std::string Directory() const { return directory_.string() + "/"; }
+  fs::path ScoreFile() const { return directory_ / "run.fsc"; }
+  std::string ReadScoreFile() const {
+    std::ifstream in(ScoreFile());
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+
+  // The phase on `data` with the report in memory; returns the report.
+  std::string Run(const RunOptions& options,
+                  PhaseData& data,
+                  const ScoreSources& sources,
+                  Matrix& scores) {
+    OutputFile report;
+    report.OpenInMemory(11);
+    RunScorePhase(options,
+                  data.items,
+                  data.ids,
+                  data.means,
+                  data.deviations,
+                  data.r,
+                  sources,
+                  scores,
+                  report,
+                  Directory(),
+                  "run.in");
+    return report.Text();
+  }
+
+  fs::path directory_;
 };
 
 const double kItemOrder[4][2] = {{0.7, 0.1}, {0.2, 0.6}, {0.65, 0.15}, {0.1, 0.55}};
@@ -282,20 +303,7 @@ TEST_F(ScoreRun, SortingDoesNotChangeTheScores) {
       sources.ItemOrderLoadings = &item_order;
     }
     ConsoleCapture capture;
-    OutputFile report;
-    report.OpenInMemory(11);
-    RunScorePhase(options,
-                  data.items,
-                  data.ids,
-                  data.means,
-                  data.deviations,
-                  data.r,
-                  sources,
-                  results[run],
-                  report,
-                  Directory(),
-                  "run.in");
-    texts[run] = report.Text();
+    texts[run] = Run(options, data, sources, results[run]);
     files[run] = ReadScoreFile();
   }
   EXPECT_EQ(texts[0], texts[1]);
@@ -315,20 +323,8 @@ TEST_F(ScoreRun, TheSavedScoresHaveMeanZeroAndDeviationOne) {
   for (const char* method : {"REG", "BART"}) {
     PhaseData fresh;
     ConsoleCapture capture;
-    OutputFile report;
-    report.OpenInMemory(11);
     Matrix scores;
-    RunScorePhase(Options("OBLIMIN", method, "NONE"),
-                  fresh.items,
-                  fresh.ids,
-                  fresh.means,
-                  fresh.deviations,
-                  fresh.r,
-                  sources,
-                  scores,
-                  report,
-                  Directory(),
-                  "run.in");
+    Run(Options("OBLIMIN", method, "NONE"), fresh, sources, scores);
     ASSERT_EQ(scores.rows, 6);
     ASSERT_EQ(scores.cols, 2);
     for (int j = 0; j < 2; ++j) {
@@ -364,24 +360,10 @@ TEST_F(ScoreRun, AFaultOfTheDataLeavesAnEarlierScoreFileAlone) {
   ScoreSources sources;
   sources.Loadings = &loadings;
   ConsoleCapture capture;
-  OutputFile report;
-  report.OpenInMemory(11);
   Matrix scores;
-  EXPECT_THROW(RunScorePhase(Options("NONE", "REG", "NONE"),
-                             data.items,
-                             data.ids,
-                             data.means,
-                             data.deviations,
-                             data.r,
-                             sources,
-                             scores,
-                             report,
-                             Directory(),
-                             "run.in"),
-               RunStopped);
+  EXPECT_THROW(Run(Options("NONE", "REG", "NONE"), data, sources, scores), RunStopped);
   EXPECT_NE(capture.Out().find("FATAL ERROR: Variable   3 has no variance;"), std::string::npos);
   EXPECT_EQ(ReadScoreFile(), "earlier run\n");
-  EXPECT_EQ(report.Text(), "");
 }
 
 TEST_F(ScoreRun, AStopDuringTheEstimationRemovesTheUnfinishedScoreFile) {
@@ -393,21 +375,8 @@ TEST_F(ScoreRun, AStopDuringTheEstimationRemovesTheUnfinishedScoreFile) {
   ScoreSources sources;
   sources.Loadings = &loadings;
   ConsoleCapture capture;
-  OutputFile report;
-  report.OpenInMemory(11);
   Matrix scores;
-  EXPECT_THROW(RunScorePhase(Options("NONE", "REG", "NONE"),
-                             data.items,
-                             data.ids,
-                             data.means,
-                             data.deviations,
-                             data.r,
-                             sources,
-                             scores,
-                             report,
-                             Directory(),
-                             "run.in"),
-               RunStopped);
+  EXPECT_THROW(Run(Options("NONE", "REG", "NONE"), data, sources, scores), RunStopped);
   EXPECT_NE(capture.Out().find("factor   2 cannot be standardized"), std::string::npos);
   EXPECT_FALSE(fs::exists(ScoreFile()));
 }
@@ -420,21 +389,9 @@ TEST_F(ScoreRun, ThePlotFollowsTheScoresWhenAsked) {
   for (int run = 0; run < 2; ++run) {
     PhaseData data;
     ConsoleCapture capture;
-    OutputFile report;
-    report.OpenInMemory(11);
     Matrix scores;
-    RunScorePhase(Options("VARIMAX", "REG", run == 0 ? "LOADINGS" : "SCORES"),
-                  data.items,
-                  data.ids,
-                  data.means,
-                  data.deviations,
-                  data.r,
-                  sources,
-                  scores,
-                  report,
-                  Directory(),
-                  "run.in");
-    reports[run] = report.Text();
+    reports[run] =
+        Run(Options("VARIMAX", "REG", run == 0 ? "LOADINGS" : "SCORES"), data, sources, scores);
   }
   EXPECT_EQ(reports[0].find("Factor Score Plot"), std::string::npos);
   const std::size_t plot = reports[1].find(" Factor Score Plot");
@@ -447,21 +404,8 @@ TEST_F(ScoreRun, NothingHappensWithoutScores) {
   PhaseData data;
   ScoreSources sources;
   ConsoleCapture capture;
-  OutputFile report;
-  report.OpenInMemory(11);
   Matrix scores;
-  RunScorePhase(Options("VARIMAX", "NOSCORE", "LOADINGS"),
-                data.items,
-                data.ids,
-                data.means,
-                data.deviations,
-                data.r,
-                sources,
-                scores,
-                report,
-                Directory(),
-                "run.in");
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_EQ(Run(Options("VARIMAX", "NOSCORE", "LOADINGS"), data, sources, scores), "");
   EXPECT_TRUE(scores.empty());
   EXPECT_FALSE(fs::exists(ScoreFile()));
   EXPECT_EQ(data.r(0, 0), 0.5);
