@@ -1,6 +1,7 @@
 #include "correlation/tetrachoric.h"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -229,6 +230,7 @@ void ComputeTetrachorics(const Matrix& item_data,
                          int guessing_flag,
                          const std::vector<double>& guessing) {
   const bool corrected = guessing_flag == 1;
+  assert(!corrected || static_cast<int>(guessing.size()) >= p);
   if (result.rows != p || result.cols != p) result.Reset(p, p);
 
   // Step 1: the keyed score and the item proportions.
