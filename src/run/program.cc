@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "frame/console.h"
+#include "frame/file_dialog.h"
+#include "run/command_file.h"
 #include "run/driver.h"
 
 namespace vq {
@@ -68,6 +70,22 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
 }
 
 }  // namespace
+
+void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_file) {
+  std::string name = arguments.command_file;
+  if (name.empty()) {
+    name = ChooseFileToOpen(kCommandFileDialogTitle, ConsoleInputIsTerminal());
+  } else if (!IsExistingFile(name)) {
+    // Named on the command line, the file never passed the dialog, which
+    // would not have accepted it.
+    ConsoleFreeForm("Command file not found: " + name);
+    CancelRun();
+  }
+  if (!command_file.OpenOld(kCommandFileUnit, name)) {
+    ConsoleFreeForm("Command file cannot be opened: " + name);
+    CancelRun();
+  }
+}
 
 int VelquorinMain(int argc, char** argv) {
   ProgramArguments arguments;
