@@ -71,6 +71,14 @@ void StopAtUnbuiltPhase(std::string_view phase) {
   PlainStop();
 }
 
+RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name) {
+  RunContext context;
+  SplitRunName(full_name, context.RunStem, context.RunDirectory);
+  context.Seed.fixed = arguments.has_seed;
+  context.Seed.value = arguments.seed;
+  return context;
+}
+
 int CorrelationTableWidth(int page_width) { return page_width < 120 ? page_width : 110; }
 
 void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
@@ -350,9 +358,7 @@ void RunAnalysis(const ProgramArguments& arguments) {
   ShowBanner();
   Run run;
   OpenCommandFile(arguments, run.files.CommandFile);
-  SplitRunName(run.files.CommandFile.FullName(), run.context.RunStem, run.context.RunDirectory);
-  run.context.Seed.fixed = arguments.has_seed;
-  run.context.Seed.value = arguments.seed;
+  run.context = MakeRunContext(arguments, run.files.CommandFile.FullName());
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));

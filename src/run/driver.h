@@ -76,6 +76,10 @@ void RunAnalysis(const ProgramArguments& arguments);
 
 // --- Pieces of the run, also used on their own -----------------------------
 
+// The context of a run from the command line and the command file's full
+// name: the run's stem and directory, and the seed of `--seed N`.
+RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name);
+
 // Ends the run at a phase that is not part of the program yet: the console
 // shows "FATAL ERROR: <phase> is not built yet" from column 30, then the
 // plain stop.

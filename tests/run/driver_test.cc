@@ -1,0 +1,263 @@
+#include "run/driver.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "frame/console.h"
+#include "report/edit_descriptors.h"
+#include "run_test_support.h"
+
+namespace vq {
+namespace {
+
+using testing::Col;
+using testing::kPauseLine;
+using testing::kStopLines;
+using testing::PauseFault;
+
+struct RunOutcome {
+  bool stopped = false;
+  RunStopped::Kind kind = RunStopped::Kind::kPlainStop;
+  int exit_code = 0;
+  std::string out;
+  std::string err;
+};
+
+// Each test runs in a scratch folder of its own, which is also the working
+// directory of the run, as the folder of a user's command file would be.
+class Driver : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/vq_driver_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    folder_ = pattern;
+    previous_ = std::filesystem::current_path();
+    std::filesystem::current_path(folder_);
+  }
+  void TearDown() override {
+    std::filesystem::current_path(previous_);
+    std::filesystem::remove_all(folder_);
+  }
+
+  void WriteFile(const std::string& name, const std::string& text) {
+    std::ofstream(name, std::ios::binary) << text;
+  }
+
+  RunOutcome Run(const std::string& command_file, bool seed = false) {
+    ProgramArguments arguments;
+    arguments.command_file = command_file;
+    arguments.has_seed = seed;
+    RunOutcome outcome;
+    ConsoleCapture capture;
+    try {
+      RunAnalysis(arguments);
+    } catch (const RunStopped& stop) {
+      outcome.stopped = true;
+      outcome.kind = stop.kind;
+      outcome.exit_code = stop.exit_code;
+    }
+    outcome.out = capture.Out();
+    outcome.err = capture.Err();
+    return outcome;
+  }
+
+  // The console text after the banner.
+  static std::string AfterBanner(const std::string& out) {
+    const std::string border = std::string(23, ' ') + "0" + std::string(72, '=') + "0\n";
+    const std::size_t last = out.rfind(border);
+    return last == std::string::npos ? out : out.substr(last + border.size());
+  }
+
+  std::string folder_;
+  std::filesystem::path previous_;
+};
+
+TEST_F(Driver, MissingCommandFileEndsWithStatusOne) {
+  RunOutcome outcome = Run("nothing.in");
+  EXPECT_TRUE(outcome.stopped);
+  EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(AfterBanner(outcome.out), "Command file not found: nothing.in\n");
+}
+
+TEST_F(Driver, WithoutCommandFileOffATerminalTheDialogIsCancelled) {
+  RunOutcome outcome = Run("");
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(AfterBanner(outcome.out), "A File Must be Selected\nTerminate Program?\n");
+}
+
+TEST_F(Driver, BannerFirstThenTheParseFault) {
+  WriteFile("fault.in",
+            ">TITLE: t\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n>METRIC: XX COR NO\n");
+  RunOutcome outcome = Run("fault.in");
+  EXPECT_TRUE(outcome.stopped);
+  EXPECT_EQ(outcome.out.substr(0, 8), std::string(8, '\n'));
+  EXPECT_EQ(AfterBanner(outcome.out),
+            PauseFault(30, "FATAL ERROR: Unrecognized keyword on >METRIC: line"));
+  EXPECT_FALSE(std::filesystem::exists("r.out"));  // the report opens after ">FORMAT:"
+}
+
+TEST_F(Driver, ATruncatedCommandFileIsASevereErrorOnStream12) {
+  WriteFile("cut.in", ">TITLE: t\n>DATA: c.dat 3");
+  RunOutcome outcome = Run("cut.in");
+  EXPECT_EQ(outcome.kind, RunStopped::Kind::kSevere);
+  EXPECT_EQ(outcome.exit_code, 24);
+  EXPECT_EQ(outcome.err.rfind("severe (24): end-of-file during read, unit 12, file ", 0), 0u)
+      << outcome.err;
+}
+
+const char kCorrelationRun[] =
+    ">TITLE: t\n>DATA: c.dat %d 100\n>OUTFILE: r.out SHORT\n>METRIC: CO COR NO\n"
+    ">MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n>SCORE: NOSCORE\n>PLOT: NONE\n"
+    ">FORMAT: (F4.0)\n";
+
+std::string CorrelationRun(int p) {
+  char text[512];
+  std::snprintf(text, sizeof text, kCorrelationRun, p);
+  return text;
+}
+
+TEST_F(Driver, NoVariablesIsStoppedBeforeAnyArray) {
+  WriteFile("none.in", CorrelationRun(0));
+  RunOutcome outcome = Run("none.in");
+  EXPECT_EQ(AfterBanner(outcome.out),
+            PauseFault(30, "FATAL ERROR: Number of variables on >DATA: line must be at least 1"));
+  // The report was opened after ">FORMAT:" and has no head.
+  EXPECT_TRUE(std::filesystem::exists("r.out"));
+  EXPECT_EQ(std::filesystem::file_size("r.out"), 0u);
+}
+
+TEST_F(Driver, ArraysBeyondTheMachinesMemoryAreStopped) {
+  WriteFile("huge.in", CorrelationRun(2000000000));
+  RunOutcome outcome = Run("huge.in");
+  EXPECT_EQ(AfterBanner(outcome.out),
+            PauseFault(30, "FATAL ERROR: Not enough memory for the arrays of this run"));
+}
+
+TEST_F(Driver, ScoresUnderRotAndPlotsWithoutScoresAreWarnedAbout) {
+  RunOptions options;
+  options.Model = "ROT ";
+  options.FactorCount = 2;
+  options.Coding = "CO";
+  options.ScoreMethod = PadRight("REG", 8);
+  options.PlotMode = PadRight("SCORES", 8);
+  {
+    ConsoleCapture capture;
+    WarnAboutUnmetRequests(options);
+    EXPECT_EQ(capture.Out(),
+              Col(30, "WARNING: A given factor pattern has no data for factor scores;") +
+                  Col(30, "no factor scores are computed.") + "\n\n" +
+                  Col(30, "WARNING: No factor scores are computed, so there is no") +
+                  Col(30, "factor score plot.") + "\n\n");
+  }
+  EXPECT_FALSE(FactorScoresRun(options));
+  options.Model = "PFA ";
+  EXPECT_TRUE(FactorScoresRun(options));
+  {
+    ConsoleCapture capture;
+    WarnAboutUnmetRequests(options);
+    EXPECT_EQ(capture.Out(), "");
+  }
+  options.ScoreMethod = PadRight("NOSCORE", 8);
+  {
+    ConsoleCapture capture;
+    WarnAboutUnmetRequests(options);
+    EXPECT_EQ(capture.Out(),
+              Col(30, "WARNING: No factor scores are computed, so there is no") +
+                  Col(30, "factor score plot.") + "\n\n");
+  }
+  // A run that ends before the scores misses nothing.
+  options.Model = "CMT ";
+  {
+    ConsoleCapture capture;
+    WarnAboutUnmetRequests(options);
+    EXPECT_EQ(capture.Out(), "");
+  }
+}
+
+TEST(DriverPieces, UnbuiltPhaseStopsPlainly) {
+  ConsoleCapture capture;
+  EXPECT_THROW(StopAtUnbuiltPhase("TripletTest"), RunStopped);
+  EXPECT_EQ(capture.Out(), Col(30, "FATAL ERROR: TripletTest is not built yet") + kStopLines);
+}
+
+TEST(DriverPieces, CorrelationTableWidth) {
+  EXPECT_EQ(CorrelationTableWidth(130), 110);
+  EXPECT_EQ(CorrelationTableWidth(120), 110);
+  EXPECT_EQ(CorrelationTableWidth(119), 119);
+  EXPECT_EQ(CorrelationTableWidth(60), 60);
+}
+
+TEST(DriverPieces, SmoothingRunsAndIsSavedByTheTable) {
+  RunOptions options;
+  options.Smoothing = "SM";
+  struct Row {
+    const char* form;
+    const char* coding;
+    bool runs;
+    bool saved;
+  };
+  const Row rows[] = {{"RAW ", "DI", true, true},
+                      {"RAW ", "DC", true, true},
+                      {"RAW ", "OR", true, true},
+                      {"RAW ", "CD", true, true},
+                      {"RAW ", "CO", false, false},
+                      {"RAW ", "IP", false, false},
+                      {"COR ", "DI", true, true},
+                      {"COR ", "OR", true, true},
+                      {"COR ", "CO", true, false},
+                      {"FLD1", "CO", false, false}};
+  for (const Row& row : rows) {
+    options.InputForm = row.form;
+    options.Coding = row.coding;
+    EXPECT_EQ(SmoothingRuns(options), row.runs) << row.form << row.coding;
+    EXPECT_EQ(SavesSmoothedMatrix(options), row.saved) << row.form << row.coding;
+  }
+  options.InputForm = "RAW ";
+  options.Coding = "OR";
+  options.Smoothing = "PS";  // shown as smoothed, never smoothed
+  EXPECT_FALSE(SmoothingRuns(options));
+}
+
+TEST(DriverPieces, CorrelationFileLayouts) {
+  Matrix r(2, 2);
+  r(0, 0) = 1.0;
+  r(1, 1) = 1.0;
+  r(0, 1) = r(1, 0) = 0.123456789012;
+  RunOptions options;
+  options.Coding = "OR";
+  OutputFile file;
+  file.OpenInMemory(15);
+  WriteCorrelationFile(options, r, file);
+  EXPECT_EQ(file.Text(),
+            " 1.000000000  0.123456789 \n"
+            " 0.123456789  1.000000000 \n");
+  options.Coding = "IP";
+  file.OpenInMemory(15);
+  WriteCorrelationFile(options, r, file);
+  EXPECT_EQ(file.Text(),
+            "   1.000   0.123\n"
+            "   0.123   1.000\n");
+}
+
+TEST(DriverPieces, TheSeedAndTheNamesReachTheRun) {
+  ProgramArguments arguments;
+  arguments.has_seed = true;
+  arguments.seed = 4711;
+  RunContext context = MakeRunContext(arguments, "/data/wave1/reasoning_items_1.in");
+  EXPECT_TRUE(context.Seed.fixed);
+  EXPECT_EQ(context.Seed.value, 4711);
+  EXPECT_EQ(context.RunStem, "reasoning_items");
+  EXPECT_EQ(context.RunDirectory, "/data/wave1/");
+  context = MakeRunContext(ProgramArguments{}, "run.in");
+  EXPECT_FALSE(context.Seed.fixed);
+}
+
+}  // namespace
+}  // namespace vq
