@@ -1,5 +1,6 @@
 #include "data/field_conversion.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -61,8 +62,12 @@ bool StartsLikeNumber(std::string_view token) {
 
 }  // namespace
 
-int ConvertRealField(
-    std::string_view field, bool blank_zero, int decimals, int scale, double& value) {
+int ConvertRealField(std::string_view field,
+                     bool blank_zero,
+                     int decimals,
+                     int scale,
+                     double& value,
+                     long long padding) {
   const std::size_t n = field.size();
   std::size_t i = 0;
   while (i < n && (field[i] == ' ' || field[i] == '\t')) ++i;
@@ -98,6 +103,13 @@ int ConvertRealField(
   // Exponent: a letter with an optional sign, or a sign alone, then digits.
   bool has_exponent = false;
   long long exponent = 0;
+  // Zeros that BZ makes of the padding of a short record, added to the
+  // mantissa: behind a point they change nothing, else they scale by 10.
+  long long padded_zeros = 0;
+  if (i == n && blank_zero && padding > 0) {
+    if (digits.empty()) digits.push_back('0');
+    if (!point) padded_zeros = std::min(padding, kExponentCap);
+  }
   if (i < n) {
     const char mark = field[i];
     const bool letter = IsExponentLetter(mark);
@@ -122,17 +134,25 @@ int ConvertRealField(
       exponent = CappedExponent(exponent * 10 + (c - '0'));
       ++exponent_digits;
     }
+    if (blank_zero && padding > 0) {
+      for (long long pad = 0; pad < padding && exponent != 0 && exponent < kExponentCap; ++pad) {
+        exponent = CappedExponent(exponent * 10);
+      }
+      ++exponent_digits;
+    }
     if (exponent_digits == 0) return kSevereConversion;
     if (exponent_negative) exponent = -exponent;
     has_exponent = true;
   }
   if (digits.empty()) return kSevereConversion;
   long long exponent10 = has_exponent ? exponent : -static_cast<long long>(scale);
+  exponent10 += padded_zeros;
   exponent10 -= point ? fraction_digits : static_cast<long long>(decimals);
   return DecimalToDouble(digits, exponent10, negative, value);
 }
 
-int ConvertIntegerField(std::string_view field, bool blank_zero, int radix, double& value) {
+int ConvertIntegerField(
+    std::string_view field, bool blank_zero, int radix, double& value, long long padding) {
   const std::size_t n = field.size();
   std::size_t i = 0;
   while (i < n && (field[i] == ' ' || field[i] == '\t')) ++i;
@@ -159,6 +179,15 @@ int ConvertIntegerField(std::string_view field, bool blank_zero, int radix, doub
     const std::uint64_t base = static_cast<std::uint64_t>(radix);
     if (magnitude > (limit - static_cast<std::uint64_t>(digit)) / base) return kSevereConversion;
     magnitude = magnitude * base + static_cast<std::uint64_t>(digit);
+    ++digit_count;
+  }
+  if (blank_zero && padding > 0) {
+    // Zeros behind the digits; a magnitude of 0 stays 0 however many.
+    const std::uint64_t base = static_cast<std::uint64_t>(radix);
+    for (long long pad = 0; pad < padding && magnitude != 0; ++pad) {
+      if (magnitude > limit / base) return kSevereConversion;
+      magnitude *= base;
+    }
     ++digit_count;
   }
   if (digit_count == 0) return kSevereConversion;

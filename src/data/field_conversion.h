@@ -21,14 +21,21 @@ namespace vq {
 // D or Q in any case with an optional sign, or a sign alone). Without a
 // point the last `decimals` digits are decimals; without an exponent the
 // value is divided by 10 to the `scale` (kP). At least one digit is needed.
-int ConvertRealField(
-    std::string_view field, bool blank_zero, int decimals, int scale, double& value);
+// `padding` counts blanks behind `field` that stand for columns beyond the
+// end of a short record: they are zeros under BZ like any other blank.
+int ConvertRealField(std::string_view field,
+                     bool blank_zero,
+                     int decimals,
+                     int scale,
+                     double& value,
+                     long long padding = 0);
 
 // An integer field read into a double item: I (radix 10, optional sign), O
 // (8), Z (16) or B (2), the last three without sign. Blanks as for real
-// fields; empty gives 0. The whole number is stored as its value, so "1"
-// read by I1 gives 1.0. More than 64 bits fail.
-int ConvertIntegerField(std::string_view field, bool blank_zero, int radix, double& value);
+// fields (`padding` as above); empty gives 0. The whole number is stored as
+// its value, so "1" read by I1 gives 1.0. More than 64 bits fail.
+int ConvertIntegerField(
+    std::string_view field, bool blank_zero, int radix, double& value, long long padding = 0);
 
 // A logical field (L) read into a double item: optional blanks, an optional
 // point, then T or F in any case (what follows is not looked at) give 1.0 or
