@@ -37,6 +37,26 @@ int DecimalToDouble(const std::string& digits, long long exponent10, bool negati
     value = 0.0;
     return 0;
   }
+  // Up to 15 digits and a power of ten up to 22 are both exact doubles, so one
+  // multiplication or division rounds the exact value once, as strtod would.
+  const std::size_t significant = digits.size() - first;
+  if (significant <= 15 && exponent10 >= -22 && exponent10 <= 22) {
+    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    std::uint64_t whole = 0;
+    for (std::size_t k = first; k < digits.size(); ++k) {
+      whole = whole * 10 + static_cast<std::uint64_t>(digits[k] - '0');
+    }
+    double magnitude = static_cast<double>(whole);
+    if (exponent10 < 0) {
+      magnitude /= kPowers[-exponent10];
+    } else {
+      magnitude *= kPowers[exponent10];
+    }
+    value = negative ? -magnitude : magnitude;
+    return 0;
+  }
   std::string text = digits.substr(first);
   text += 'e';
   text += std::to_string(CappedExponent(exponent10));

@@ -5,7 +5,7 @@
 // A read that fails and that the caller has not taken on itself is a severe
 // error: the run ends at once with "severe (N): <message>, unit U, file F"
 // (see frame/console.h). The `Try...` variants return the error number
-// instead (0 on success), like an IOSTAT= specifier, for the few places that
+// instead (0 on success), as IOSTAT= would, for the few places that
 // handle a fault themselves.
 //
 // Error numbers: 24 end-of-file during read, 29 file not found,

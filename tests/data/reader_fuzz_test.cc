@@ -16,7 +16,7 @@
 namespace vq {
 namespace {
 
-// std::mt19937 is fully specified, so these inputs are the same everywhere;
+// std::mt19937 is defined to the bit, so these inputs are the same everywhere;
 // only its raw output is used (distributions may differ between libraries).
 struct Random {
   std::mt19937 engine{20240611u};
