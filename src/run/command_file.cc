@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "data/raw_data.h"
 #include "frame/console.h"
 #include "report/edit_descriptors.h"
-#include "run/driver.h"
 
 namespace vq {
 namespace {
@@ -119,8 +119,7 @@ void ReadItemsLine(RecordSource& source, RunOptions& options) {
                               TextItem(options.ItemFile, kItemFileWidth)};
     ReadList(source, items);
     options.HasItemFile = true;
-    // Phase: the item text file (stream 99), read at once.
-    StopAtUnbuiltPhase("ReadItemTexts");
+    ReadItemTexts(options.ItemFile, options.VariableCount, options.ItemTexts);
   } else if (Is(probe, ">OUTFIL")) {
     source.StepBack();
   }
@@ -189,9 +188,11 @@ void ReadGuessingLine(RecordSource& source, RunOptions& options, ParsedInputs& i
                             TextItem(options.GuessFile, kGuessFileWidth)};
   ReadList(source, items);
   options.HasGuessFile = true;
-  // Phase: the guessing vector (stream 45), read at once.
-  (void)inputs;
-  StopAtUnbuiltPhase("ReadGuessing");
+  ReadGuessing(inputs.GuessFile,
+               options.GuessFile,
+               options.VariableCount,
+               inputs.Guessing,
+               inputs.HasGuessing);
 }
 
 void ReadModelLine(RecordSource& source, RunOptions& options) {
@@ -428,10 +429,7 @@ void ParseCommandFile(RecordSource& command_file, RunOptions& options, ParsedInp
   ReadOutFileLine(command_file, options);
   ReadMetricLine(command_file, options);
   if (Is(options.InputForm, "FLD2")) ReadPhiLine(command_file, options);
-  if (Is(options.InputForm, "RAW")) {
-    // Phase: opening the raw data file on stream 10.
-    StopAtUnbuiltPhase("OpenRawData");
-  }
+  if (Is(options.InputForm, "RAW")) OpenRawData(inputs.DataFile, options.DataFile);
   if (Is(options.Coding, "DC")) ReadGuessingLine(command_file, options, inputs);
   ReadModelLine(command_file, options);
   ReadRotateLine(command_file, options);

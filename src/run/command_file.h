@@ -26,9 +26,8 @@
 
 namespace vq {
 
-// Stream numbers of the files the parse opens.
+// Stream number of the command file.
 constexpr int kCommandFileUnit = 12;
-constexpr int kDataFileUnit = 10;
 
 // What the main part of the parse opens and reads besides `RunOptions`.
 struct ParsedInputs {

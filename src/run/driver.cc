@@ -6,11 +6,13 @@
 #include <stdexcept>
 #include <string>
 
+#include "data/given_matrices.h"
+#include "data/raw_data.h"
 #include "frame/console.h"
 #include "report/edit_descriptors.h"
-#include "report/saved_files.h"
 #include "run/command_file.h"
 #include "run/report_head.h"
+#include "run/saved_matrices.h"
 
 namespace vq {
 namespace {
@@ -132,25 +134,6 @@ void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays) {
   }
 }
 
-void WriteCorrelationFile(const RunOptions& options, const Matrix& correlations, OutputFile& file) {
-  if (Is(options.Coding, "IP")) {
-    WriteMatrixRows(file, correlations, 8, 3, 0);
-  } else {
-    WriteMatrixRows(file, correlations, 12, 9, 1);
-  }
-}
-
-bool SmoothingRuns(const RunOptions& options) {
-  if (!Is(options.Smoothing, "SM")) return false;
-  if (Is(options.InputForm, "RAW")) return IsOneOf(options.Coding, {"DI", "DC", "OR", "CD"});
-  if (Is(options.InputForm, "COR")) return IsOneOf(options.Coding, {"DI", "OR", "CO"});
-  return false;
-}
-
-bool SavesSmoothedMatrix(const RunOptions& options) {
-  return SmoothingRuns(options) && !(Is(options.InputForm, "COR") && Is(options.Coding, "CO"));
-}
-
 bool FactorScoresRun(const RunOptions& options) {
   return IsOneOf(options.Coding, {"CO", "IP"}) && IsOneOf(options.ScoreMethod, {"REG", "BART"}) &&
          !Is(options.Model, "ROT");
@@ -175,34 +158,15 @@ void WarnAboutUnmetRequests(const RunOptions& options) {
 
 namespace {
 
-// --- Saved matrices -----------------------------------------------------------------
-
-// The `cor` file: the matrix as the correlation step left it, before any
-// smoothing. The file stays open to the end of the process.
-void SaveCorrelationMatrix(Run& run) {
-  if (!WantsCode(run.options, "COR")) return;
-  OpenSavedFile(run.files.Correlations,
-                kCorrelationUnit,
-                run.context.RunDirectory,
-                run.context.RunStem,
-                "cor");
-  WriteCorrelationFile(run.options, run.arrays.CorrelationMatrix, run.files.Correlations);
-}
-
-void SaveSmoothedMatrix(Run& run) {
-  if (!SavesSmoothedMatrix(run.options) || !WantsCode(run.options, "SMO")) return;
-  OutputFile file;
-  OpenSavedFile(file, kSmoothedUnit, run.context.RunDirectory, run.context.RunStem, "smo");
-  WriteMatrixRows(file, run.arrays.CorrelationMatrix, 12, 9, 1);
-  file.Close();
-}
-
 // --- The correlation road -----------------------------------------------------------
 
 void ReadRawData(Run& run) {
-  (void)run;
-  // Phase: reading the raw data by the record format.
-  StopAtUnbuiltPhase("ReadItemData");
+  ReadItemData(run.inputs.DataFile,
+               run.options.RecordFormat,
+               run.options.SubjectCount,
+               run.options.VariableCount,
+               run.arrays.ItemData,
+               run.arrays.SubjectIds);
 }
 
 // Fills CorrelationMatrix by the first branch that fits Coding and InputForm.
@@ -211,36 +175,46 @@ void ComputeCorrelationMatrix(Run& run) {
   const bool raw = Is(options.InputForm, "RAW");
   if (Is(options.Coding, "CD") && raw) {
     ReadRawData(run);
-    // Phase: median split, then tetrachorics (no console line of its own).
-    StopAtUnbuiltPhase("SplitAtMedians");
-    SaveCorrelationMatrix(run);
+    SplitAtMedians(run.arrays.ItemData, options.SubjectCount, options.VariableCount);
+    // Phase: tetrachorics of the split scores (no console line of their own).
+    StopAtUnbuiltPhase("ComputeTetrachorics");
+    SaveCorrelationMatrix(
+        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
   } else if (IsOneOf(options.Coding, {"DI", "DC"}) && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing tetrachoric correlations");
     // Phase: tetrachorics, with the guessing vector for "DC".
     StopAtUnbuiltPhase("ComputeTetrachorics");
-    SaveCorrelationMatrix(run);
+    SaveCorrelationMatrix(
+        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
   } else if (Is(options.Coding, "OR") && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing polychoric correlations");
     // Phase: polychorics.
     StopAtUnbuiltPhase("ComputePolychorics");
-    SaveCorrelationMatrix(run);
+    SaveCorrelationMatrix(
+        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
   } else if (Is(options.Coding, "CO") && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing correlations");
     // Phase: Pearson correlations.
     StopAtUnbuiltPhase("G02BAF");
-    SaveCorrelationMatrix(run);
+    SaveCorrelationMatrix(
+        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
   } else if (Is(options.Coding, "IP") && raw) {
     ReadRawData(run);
-    // Phase: ipsatisation, then Pearson correlations (no console line).
-    StopAtUnbuiltPhase("IPSAT");
+    IPSAT(options.SubjectCount, options.VariableCount, run.arrays.ItemData);
+    // Phase: Pearson correlations of the ipsatised scores (no console line).
+    StopAtUnbuiltPhase("G02BAF");
     run.inputs.DataFile.Close();
-    SaveCorrelationMatrix(run);
+    SaveCorrelationMatrix(
+        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
   } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
-    // Phase: reading a given correlation matrix ("Reading Correlations").
-    StopAtUnbuiltPhase("ReadCorrelations");
+    ReadCorrelations(run.inputs.DataFile,
+                     options.DataFile,
+                     options.Coding,
+                     options.VariableCount,
+                     run.arrays.CorrelationMatrix);
   }
 }
 
@@ -249,7 +223,7 @@ void SmoothIfAsked(Run& run) {
   ConsoleLine(30, "Smoothing Correlations");
   // Phase: smoothing; the smoothed matrix takes the place of CorrelationMatrix.
   StopAtUnbuiltPhase("SmoothCorrelations");
-  SaveSmoothedMatrix(run);
+  SaveSmoothedMatrix(run.options, run.context, run.arrays.CorrelationMatrix);
 }
 
 void ReadLabelsIfAsked(Run& run) {
@@ -298,10 +272,23 @@ void FactorAnalysis(Run& run) {
 // --- The rotation road ------------------------------------------------------------
 
 void RotationRoad(Run& run) {
-  AllocateRotationArrays(run.options, run.arrays);
-  // Phase: the given pattern, and with "FLD2" the factor correlations; then
-  // communalities and factor variances from the pattern.
-  StopAtUnbuiltPhase("ReadPattern");
+  const RunOptions& options = run.options;
+  AllocateRotationArrays(options, run.arrays);
+  ReadPattern(run.inputs.DataFile,
+              options.DataFile,
+              options.RecordFormat,
+              options.VariableCount,
+              options.FactorCount,
+              run.arrays.Loadings);
+  if (Is(options.InputForm, "FLD2")) {
+    ReadPhi(run.files.FactorCorrelations,
+            options.PhiFile,
+            options.FactorCount,
+            run.arrays.FactorCorrelations);
+  }
+  // Phase: the pattern turned by the eigenvectors of the factor correlations
+  // ("FLD2"), then communalities and factor variances from the pattern.
+  StopAtUnbuiltPhase("RotateGivenPattern");
   ReadLabelsIfAsked(run);
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
 }

@@ -65,9 +65,10 @@ struct RunArrays {
 
 // The files of a run other than those the parse opens.
 struct RunFiles {
-  RecordSource CommandFile;  // stream 12, open from start-up to the end
-  OutputFile Report;         // stream 11, opened after ">FORMAT:"
-  OutputFile Correlations;   // stream 15, the saved `cor` file, kept open
+  RecordSource CommandFile;         // stream 12, open from start-up to the end
+  OutputFile Report;                // stream 11, opened after ">FORMAT:"
+  OutputFile Correlations;          // stream 15, the saved `cor` file, kept open
+  RecordSource FactorCorrelations;  // stream 17, the ">PHI:" file with "FLD2"
 };
 
 // Runs one analysis. Returns at the normal end, after "Finished"; every
@@ -99,18 +100,6 @@ void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays);
 // Allocates the arrays of the rotation road: the p by m pattern and its
 // companions, m by m factor correlations. Failures as above.
 void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays);
-
-// Writes the rows of the correlation matrix (p by p) in the layout of the
-// `cor` file: "999( F12.9 1X )", or "999( F8.3 )" with "IP".
-void WriteCorrelationFile(const RunOptions& options, const Matrix& correlations, OutputFile& file);
-
-// True when the smoothed matrix of this `InputForm` and `Coding` is saved
-// under "SMO" (a given matrix coded "CO" is smoothed and not saved).
-bool SavesSmoothedMatrix(const RunOptions& options);
-
-// True when smoothing runs for this pair of `InputForm` and `Coding`, with
-// `Smoothing` "SM".
-bool SmoothingRuns(const RunOptions& options);
 
 // Warnings, right after the parse, for requests that no phase can meet:
 // factor scores under "ROT", which has no data, and a factor score plot

@@ -11,6 +11,7 @@
 
 #include "frame/console.h"
 #include "report/edit_descriptors.h"
+#include "run/saved_matrices.h"
 #include "run_test_support.h"
 
 namespace vq {
@@ -179,6 +180,137 @@ TEST_F(Driver, ScoresUnderRotAndPlotsWithoutScoresAreWarnedAbout) {
     WarnAboutUnmetRequests(options);
     EXPECT_EQ(capture.Out(), "");
   }
+}
+
+std::string ReadWhole(const std::string& name) {
+  std::ifstream in(name, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+const char kIdentity3[] = "1 0 0\n0 1 0\n0 0 1\n";
+
+TEST_F(Driver, CorrelationMatrixOnlyEndsNormallyWithTheHead) {
+  WriteFile("c.dat", kIdentity3);
+  WriteFile("cmt.in",
+            ">TITLE: matrix only\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: DI COR NO\n>MODEL: CMT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
+  RunOutcome outcome = Run("cmt.in");
+  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+  EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Correlations") + Col(30, "Finished"));
+  const std::string report = ReadWhole("r.out");
+  EXPECT_NE(report.find(std::string(34, ' ') + "Velquorin 2.0 \n"), std::string::npos);
+  EXPECT_NE(report.find(PadRight(">FORMAT: (F4.0)", 200) + "\n"), std::string::npos);
+  EXPECT_EQ(report.find("Model ="), std::string::npos);
+  EXPECT_NE(report.find("The rotation is: Varimax"), std::string::npos);
+}
+
+TEST_F(Driver, NoFactorsEndsNormallyWithoutAModelLine) {
+  WriteFile("c.dat", kIdentity3);
+  WriteFile("m0.in",
+            ">TITLE: no factors\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: OR COR NO\n>MODEL: PCA 0 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
+  RunOutcome outcome = Run("m0.in");
+  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+  EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Correlations") + Col(30, "Finished"));
+  const std::string report = ReadWhole("r.out");
+  EXPECT_EQ(report.find("Model ="), std::string::npos);
+  EXPECT_NE(report.find("Number of factors =   0\n"), std::string::npos);
+}
+
+TEST_F(Driver, LabelsFaultAfterTheCorrelationsLeavesAReportWithoutHead) {
+  WriteFile("c.dat", kIdentity3);
+  WriteFile("lab.in",
+            ">TITLE: labels\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABEL: a b c\n");
+  RunOutcome outcome = Run("lab.in");
+  EXPECT_TRUE(outcome.stopped);
+  EXPECT_EQ(
+      AfterBanner(outcome.out),
+      Col(30, "Reading Correlations") + PauseFault(30, "FATAL ERROR: Keyword  >LABELS:   missing"));
+  EXPECT_TRUE(std::filesystem::exists("r.out"));
+  EXPECT_EQ(std::filesystem::file_size("r.out"), 0u);
+}
+
+TEST_F(Driver, LabelsAreReadAndListedAsTheirFixedLine) {
+  WriteFile("c.dat", kIdentity3);
+  WriteFile("lab.in",
+            ">TITLE: labels\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABELS: a b\n c\n");
+  RunOutcome outcome = Run("lab.in");
+  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+  const std::string report = ReadWhole("r.out");
+  EXPECT_NE(report.find("\n>LABELS: Label names . . . \n"), std::string::npos);
+  EXPECT_EQ(report.find(">LABELS: a b"), std::string::npos);
+}
+
+TEST_F(Driver, GivenMatrixFilesThatAreMissing) {
+  WriteFile("di.in",
+            ">TITLE: t\n>DATA: missing.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: DI COR NO\n>MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
+  RunOutcome outcome = Run("di.in");
+  EXPECT_EQ(AfterBanner(outcome.out),
+            "\n" + PauseFault(27, "FATAL ERROR! Input correlation matrix not found"));
+  WriteFile("rot.in",
+            ">TITLE: t\n>DATA: missing.dat 3 100\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: CO FLD1 NO\n>MODEL: ROT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (2F4.0)\n");
+  outcome = Run("rot.in");
+  EXPECT_EQ(AfterBanner(outcome.out),
+            "\n" + PauseFault(27, "FATAL ERROR! Factor Pattern file not found"));
+}
+
+TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
+  WriteFile("raw.in",
+            ">TITLE: t\n>DATA: nodata.dat 3 10\n>OUTFILE: r.out SHORT\n"
+            ">METRIC: OR RAW NO\n>MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n");
+  RunOutcome outcome = Run("raw.in");
+  EXPECT_EQ(outcome.kind, RunStopped::Kind::kSevere);
+  EXPECT_EQ(outcome.exit_code, 24);
+  EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Data"));
+  EXPECT_EQ(outcome.err, "severe (24): end-of-file during read, unit 10, file nodata.dat\n");
+  EXPECT_TRUE(std::filesystem::exists("nodata.dat"));
+}
+
+TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
+  RunOptions options;
+  options.Coding = "OR";
+  options.SaveResults = "T";
+  options.SaveCodes = {"FAC"};
+  RunContext context;
+  context.RunDirectory = folder_ + "/";
+  context.RunStem = "wave1.in";
+  Matrix r(2, 2, 0.5);
+  OutputFile file;
+  SaveCorrelationMatrix(options, context, r, file);
+  EXPECT_FALSE(file.is_open());
+  EXPECT_FALSE(std::filesystem::exists("wave1.cor"));
+  options.SaveCodes = {"EIG", "COR"};
+  SaveCorrelationMatrix(options, context, r, file);
+  EXPECT_TRUE(file.is_open());  // kept open to the end of the run
+  EXPECT_EQ(file.unit(), 15);
+  file.Close();
+  EXPECT_EQ(ReadWhole(folder_ + "/wave1.cor"),
+            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+
+  options.Smoothing = "SM";
+  options.InputForm = "RAW ";
+  options.SaveCodes = {"SMO"};
+  SaveSmoothedMatrix(options, context, r);
+  EXPECT_EQ(ReadWhole(folder_ + "/wave1.smo"),
+            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+  std::filesystem::remove(folder_ + "/wave1.smo");
+  options.InputForm = "COR ";
+  options.Coding = "CO";
+  SaveSmoothedMatrix(options, context, r);
+  EXPECT_FALSE(std::filesystem::exists(folder_ + "/wave1.smo"));
 }
 
 TEST(DriverPieces, UnbuiltPhaseStopsPlainly) {
