@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "frame/console.h"
 #include "report/edit_descriptors.h"
@@ -311,6 +312,20 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   options.Coding = "CO";
   SaveSmoothedMatrix(options, context, r);
   EXPECT_FALSE(std::filesystem::exists(folder_ + "/wave1.smo"));
+}
+
+TEST_F(Driver, ExitStatusOfTheProcess) {
+  auto status = [](std::vector<std::string> words) {
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    ConsoleCapture capture;
+    return VelquorinMain(static_cast<int>(argv.size()), argv.data());
+  };
+  EXPECT_EQ(status({"velquorin", "--seed", "3", "missing.in"}), 1);
+  WriteFile("cut.in", ">TITLE: t\n");
+  EXPECT_EQ(status({"velquorin", "cut.in"}), 24);
+  WriteFile("fault.in", "\n");
+  EXPECT_EQ(status({"velquorin", "fault.in"}), 0);
 }
 
 TEST(DriverPieces, UnbuiltPhaseStopsPlainly) {
