@@ -9,6 +9,7 @@
 #include "data/given_matrices.h"
 #include "data/raw_data.h"
 #include "frame/console.h"
+#include "report/matrix_table.h"
 #include "report/edit_descriptors.h"
 #include "run/command_file.h"
 #include "run/report_head.h"
@@ -232,11 +233,30 @@ void ReadLabelsIfAsked(Run& run) {
   run.arrays.ItemLabels = run.options.Labels;
 }
 
+// The table "CORRELATION MATRIX": rows and columns bear the labels under
+// "LABELS" (with fields wide enough for them), numbers otherwise.
 void PrintCorrelationMatrix(Run& run, int table_width) {
-  (void)run;
-  (void)table_width;
-  // Phase: the table "CORRELATION MATRIX" (F15.3 with labels, F8.3 without).
-  StopAtUnbuiltPhase("X04CBF");
+  const int p = run.options.VariableCount;
+  const bool labels = Is(run.options.LabelMode, "LABELS");
+  const std::vector<std::string>* names = labels ? &run.arrays.ItemLabels : nullptr;
+  const char label_kind = labels ? 'C' : 'I';
+  int ifail = 0;
+  X04CBF('G',
+         'N',
+         p,
+         p,
+         run.arrays.CorrelationMatrix.data(),
+         p,
+         labels ? "F15.3" : "F8.3",
+         "CORRELATION MATRIX",
+         label_kind,
+         names,
+         label_kind,
+         names,
+         table_width,
+         0,
+         ifail,
+         run.files.Report);
 }
 
 // Steps 1 to 7 of the correlation road.

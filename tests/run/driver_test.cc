@@ -208,6 +208,46 @@ TEST_F(Driver, CorrelationMatrixOnlyEndsNormallyWithTheHead) {
   EXPECT_NE(report.find("The rotation is: Varimax"), std::string::npos);
 }
 
+TEST_F(Driver, LongPrintsTheCorrelationMatrixAfterTheHead) {
+  WriteFile("c.dat", "1 .5 0\n.5 1 0\n0 0 1\n");
+  WriteFile("long.in",
+            ">TITLE: long\n>DATA: c.dat 3 100\n>OUTFILE: r.out LONG\n"
+            ">METRIC: CO COR NO\n>MODEL: CMT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
+  RunOutcome outcome = Run("long.in");
+  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+  const std::string table =
+      "Hyperplane width = 0.200\n\n\n"
+      " CORRELATION MATRIX\n"
+      "          1       2       3\n"
+      " 1    1.000   0.500   0.000\n"
+      " 2    0.500   1.000   0.000\n"
+      " 3    0.000   0.000   1.000\n";
+  const std::string report = ReadWhole("r.out");
+  ASSERT_GE(report.size(), table.size());
+  EXPECT_EQ(report.substr(report.size() - table.size()), table);
+}
+
+TEST_F(Driver, LongWithLabelsUsesThemOnBothSides) {
+  WriteFile("c.dat", "1 .5\n.5 1\n");
+  WriteFile("long.in",
+            ">TITLE: long\n>DATA: c.dat 2 100\n>OUTFILE: r.out LONG\n"
+            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
+            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABELS: first second\n");
+  RunOutcome outcome = Run("long.in");
+  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+  // Labels of up to 6 characters: R = 7, fields of F15.3 in positions 9-23
+  // and 24-38, column labels ending on their right edges.
+  const std::string table =
+      " CORRELATION MATRIX\n"
+      "                  first         second\n"
+      "  first           1.000          0.500\n"
+      " second           0.500          1.000\n";
+  const std::string report = ReadWhole("r.out");
+  ASSERT_GE(report.size(), table.size());
+  EXPECT_EQ(report.substr(report.size() - table.size()), table);
+}
+
 TEST_F(Driver, NoFactorsEndsNormallyWithoutAModelLine) {
   WriteFile("c.dat", kIdentity3);
   WriteFile("m0.in",
