@@ -12,6 +12,7 @@
 
 #include "frame/console.h"
 #include "report/edit_descriptors.h"
+#include "run/command_file.h"
 #include "run/saved_matrices.h"
 #include "run_test_support.h"
 
@@ -366,6 +367,42 @@ TEST_F(Driver, ExitStatusOfTheProcess) {
   EXPECT_EQ(status({"velquorin", "cut.in"}), 24);
   WriteFile("fault.in", "\n");
   EXPECT_EQ(status({"velquorin", "fault.in"}), 0);
+}
+
+TEST_F(Driver, ItemTextsAndGuessingAreReadDuringTheParse) {
+  WriteFile("texts.txt", "First item text\nSecond\nThird one\n");
+  WriteFile("guess.dat", "0.25 0.2\n0.5\n");
+  WriteFile("d.dat", "");
+  const std::string text =
+      ">TITLE: t\n>DATA: d.dat 3 10\n>items: texts.txt\n>OUTFILE: r.out SHORT\n"
+      ">METRIC: DC RAW NO\nGUESSING guess.dat\n>MODEL: PFA 2 NOLABELS NOSORT\n"
+      ">ROTATE: VARIMAX\n>SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n";
+  RecordSource source;
+  source.OpenText(12, "test.in", text);
+  RunOptions options;
+  ParsedInputs inputs;
+  ConsoleCapture capture;
+  ParseCommandFile(source, options, inputs);
+  EXPECT_EQ(capture.Out(), Col(30, "Items read sucessfully"));
+  EXPECT_TRUE(options.HasItemFile);
+  ASSERT_EQ(options.ItemTexts.size(), 3u);
+  EXPECT_EQ(options.ItemTexts[1], PadRight("Second", 200));
+  EXPECT_TRUE(options.HasGuessFile);
+  EXPECT_EQ(options.GuessFile, PadRight("guess.dat", 80));
+  EXPECT_TRUE(inputs.HasGuessing);
+  EXPECT_EQ(inputs.Guessing, (std::vector<double>{0.25, 0.2, 0.5}));
+  EXPECT_TRUE(inputs.DataFile.is_open());
+  EXPECT_EQ(inputs.DataFile.unit(), 10);
+}
+
+TEST_F(Driver, MissingGuessingFileIsASevereErrorOnStream45) {
+  WriteFile("d.dat", "");
+  WriteFile("dc.in",
+            ">TITLE: t\n>DATA: d.dat 3 10\n>OUTFILE: r.out SHORT\n>METRIC: DC RAW NO\n"
+            "GUESSING none.dat\n>MODEL: PFA 2 NOLABELS NOSORT\n");
+  RunOutcome outcome = Run("dc.in");
+  EXPECT_EQ(outcome.exit_code, 29);
+  EXPECT_EQ(outcome.err, "severe (29): file not found, unit 45, file none.dat\n");
 }
 
 TEST(DriverPieces, UnbuiltPhaseStopsPlainly) {
