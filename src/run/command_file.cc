@@ -1,6 +1,6 @@
 #include "run/command_file.h"
 
-#include <cmath>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +30,9 @@ constexpr int kFormatKeyWidth = 8;      // ">FORMAT:"
 constexpr int kLabelsKeyWidth = 8;      // ">LABELS:"
 
 // --- Messages ----------------------------------------------------------------
-// All fatal words of the parse come from here. Their columns and the empty
-// lines after them are part of what users see, so each message keeps its own.
+// Every fatal message of the parse goes out through one of these two. The
+// words and columns stand at the place of each fault; the column differs
+// from keyword to keyword and is part of what users see.
 
 // A keyword or value fault: the message from `column`, two empty lines, then
 // the pause prompt and the stop.
