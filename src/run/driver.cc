@@ -5,10 +5,17 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
+#include "correlation/pearson.h"
+#include "correlation/polychoric.h"
+#include "correlation/smoothing.h"
+#include "correlation/tetrachoric.h"
+#include "correlation/triplet.h"
 #include "data/given_matrices.h"
 #include "data/raw_data.h"
 #include "frame/console.h"
+#include "kernels/failure.h"
 #include "report/matrix_table.h"
 #include "report/edit_descriptors.h"
 #include "run/command_file.h"
@@ -170,6 +177,35 @@ void ReadRawData(Run& run) {
                run.arrays.SubjectIds);
 }
 
+void Tetrachorics(Run& run, int guessing_flag) {
+  ComputeTetrachorics(run.arrays.ItemData,
+                      run.options.SubjectCount,
+                      run.options.VariableCount,
+                      run.arrays.CorrelationMatrix,
+                      run.files.Report,
+                      run.context.RunStem,
+                      run.context.RunDirectory,
+                      guessing_flag,
+                      run.inputs.Guessing);
+}
+
+void Pearson(Run& run) {
+  int ifail = kIfailHard;
+  G02BAF(run.options.SubjectCount,
+         run.options.VariableCount,
+         run.arrays.ItemData,
+         run.arrays.Means,
+         run.arrays.StandardDeviations,
+         run.arrays.SumsOfProducts,
+         run.arrays.CorrelationMatrix,
+         ifail);
+}
+
+void SaveRawCorrelations(Run& run) {
+  SaveCorrelationMatrix(
+      run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+}
+
 // Fills CorrelationMatrix by the first branch that fits Coding and InputForm.
 void ComputeCorrelationMatrix(Run& run) {
   const RunOptions& options = run.options;
@@ -177,39 +213,33 @@ void ComputeCorrelationMatrix(Run& run) {
   if (Is(options.Coding, "CD") && raw) {
     ReadRawData(run);
     SplitAtMedians(run.arrays.ItemData, options.SubjectCount, options.VariableCount);
-    // Phase: tetrachorics of the split scores (no console line of their own).
-    StopAtUnbuiltPhase("ComputeTetrachorics");
-    SaveCorrelationMatrix(
-        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+    Tetrachorics(run, 0);
+    SaveRawCorrelations(run);
   } else if (IsOneOf(options.Coding, {"DI", "DC"}) && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing tetrachoric correlations");
-    // Phase: tetrachorics, with the guessing vector for "DC".
-    StopAtUnbuiltPhase("ComputeTetrachorics");
-    SaveCorrelationMatrix(
-        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+    Tetrachorics(run, Is(options.Coding, "DC") ? 1 : 0);
+    SaveRawCorrelations(run);
   } else if (Is(options.Coding, "OR") && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing polychoric correlations");
-    // Phase: polychorics.
-    StopAtUnbuiltPhase("ComputePolychorics");
-    SaveCorrelationMatrix(
-        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+    ComputePolychorics(run.arrays.ItemData,
+                       options.SubjectCount,
+                       options.VariableCount,
+                       run.arrays.CorrelationMatrix,
+                       run.files.Report);
+    SaveRawCorrelations(run);
   } else if (Is(options.Coding, "CO") && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing correlations");
-    // Phase: Pearson correlations.
-    StopAtUnbuiltPhase("G02BAF");
-    SaveCorrelationMatrix(
-        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+    Pearson(run);
+    SaveRawCorrelations(run);
   } else if (Is(options.Coding, "IP") && raw) {
     ReadRawData(run);
     IPSAT(options.SubjectCount, options.VariableCount, run.arrays.ItemData);
-    // Phase: Pearson correlations of the ipsatised scores (no console line).
-    StopAtUnbuiltPhase("G02BAF");
+    Pearson(run);
     run.inputs.DataFile.Close();
-    SaveCorrelationMatrix(
-        run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+    SaveRawCorrelations(run);
   } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
     ReadCorrelations(run.inputs.DataFile,
                      options.DataFile,
@@ -219,11 +249,14 @@ void ComputeCorrelationMatrix(Run& run) {
   }
 }
 
+// The smoothed matrix takes the place of CorrelationMatrix.
 void SmoothIfAsked(Run& run) {
   if (!SmoothingRuns(run.options)) return;
   ConsoleLine(30, "Smoothing Correlations");
-  // Phase: smoothing; the smoothed matrix takes the place of CorrelationMatrix.
-  StopAtUnbuiltPhase("SmoothCorrelations");
+  const int p = run.options.VariableCount;
+  Matrix smoothed(p, p);
+  SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
+  run.arrays.CorrelationMatrix = std::move(smoothed);
   SaveSmoothedMatrix(run.options, run.context, run.arrays.CorrelationMatrix);
 }
 
@@ -270,10 +303,15 @@ void CorrelationRoad(Run& run) {
   if (Is(run.options.Print_Verbosity, "LONG")) PrintCorrelationMatrix(run, table_width);
 }
 
-void RunTripletTest(Run& run) {
-  (void)run;
-  // Phase: triplet test of multivariate normality and its `mvn` file.
-  StopAtUnbuiltPhase("TripletTest");
+void TripletTestOfTheRun(Run& run) {
+  RunTripletTest(run.options,
+                 run.arrays.ItemData,
+                 run.options.SubjectCount,
+                 run.options.VariableCount,
+                 run.arrays.CorrelationMatrix,
+                 run.files.Report,
+                 run.context.RunStem,
+                 run.context.RunDirectory);
 }
 
 // Step 10: eigenvalue screen, communalities, fit and unrotated tables.
@@ -376,7 +414,7 @@ void RunAnalysis(const ProgramArguments& arguments) {
   } else {
     CorrelationRoad(run);
     if (Is(run.options.Model, "TRP")) {
-      RunTripletTest(run);
+      TripletTestOfTheRun(run);
       EndOfRun(run);
       return;
     }
