@@ -192,6 +192,21 @@ TEST(RunExtraction, SumOfCommunalitiesAbovePIsError100) {
             std::string::npos);
 }
 
+TEST(RunExtraction, MoreFactorsThanVariablesEndsTheRun) {
+  // With the default error setting the eigen solution stops the run itself;
+  // after the inverse of "SMC" has switched stopping off, the phase stops
+  // after the solver's message all the same.
+  for (const char* start : {"ONE", "SMC"}) {
+    RunOptions options = ExtractionOptions("PFA", 4, 5);
+    options.InitialCommunality = PadRight(start, kInitialCommunalityWidth);
+    PhaseRun run(options, Equicorrelation(4, 0.3));
+    EXPECT_TRUE(run.stopped) << start;
+    EXPECT_NE(run.console.find("The argument NEVEC = 5."), std::string::npos) << run.console;
+    EXPECT_NE(run.console.find("Stop - Program terminated."), std::string::npos);
+    EXPECT_EQ(run.report.Text().find("Analysis of Model Fit"), std::string::npos);
+  }
+}
+
 TEST(RunExtraction, LastAllowedPassGivesTheMessageEvenWhenItConverged) {
   // rho = 0.8, p = 5: the first pass gives the sum 4.2, a change of 0.8,
   // which meets an epsilon of 0.9. With a limit of 1 that pass is also the
