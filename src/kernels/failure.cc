@@ -91,22 +91,29 @@ void ImslError(int severity, int code, std::string_view routine, std::string_vie
     const std::string continuation = "***          ";
     std::string line = head;
     std::string_view rest = text;
-    // Fill lines word by word; a word longer than a line is cut.
+    // Fill lines word by word. Blanks between words are kept as the text
+    // has them (two after a full stop), except where a line breaks.
     bool first_word = true;
+    std::size_t gap = 0;
     while (!rest.empty()) {
+      if (rest.front() == ' ') {
+        ++gap;
+        rest.remove_prefix(1);
+        continue;
+      }
       std::size_t blank = rest.find(' ');
       std::string_view word = rest.substr(0, blank);
-      rest = blank == std::string_view::npos ? std::string_view() : rest.substr(blank + 1);
-      if (word.empty()) continue;
-      std::size_t needed = line.size() + (first_word ? 0 : 1) + word.size();
+      rest = blank == std::string_view::npos ? std::string_view() : rest.substr(blank);
+      std::size_t needed = line.size() + (first_word ? 0 : gap) + word.size();
       if (!first_word && needed > kImslLineWidth) {
         ConsoleFreeForm(line);
         line = continuation;
         first_word = true;
       }
-      if (!first_word) line += ' ';
+      if (!first_word) line.append(gap, ' ');
       line += word;
       first_word = false;
+      gap = 0;
     }
     ConsoleFreeForm(line);
   }

@@ -51,5 +51,21 @@ TEST(Erset, SwitchedOffIsSilentAndGoesOn) {
   ResetImslState();
 }
 
+TEST(Erset, KeepsTwoBlanksAfterAFullStop) {
+  ResetImslState();
+  ConsoleCapture capture;
+  ERSET(0, 1, 0);
+  ImslError(kImslTerminal,
+            2,
+            "DEVESF",
+            "The argument NEVEC = 4.  The number of largest/smallest eigenvalues to be "
+            "calculated must be greater than 0 and less than or equal to N = 3.");
+  EXPECT_EQ(capture.Out(),
+            "*** TERMINAL ERROR 2 from DEVESF.  The argument NEVEC = 4.  The number of\n"
+            "***          largest/smallest eigenvalues to be calculated must be greater\n"
+            "***          than 0 and less than or equal to N = 3.\n");
+  ResetImslState();
+}
+
 }  // namespace
 }  // namespace vq

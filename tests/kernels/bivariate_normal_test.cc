@@ -1,0 +1,214 @@
+#include "kernels/bivariate_normal.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iomanip>
+#include <sstream>
+#include <vector>
+
+#include "frame/console.h"
+#include "kernels/failure.h"
+#include "kernels/normal.h"
+
+namespace vq {
+namespace {
+
+using Real = long double;
+
+const Real kSqrtHalf = 0.70710678118654752440084436210484903928L;
+const Real kInverseSqrtTwoPi = 0.39894228040143267793994605993438186848L;
+
+// Gauss-Kronrod 7/15 nodes (positive half) and weights.
+const Real kNodes[8] = {0.991455371120812639206854697526329L,
+                        0.949107912342758524526189684047851L,
+                        0.864864423359769072789712788640926L,
+                        0.741531185599394439863864773280788L,
+                        0.586087235467691130294144845693013L,
+                        0.405845151377397166906606412076961L,
+                        0.207784955007898467600689403773245L,
+                        0.0L};
+const Real kKronrodWeights[8] = {0.022935322010529224963732008058970L,
+                                 0.063092092629978553290700663189204L,
+                                 0.104790010322250183839876322541518L,
+                                 0.140653259715525918745189590510238L,
+                                 0.169004726639267902826583426598550L,
+                                 0.190350578064785409913256402421014L,
+                                 0.204432940075298892414161999234649L,
+                                 0.209482141084727828012999174891714L};
+const Real kGaussWeights[4] = {0.129484966168869693270611432679082L,
+                               0.279705391489276667901467771423780L,
+                               0.381830050505118944950369775488975L,
+                               0.417959183673469387755102040816327L};
+
+// The integrand phi(t) Phi((y - rho t) / sqrt(1 - rho^2)) of the lower
+// orthant probability, in long double.
+struct Integrand {
+  Real y, rho, s;
+  Real operator()(Real t) const {
+    const Real inner = (y - rho * t) / s;
+    return kInverseSqrtTwoPi * std::exp(-0.5L * t * t) * 0.5L * std::erfc(-inner * kSqrtHalf);
+  }
+};
+
+Real Adaptive(const Integrand& f, Real a, Real b, Real tolerance, int depth) {
+  const Real centre = 0.5L * (a + b);
+  const Real half = 0.5L * (b - a);
+  Real kronrod = 0.0L;
+  Real gauss = 0.0L;
+  for (int k = 0; k < 8; ++k) {
+    const Real values =
+        k == 7 ? f(centre) : f(centre - half * kNodes[k]) + f(centre + half * kNodes[k]);
+    kronrod += kKronrodWeights[k] * values;
+    if (k % 2 == 1) gauss += kGaussWeights[k / 2] * values;
+  }
+  kronrod *= half;
+  gauss *= half;
+  if (std::fabs(kronrod - gauss) <= tolerance || depth > 40) return kronrod;
+  return Adaptive(f, a, centre, 0.5L * tolerance, depth + 1) +
+         Adaptive(f, centre, b, 0.5L * tolerance, depth + 1);
+}
+
+// P(X <= x, Y <= y) by quadrature over the first variable.
+double Reference(double x, double y, double rho) {
+  const Integrand f{y, rho, std::sqrt(1.0L - static_cast<Real>(rho) * rho)};
+  Real upper = std::min<Real>(x, 40.0L);
+  if (upper <= -40.0L) return 0.0;
+  // Split at the point where the inner argument changes sign, where the
+  // integrand bends most sharply.
+  Real result = 0.0L;
+  Real lower = -40.0L;
+  const Real bend = static_cast<Real>(y) / rho;
+  if (bend > lower && bend < upper) {
+    result += Adaptive(f, lower, bend, 1e-17L, 0);
+    lower = bend;
+  }
+  result += Adaptive(f, lower, upper, 1e-17L, 0);
+  return static_cast<double>(result);
+}
+
+double Phi(double x) { return DNORDF(x); }
+
+TEST(G01HAF, QuadratureReferenceIsSound) {
+  // The integrator against closed forms before it is used as the judge.
+  EXPECT_NEAR(Reference(0.7, -1.2, 0.0), Phi(0.7) * Phi(-1.2), 1e-15);
+  EXPECT_NEAR(Reference(0.0, 0.0, 0.6), 0.25 + std::asin(0.6) / (2.0 * M_PI), 1e-15);
+  EXPECT_NEAR(Reference(0.0, 0.0, -0.95), 0.25 + std::asin(-0.95) / (2.0 * M_PI), 1e-15);
+}
+
+// Divgi's table is a minimax fit: its error oscillates in the radius and
+// peaks, a few times 1e-10, near the origin; beyond a radius of about 1 it
+// stays below 1e-10.
+TEST(G01HAF, AgreesWithQuadrature) {
+  const std::vector<double> rhos = {
+      -0.99, -0.95, -0.8, -0.6, -0.35, -0.1, 0.05, 0.2, 0.45, 0.7, 0.9, 0.97, 0.99};
+  std::vector<double> thresholds = {-0.04, -0.013, 0.021, 0.07};
+  for (int step = -10; step <= 10; ++step) thresholds.push_back(0.35 * step);
+  double worst = 0.0;
+  double worst_outside = 0.0;
+  for (double x : thresholds) {
+    for (double y : thresholds) {
+      for (double rho : rhos) {
+        int ifail = 0;
+        const double value = G01HAF(x, y, rho, ifail);
+        ASSERT_EQ(ifail, 0);
+        const double error = std::fabs(value - Reference(x, y, rho));
+        EXPECT_LE(error, 1e-9) << std::setprecision(17) << "x = " << x << " y = " << y
+                               << " rho = " << rho;
+        worst = std::max(worst, error);
+        if (std::hypot(x, y) >= 1.5) worst_outside = std::max(worst_outside, error);
+      }
+    }
+  }
+  EXPECT_LE(worst_outside, 1e-10);
+  std::ostringstream text;
+  text << std::scientific << std::setprecision(2) << worst;
+  RecordProperty("worst_absolute_error", text.str());
+}
+
+// Near a threshold of 0 (within rounding), acos of a cosine close to 1
+// magnifies the rounding of that cosine; the result stays within 1e-8.
+TEST(G01HAF, ThresholdWithinRoundingOfZero) {
+  for (double tiny : {5.5511151231257827e-16, -3e-16, 1e-12, 1e-9}) {
+    for (double other : {-1.5, 0.5, 3.0}) {
+      for (double rho : {-0.6, 0.2, 0.45}) {
+        int ifail = 0;
+        EXPECT_NEAR(G01HAF(other, tiny, rho, ifail), Reference(other, tiny, rho), 1e-8);
+        EXPECT_NEAR(G01HAF(tiny, other, rho, ifail), Reference(tiny, other, rho), 1e-8);
+      }
+    }
+  }
+}
+
+TEST(G01HAF, ClosedFormCases) {
+  int ifail = 0;
+  // rho = 0: the product of the margins, also at the infinite thresholds.
+  EXPECT_DOUBLE_EQ(G01HAF(0.3, -0.4, 0.0, ifail), Phi(0.3) * Phi(-0.4));
+  EXPECT_DOUBLE_EQ(G01HAF(999999.0, -0.4, 0.0, ifail), Phi(-0.4));
+  EXPECT_EQ(G01HAF(-999999.0, 0.4, 0.0, ifail), 0.0);
+  // Both thresholds 0.
+  EXPECT_DOUBLE_EQ(G01HAF(0.0, 0.0, 0.5, ifail), 0.25 + std::asin(0.5) / (2.0 * M_PI));
+  EXPECT_DOUBLE_EQ(G01HAF(0.0, 0.0, 1.0, ifail), 0.5);
+  EXPECT_EQ(G01HAF(0.0, 0.0, -1.0, ifail), 0.0);
+  EXPECT_EQ(ifail, 0);
+}
+
+TEST(G01HAF, InfiniteThresholdsGiveTheMargins) {
+  int ifail = 0;
+  for (double rho : {-0.9, -0.3, 0.4, 0.95}) {
+    for (double t : {-2.0, 0.0, 0.7}) {
+      EXPECT_NEAR(G01HAF(999999.0, t, rho, ifail), Phi(t), 1e-15) << rho << " " << t;
+      EXPECT_NEAR(G01HAF(t, 999999.0, rho, ifail), Phi(t), 1e-15) << rho << " " << t;
+      EXPECT_EQ(G01HAF(-999999.0, t, rho, ifail), 0.0);
+      EXPECT_EQ(G01HAF(t, -999999.0, rho, ifail), 0.0);
+    }
+    EXPECT_EQ(G01HAF(999999.0, 999999.0, rho, ifail), 1.0);
+    EXPECT_EQ(G01HAF(-999999.0, -999999.0, rho, ifail), 0.0);
+    EXPECT_EQ(G01HAF(-999999.0, 999999.0, rho, ifail), 0.0);
+  }
+}
+
+TEST(G01HAF, PerfectCorrelationTakesTheLimit) {
+  int ifail = 0;
+  EXPECT_EQ(G01HAF(0.5, -0.2, 1.0, ifail), Phi(-0.2));
+  EXPECT_EQ(G01HAF(-1.5, 0.0, 1.0, ifail), Phi(-1.5));
+  // rho = -1: X <= x and -X <= y, so -y <= X <= x.
+  EXPECT_EQ(G01HAF(0.5, -0.2, -1.0, ifail), Phi(0.5) - Phi(0.2));
+  EXPECT_EQ(G01HAF(-0.5, 0.2, -1.0, ifail), 0.0);
+  EXPECT_EQ(G01HAF(0.3, -0.3, -1.0, ifail), 0.0);
+  // Rounding cannot make the rule for rho near 1 give a negative or a NaN.
+  const double nearly_one = std::nextafter(1.0, 0.0);
+  const double value = G01HAF(1.0, std::nextafter(1.0, 2.0), nearly_one, ifail);
+  EXPECT_NEAR(value, Phi(1.0), 1e-7);
+  EXPECT_EQ(ifail, 0);
+}
+
+TEST(G01HAF, NeverNegativeAndMonotone) {
+  int ifail = 0;
+  double previous = 0.0;
+  for (double x = -9.0; x <= 9.0; x += 0.25) {
+    const double value = G01HAF(x, -8.5, -0.97, ifail);
+    EXPECT_GE(value, 0.0);
+    EXPECT_GE(value, previous - 1e-13);
+    previous = value;
+  }
+}
+
+TEST(G01HAF, CorrelationOutsideTheIntervalIsFailureOne) {
+  ConsoleCapture capture;
+  int ifail = kIfailSoft;
+  EXPECT_EQ(G01HAF(0.1, 0.2, 1.5, ifail), 0.0);
+  EXPECT_EQ(ifail, 1);
+  EXPECT_EQ(capture.Out(),
+            "** On entry, RHO.lt.-1.0 .or. RHO.gt.1.0 : RHO =    0.15000E+01\n"
+            "** ABNORMAL EXIT from NAG Library routine G01HAF: IFAIL =     1\n"
+            "** NAG soft failure - control returned\n");
+  ifail = kIfailHard;
+  EXPECT_THROW(G01HAF(0.1, 0.2, -1.0000001, ifail), RunStopped);
+  ifail = kIfailQuiet;
+  EXPECT_EQ(G01HAF(0.1, 0.2, std::nan(""), ifail), 0.0);
+  EXPECT_EQ(ifail, 1);
+}
+
+}  // namespace
+}  // namespace vq

@@ -1,0 +1,215 @@
+#include "kernels/refined_solve.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "frame/console.h"
+#include "kernels/failure.h"
+
+namespace vq {
+namespace {
+
+constexpr double kEpsilon = 2.220446049250313e-16;
+
+Matrix Identity(int n) {
+  Matrix m(n, n);
+  for (int i = 0; i < n; ++i) m(i, i) = 1.0;
+  return m;
+}
+
+const char kSingularFrame[] =
+    "** ABNORMAL EXIT from NAG Library routine F04AEF: IFAIL =     1\n"
+    "** Matrix A is approximately singular.\n"
+    "** NAG hard failure - execution terminated\n"
+    "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
+
+TEST(F04AEF, UnitMatrixTakesTwoPasses) {
+  const int n = 4;
+  Matrix b(n, 2);
+  for (int i = 0; i < n; ++i) {
+    b(i, 0) = 0.1 * (i + 1);
+    b(i, 1) = -3.0 + i;
+  }
+  Matrix c, aa, bb;
+  int ifail = 0;
+  EXPECT_EQ(RefinedSolve(Identity(n), b, n, 2, c, aa, bb, ifail), 2);
+  EXPECT_EQ(ifail, 0);
+  EXPECT_EQ(c.values, b.values);
+  // The second pass found nothing left to correct.
+  EXPECT_EQ(bb.values, std::vector<double>(2 * n, 0.0));
+  EXPECT_EQ(aa.values, Identity(n).values);
+}
+
+TEST(F04AEF, OneByOneGivesTheReciprocal) {
+  for (double t : {3.0, 0.7, -12.5, 1e-3, 0.98765}) {
+    Matrix a(1, 1, t);
+    Matrix b(1, 1, 1.0);
+    Matrix c;
+    int ifail = 0;
+    F04AEF(a, b, 1, 1, c, ifail);
+    EXPECT_EQ(ifail, 0);
+    EXPECT_EQ(c(0, 0), 1.0 / t) << t;
+  }
+}
+
+TEST(F04AEF, FactorsWithScaledPivots) {
+  // Row 2 has the larger entry in column 1 but the smaller scaled one:
+  // scaled pivoting keeps row 1 (|1| / sqrt(1 + 1e-4) beats 2 / sqrt(4 + 1e6)).
+  Matrix a(2, 2);
+  a(0, 0) = 1.0;
+  a(0, 1) = 0.01;
+  a(1, 0) = 2.0;
+  a(1, 1) = 1000.0;
+  Matrix b = Identity(2);
+  Matrix c, aa, bb;
+  int ifail = 0;
+  RefinedSolve(a, b, 2, 2, c, aa, bb, ifail);
+  EXPECT_EQ(aa(0, 0), 1.0);   // pivot row unchanged
+  EXPECT_EQ(aa(0, 1), 0.01);  // unit upper factor: 0.01 / 1
+  EXPECT_EQ(aa(1, 0), 2.0);
+  EXPECT_EQ(aa(1, 1), 1000.0 - 2.0 * 0.01);
+  const double det = 1000.0 - 0.02;
+  EXPECT_NEAR(c(0, 0), 1000.0 / det, 1e-15);
+  EXPECT_NEAR(c(1, 1), 1.0 / det, 1e-18);
+  EXPECT_NEAR(c(0, 1), -0.01 / det, 1e-18);
+  EXPECT_NEAR(c(1, 0), -2.0 / det, 1e-18);
+}
+
+TEST(F04AEF, RecoversExactSolutionsToTenEpsilons) {
+  std::mt19937 generator(4242);
+  std::uniform_int_distribution<int> entry(-60, 60);
+  std::uniform_int_distribution<int> numerator(-4096, 4096);
+  for (int trial = 0; trial < 30; ++trial) {
+    const int n = 1 + trial % 10;
+    const int m = 1 + trial % 3;
+    // Small integers and dyadic solutions: B = A X is exact in double
+    // precision, so X is the exact solution.
+    Matrix a(n, n);
+    for (double& value : a.values) value = entry(generator);
+    for (int i = 0; i < n; ++i) a(i, i) += (a(i, i) < 0 ? -1 : 1) * 61.0 * n;
+    Matrix x(n, m);
+    for (double& value : x.values) value = numerator(generator) / 1024.0;
+    Matrix b(n, m);
+    for (int i = 0; i < n; ++i) {
+      for (int j = 0; j < m; ++j) {
+        double sum = 0.0;
+        for (int k = 0; k < n; ++k) sum += a(i, k) * x(k, j);
+        b(i, j) = sum;
+      }
+    }
+    Matrix c;
+    int ifail = 0;
+    F04AEF(a, b, n, m, c, ifail);
+    ASSERT_EQ(ifail, 0);
+    for (int j = 0; j < m; ++j) {
+      double xmax = 0.0;
+      for (int i = 0; i < n; ++i) xmax = std::max(xmax, std::fabs(x(i, j)));
+      for (int i = 0; i < n; ++i) {
+        EXPECT_LE(std::fabs(c(i, j) - x(i, j)), 10.0 * kEpsilon * xmax) << trial;
+      }
+    }
+  }
+}
+
+TEST(F04AEF, IllConditionedButSolvableSystemToFullAccuracy) {
+  // Condition near 4e9; B = A X is exact in double, and the refined
+  // solution is X to full accuracy.
+  const double tiny = std::ldexp(1.0, -30);
+  Matrix a(2, 2, 1.0);
+  a(1, 1) = 1.0 + tiny;
+  Matrix b(2, 1);
+  b(0, 0) = 0.25;
+  b(1, 0) = 0.25 - 0.5 * tiny;
+  Matrix c, aa, bb;
+  int ifail = 0;
+  const int passes = RefinedSolve(a, b, 2, 1, c, aa, bb, ifail);
+  EXPECT_EQ(ifail, 0);
+  EXPECT_GE(passes, 2);
+  EXPECT_NEAR(c(0, 0), 0.75, 10 * kEpsilon);
+  EXPECT_NEAR(c(1, 0), -0.5, 10 * kEpsilon);
+}
+
+TEST(F04AEF, InverseOfARandomTransformation) {
+  // Promax solves T C = I; C T must be I.
+  std::mt19937 generator(17);
+  std::normal_distribution<double> normal;
+  for (int m = 2; m <= 8; ++m) {
+    Matrix t(m, m);
+    for (double& value : t.values) value = normal(generator);
+    Matrix c;
+    int ifail = 0;
+    F04AEF(t, Identity(m), m, m, c, ifail);
+    ASSERT_EQ(ifail, 0);
+    for (int i = 0; i < m; ++i) {
+      for (int j = 0; j < m; ++j) {
+        double sum = 0.0;
+        for (int k = 0; k < m; ++k) sum += t(i, k) * c(k, j);
+        EXPECT_NEAR(sum, i == j ? 1.0 : 0.0, 1e-13);
+      }
+    }
+  }
+}
+
+TEST(F04AEF, SingularMatrixStopsWithTheFirstMessage) {
+  Matrix a(3, 3);
+  a(0, 0) = 1.0;
+  a(0, 1) = 2.0;
+  a(0, 2) = 3.0;
+  a(1, 0) = 2.0;
+  a(1, 1) = 4.0;
+  a(1, 2) = 6.0;
+  a(2, 0) = 1.0;
+  a(2, 1) = 0.0;
+  a(2, 2) = 1.0;
+  Matrix c;
+  ConsoleCapture capture;
+  int ifail = 0;
+  EXPECT_THROW(F04AEF(a, Identity(3), 3, 3, c, ifail), RunStopped);
+  EXPECT_EQ(capture.Out(), kSingularFrame);
+}
+
+TEST(F04AEF, ZeroRowIsSingular) {
+  Matrix a = Identity(3);
+  a(1, 1) = 0.0;
+  Matrix c;
+  ConsoleCapture capture;
+  int ifail = kIfailQuiet;
+  F04AEF(a, Identity(3), 3, 3, c, ifail);
+  EXPECT_EQ(ifail, 1);
+  EXPECT_EQ(capture.Out(), "");
+  ifail = 0;
+  EXPECT_THROW(F04AEF(a, Identity(3), 3, 3, c, ifail), RunStopped);
+  EXPECT_EQ(capture.Out(), kSingularFrame);
+}
+
+TEST(F04AEF, IllConditionedMatrixStopsWithTheSecondMessage) {
+  // The Hilbert matrix of order 13 has a condition near 1e18: its scaled
+  // pivots stay above the limit, but the refinement cannot converge.
+  const int n = 13;
+  Matrix hilbert(n, n);
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) hilbert(i, j) = 1.0 / (i + j + 1);
+  }
+  Matrix c;
+  ConsoleCapture capture;
+  int ifail = kIfailSoft;
+  F04AEF(hilbert, Identity(n), n, n, c, ifail);
+  EXPECT_EQ(ifail, 2);
+  EXPECT_EQ(capture.Out(),
+            "** ABNORMAL EXIT from NAG Library routine F04AEF: IFAIL =     2\n"
+            "** Matrix A is too ill-conditioned.\n"
+            "** NAG soft failure - control returned\n");
+}
+
+TEST(F04AEF, EmptyProblem) {
+  Matrix c;
+  int ifail = 0;
+  F04AEF(Matrix(), Matrix(), 0, 0, c, ifail);
+  EXPECT_EQ(ifail, 0);
+  EXPECT_TRUE(c.empty());
+}
+
+}  // namespace
+}  // namespace vq
