@@ -17,7 +17,10 @@ namespace vq {
 // "F15.3"). labrow/labcol: 'C' labels from rlabs/clabs (15 characters each),
 // 'I' numbers, 'N' none. ncols: page width (W = 80 outside 1..132).
 // IFAIL protocol: a page too narrow for one column is failure 7 (console
-// frame, nothing printed). Lines go through WriteTrimmedRecord.
+// frame, nothing printed). Lines go through WriteTrimmedRecord; a page width
+// outside 1..132 gives lines of at most 80 positions. With m or n below 1
+// only the title is printed, and the width is not checked. Under 'C' a
+// missing label counts as blank and a longer one is cut to 15 characters.
 void X04CBF(char matrix,
             char diag,
             int m,
