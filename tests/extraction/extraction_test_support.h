@@ -1,0 +1,99 @@
+// Helpers shared by the extraction tests: run options of a plain principal
+// factor or components run, correlation matrices built from known loadings,
+// and reading back saved files and report lines.
+#ifndef VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
+#define VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "kernels/matrix.h"
+#include "report/edit_descriptors.h"
+#include "run/run_options.h"
+
+namespace vq {
+namespace testing_support {
+
+// Options of a run with `model` ("PFA" or "PCA"), p variables and m
+// factors: "SHORT", "NOLABELS", Varimax, no scores, nothing saved.
+inline RunOptions ExtractionOptions(const char* model, int p, int m) {
+  RunOptions options;
+  options.VariableCount = p;
+  options.SubjectCount = 100;
+  options.FactorCount = m;
+  options.Model = PadRight(model, kModelWidth);
+  options.Print_Verbosity = PadRight("SHORT", kVerbosityWidth);
+  options.Coding = PadRight("CO", kCodingWidth);
+  options.InputForm = PadRight("COR", kInputFormWidth);
+  options.LabelMode = PadRight("NOLABELS", kLabelModeWidth);
+  options.SortMode = PadRight("NOSORT", kSortModeWidth);
+  options.Rotation = PadRight("VARIMAX", kRotationWidth);
+  options.RotationName = PadRight("Varimax", kRotationNameWidth);
+  options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
+  options.PlotMode = PadRight("NONE", kPlotModeWidth);
+  options.InitialCommunality = PadRight("ONE", kInitialCommunalityWidth);
+  options.SaveResults = "F";
+  return options;
+}
+
+// R = L L' with a unit diagonal, L given by its p rows of m loadings.
+inline Matrix FromLoadings(const std::vector<std::vector<double>>& rows) {
+  const int p = static_cast<int>(rows.size());
+  const int m = static_cast<int>(rows[0].size());
+  Matrix r(p, p);
+  for (int i = 0; i < p; ++i) {
+    for (int j = 0; j < p; ++j) {
+      double sum = 0.0;
+      for (int k = 0; k < m; ++k) sum += rows[i][k] * rows[j][k];
+      r(i, j) = i == j ? 1.0 : sum;
+    }
+  }
+  return r;
+}
+
+// All off-diagonal elements equal to `rho`, unit diagonal.
+inline Matrix Equicorrelation(int p, double rho) {
+  Matrix r(p, p, rho);
+  for (int i = 0; i < p; ++i) r(i, i) = 1.0;
+  return r;
+}
+
+inline std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  std::string line;
+  while (std::getline(in, line)) lines.push_back(line);
+  return lines;
+}
+
+// Index of the first line equal to `line` at or after `from`, or -1.
+inline int FindLine(const std::vector<std::string>& lines, const std::string& line, int from = 0) {
+  for (int i = from; i < static_cast<int>(lines.size()); ++i) {
+    if (lines[i] == line) return i;
+  }
+  return -1;
+}
+
+inline std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// A fresh directory for saved files, with the trailing separator that
+// `RunDirectory` carries.
+inline std::string FreshDirectory(const std::string& name) {
+  const std::filesystem::path dir = std::filesystem::temp_directory_path() / ("vq_" + name);
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  return dir.string() + "/";
+}
+
+}  // namespace testing_support
+}  // namespace vq
+
+#endif  // VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
