@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -179,6 +180,23 @@ void G03BAF(char stand,
       for (int i = 0; i < nvar; ++i) sum += fl(i, row) * w[i];
       b(row, j) = sum;
     }
+  }
+
+  // Loadings that are not a number give a matrix B that is not one either;
+  // a decomposition of it means nothing and may fail on the way. The result
+  // is then not a number as a whole, which the callers test for.
+  bool finite = true;
+  for (double value : b.values) finite = finite && std::isfinite(value);
+  if (!finite) {
+    r.Reset(k, k, std::numeric_limits<double>::quiet_NaN());
+    flr.Reset(nvar, k, std::numeric_limits<double>::quiet_NaN());
+    if (normalise) {
+      for (int i = 0; i < nvar; ++i) {
+        for (int j = 0; j < k; ++j) fl(i, j) = fl(i, j) * lengths[i];
+      }
+    }
+    ifail = code;
+    return;
   }
 
   std::vector<double> singular(k);

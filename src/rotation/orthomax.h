@@ -19,7 +19,8 @@ namespace vq {
 // gets the sweeps used. IFAIL protocol: failure 1 for bad arguments,
 // failure 2 " ** SVD failed to converge", and 3 when the sweeps were used
 // up, which is never printed and always returns, with the result of the
-// closing step. A row of zeros under 'S' stays a row of zeros.
+// closing step. A row of zeros under 'S' stays a row of zeros. Loadings
+// that are not a number give `flr` and `r` all not a number.
 void G03BAF(char stand,
             double g,
             int nvar,

@@ -126,6 +126,15 @@ TEST(G03BAF, RowOfZerosStaysZeroUnderNormalisation) {
   }
 }
 
+TEST(G03BAF, NotANumberInTheLoadingsGivesNotANumberAsAWhole) {
+  Matrix fl = testing::ThreeFactorLoadings();
+  fl(0, 0) = std::nan("");
+  const Rotated out = Orthomax(fl, 'S', 0.0001, 5);
+  EXPECT_EQ(out.ifail, 3);
+  for (double value : out.flr.values) EXPECT_TRUE(std::isnan(value));
+  for (double value : out.r.values) EXPECT_TRUE(std::isnan(value));
+}
+
 TEST(G03BAF, BadArgumentsAreFailureOne) {
   ConsoleCapture capture;
   Matrix fl = FromRows({{1.0, 0.0}, {0.0, 1.0}});
