@@ -55,17 +55,6 @@ TEST_F(HarrisKaiserTest, COfOneGivesAnOrthogonalRotation) {
   EXPECT_LT(MaxAbsDifference(Outer(b), Outer(a_)), 1e-12);
 }
 
-TEST_F(HarrisKaiserTest, COfZeroGivesCorrelatedFactors) {
-  Matrix b;
-  Matrix fcor;
-  DFHARR(12, 3, a_, 1, 200, 1.0, 0.0, 0.0001, d_, b, fcor);
-  double largest = 0.0;
-  for (int j = 0; j < 3; ++j) {
-    for (int k = j + 1; k < 3; ++k) largest = std::max(largest, std::fabs(fcor(j, k)));
-  }
-  EXPECT_GT(largest, 0.05);
-}
-
 TEST_F(HarrisKaiserTest, UniqueVarianceOfZeroOrBelowGetsTheSmallestScale) {
   std::vector<double> zero = d_;
   std::vector<double> negative = d_;

@@ -53,24 +53,6 @@ TEST_F(ObliminTest, PatternAndCorrelationsReproduceTheLoadings) {
   }
 }
 
-TEST_F(ObliminTest, MoreNegativeDeltaGivesLessCorrelatedFactors) {
-  const Matrix a = testing::ThreeFactorLoadings();
-  Matrix b;
-  Matrix quartimin;
-  Matrix orthogonalish;
-  DFDOBL(12, 3, a, 1, 0.0, 200, 0.00001, b, quartimin);
-  DFDOBL(12, 3, a, 1, -4.0, 200, 0.00001, b, orthogonalish);
-  double sum_q = 0.0;
-  double sum_o = 0.0;
-  for (int j = 0; j < 3; ++j) {
-    for (int k = j + 1; k < 3; ++k) {
-      sum_q += std::fabs(quartimin(j, k));
-      sum_o += std::fabs(orthogonalish(j, k));
-    }
-  }
-  EXPECT_LT(sum_o, sum_q);
-}
-
 TEST_F(ObliminTest, CriterionAtZeroOnTheFirstTestEndsWithoutASweep) {
   // Each item loads on one factor only: f = 0 at once, and the output is the
   // normalised start scaled back, that is A itself, with identity correlations.

@@ -74,28 +74,6 @@ TEST(PROMAX, StatedRelationsHold) {
   }
 }
 
-TEST(PROMAX, HigherPowerGivesSimplerPattern) {
-  const Matrix a = VarimaxLoadings();
-  Matrix p2, phi2, p6, phi6;
-  PROMAX(a, p2, phi2, 12, 3, 2, nullptr);
-  PROMAX(a, p6, phi6, 12, 3, 6, nullptr);
-  double small2 = 0.0;
-  double small6 = 0.0;
-  for (int i = 0; i < 12; ++i) {
-    double largest2 = 0.0;
-    double largest6 = 0.0;
-    for (int j = 0; j < 3; ++j) {
-      largest2 = std::max(largest2, std::fabs(p2(i, j)));
-      largest6 = std::max(largest6, std::fabs(p6(i, j)));
-    }
-    for (int j = 0; j < 3; ++j) {
-      if (std::fabs(p2(i, j)) < largest2) small2 += p2(i, j) * p2(i, j);
-      if (std::fabs(p6(i, j)) < largest6) small6 += p6(i, j) * p6(i, j);
-    }
-  }
-  EXPECT_LT(small6, small2);
-}
-
 TEST(PROMAX, ReflectedColumnGivesReflectedObliqueColumn) {
   const Matrix a = VarimaxLoadings();
   Matrix reflected = a;

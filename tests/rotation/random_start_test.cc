@@ -45,12 +45,6 @@ TEST(SetRandomSeed, SeedsNotAboveOneBecome123457) {
   ResetRandomGenerator();
 }
 
-TEST(ClockSeed, StaysInsideTheDay) {
-  const long seed = ClockSeed();
-  EXPECT_GE(seed, 2);
-  EXPECT_LE(seed, 235960);
-}
-
 TEST(NormalDeviate, CentralTriangleUsesTwoUniforms) {
   // u1 = 0.000328... is below 0.884070402298758: the deviate is
   // A (1.131131635444180 u1 + u2 - 1) with the next uniform u2.

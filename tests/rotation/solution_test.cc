@@ -60,11 +60,6 @@ TEST(SortLoadings, GroupsByMainFactorWithStaircase) {
   EXPECT_EQ(a.cols, 3);
 }
 
-TEST(SortedLabelsFor, FollowsTheOrder) {
-  const std::vector<std::string> labels = {"A", "B", "C"};
-  EXPECT_EQ(SortedLabelsFor(labels, {3, 1, 2}), (std::vector<std::string>{"C", "A", "B"}));
-}
-
 TEST(HyperplaneCount, CountsTheEdgeOfTheBand) {
   const Matrix a = FromRows({{0.2, 0.9}, {-0.2, 0.1}, {0.21, 0.0}, {0.7, 0.3}});
   OutputFile out;
