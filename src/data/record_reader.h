@@ -5,7 +5,7 @@
 // A read that fails and that the caller has not taken on itself is a severe
 // error: the run ends at once with "severe (N): <message>, unit U, file F"
 // (see frame/console.h). The `Try...` variants return the error number
-// instead (0 on success), like an IOSTAT= specifier, for the few places that
+// instead (0 on success), as IOSTAT= would, for the few places that
 // handle a fault themselves.
 //
 // Error numbers: 24 end-of-file during read, 29 file not found,
@@ -42,10 +42,14 @@ class RecordSource {
   RecordSource& operator=(RecordSource&&) noexcept;
 
   // Opens an existing file (status "old") on stream `unit`. Returns false,
-  // with nothing open, when the file does not exist or cannot be read.
+  // with nothing open, when the file does not exist or cannot be read (a
+  // folder counts as missing). Trailing blanks of `path` are not part of the
+  // name, so fixed-width name fields can be passed as they stand. The unit
+  // and name are kept even when the open fails, so that `Fail(29)` names them.
   bool OpenOld(int unit, const std::string& path);
   // Opens a file for reading and writing (status "unknown"): a file that does
-  // not exist is created empty. Returns false when the open itself fails.
+  // not exist is created empty; one that can only be read is opened for
+  // reading. Returns false when the open itself fails.
   bool OpenUnknown(int unit, const std::string& path);
   // A source over `text` (tests, and the pattern of other sources).
   void OpenText(int unit, const std::string& name, std::string text);
@@ -58,9 +62,12 @@ class RecordSource {
   // The file's full (absolute) name as the system reports it.
   std::string FullName() const;
 
-  // Takes the next record; false at the end of the file.
+  // Takes the next record; false at the end of the file (or when nothing is
+  // open).
   bool NextRecord(std::string& record);
-  // Makes the record just read the next one to be read.
+  // Makes the record just read the next one to be read. Only the last record
+  // is remembered: a second step back without a read in between, or a step
+  // back after the end of the file was met, changes nothing.
   void StepBack();
   // Goes back to the first record.
   void Rewind();
@@ -79,6 +86,26 @@ class RecordSource {
 std::string SevereErrorText(int number);
 
 // --- Record formats --------------------------------------------------------
+//
+// A format text holds FORTRAN edit descriptors: Fw.d, Ew.d[Ee], ENw.d,
+// ESw.d, Dw.d, Gw.d[Ee], Aw, Iw[.m], Ow, Zw, Bw, Lw, Q, nX, Tn, TLn, TRn, /,
+// :, $, \, 'text', "text", nHtext, BN, BZ, kP, S, SP, SS, repeat counts and
+// n(...) groups. Case does not matter. Commas and blanks separate elements;
+// a number (count, width, decimals) is written without blanks inside. A real
+// field without a width (F, E, D, G alone) is F25.16. Groups inside the outer
+// parentheses nest at most 8 deep. Compilation ends at the parenthesis that
+// closes the first one.
+//
+// Every item is a double. Real fields convert by the rules of field to
+// number (a comma ends a field early, blanks are ignored or zeros by BN/BZ,
+// a blank field is 0, implied decimals, kP without exponent). Integer and
+// logical fields are converted properly rather than stored as raw bits:
+// "1" by I1 gives 1.0, O/Z/B fields give the value of their octal, hex or
+// binary digits, and L gives 1.0 for T and 0.0 for F (a blank L field is
+// 0.0). Without a width they take I23, O23, Z17, B65 and L2. An A field puts
+// its characters unconverted into the item's 8 bytes (the rightmost 8 of a
+// wider field; blanks behind a narrower one). Q needs an integer item and
+// fails with 61.
 
 // A compiled record format (the list of operations of a format text).
 struct CompiledFormat;
@@ -92,6 +119,10 @@ using CompiledFormatPtr = std::unique_ptr<CompiledFormat, FormatDeleter>;
 // null and sets `error_rest` to the rest of the text from the first wrong
 // character (for the line "format syntax error at or near ...").
 CompiledFormatPtr CompileFormat(std::string_view text, std::string* error_rest);
+
+// The console line shown before severe error 62: "format syntax error at or
+// near " and the first 80 characters of `rest`.
+void ReportFormatError(std::string_view rest);
 
 // One read statement by a record format: fills `items` in order, taking at
 // least one record from `source`. Compiles `format_text` anew; a format that
@@ -111,8 +142,8 @@ struct ListItem {
   Kind kind;
   std::string* text = nullptr;  // kText: receives exactly `width` characters
   int width = 0;
-  int* integer = nullptr;       // kInteger
-  double* real = nullptr;       // kReal
+  int* integer = nullptr;  // kInteger
+  double* real = nullptr;  // kReal
 };
 inline ListItem TextItem(std::string& target, int width) {
   return ListItem{ListItem::Kind::kText, &target, width, nullptr, nullptr};
@@ -125,7 +156,16 @@ inline ListItem RealItem(double& target) {
 }
 
 // A list read (free-form input): fills the items from the next records by
-// the list rules; items not reached before a slash keep their values.
+// the list rules; items not reached before a slash keep their values. Values
+// end at blanks, tabs, commas, slashes and record ends; two commas leave an
+// item unchanged; r*c repeats c, r* leaves r items unchanged; blank records
+// are passed over; the rest of the last record is dropped. Text may be
+// quoted ('...' or "...", a doubled quote stands for one) and then go on
+// over record ends; unquoted it holds at most 2,049 characters, and the
+// characters behind that start the next value. A quoted value must be
+// followed by a separator (else 59). Integer items truncate real values
+// toward zero; values beyond 32 bits fail with 64. A non-number for a
+// numeric item fails with 59, or 64 when it starts like a number.
 void ReadList(RecordSource& source, std::span<const ListItem> items);
 int TryReadList(RecordSource& source, std::span<const ListItem> items);
 

@@ -28,11 +28,11 @@ namespace vq {
 // driver. Used for nothing else.
 struct RunStopped {
   enum class Kind {
-    kPlainStop,   // "Stop - Program terminated." (also after a pause)
-    kTextStop,    // a text in place of the stop line
-    kSevere,      // severe error of the reading layer: "severe (N): ..."
-    kCancelled,   // the user gave no command file
-    kNormalEnd,   // a normal end from inside a phase (after "Finished")
+    kPlainStop,  // "Stop - Program terminated." (also after a pause)
+    kTextStop,   // a text in place of the stop line
+    kSevere,     // severe error of the reading layer: "severe (N): ..."
+    kCancelled,  // the user gave no command file
+    kNormalEnd,  // a normal end from inside a phase (after "Finished")
   };
   Kind kind;
   int exit_code;

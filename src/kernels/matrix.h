@@ -31,9 +31,7 @@ struct Matrix {
   }
 
   double* Column(int j) { return values.data() + static_cast<std::size_t>(j) * rows; }
-  const double* Column(int j) const {
-    return values.data() + static_cast<std::size_t>(j) * rows;
-  }
+  const double* Column(int j) const { return values.data() + static_cast<std::size_t>(j) * rows; }
   double* data() { return values.data(); }
   const double* data() const { return values.data(); }
 

@@ -8,9 +8,10 @@
 namespace vq {
 
 // Lower-tail quantile: z with Phi(z) = p, to double precision. `tail` must
-// begin with "L" or "l" ("Lower-tail"). IFAIL protocol: p <= 0 or p >= 1 is
-// failure 2 with the line " ** On entry, P.le.0.0 or P.ge.1.0 : P = " and p
-// as E13.5; the result is then 0.
+// begin with "L" or "l" ("Lower-tail"); any other word is failure 1. IFAIL
+// protocol: p <= 0 or p >= 1 (or NaN) is failure 2 with the line " ** On
+// entry, P.le.0.0 or P.ge.1.0 : P = " and p as E13.5. The result of a
+// failure is 0.
 double G01FAF(std::string_view tail, double p, int& ifail);
 
 // z with Phi(z) = p. ERSET protocol: p <= 0 or p >= 1 raises terminal

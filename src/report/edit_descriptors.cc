@@ -1,8 +1,8 @@
 #include "report/edit_descriptors.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -49,30 +49,60 @@ std::string NonFinite(double value, int w) {
   return RightAligned(sign + "Inf", w);
 }
 
+// True when |value| * 10^d lies exactly half-way between two whole numbers:
+// the one case where the correctly rounded digits of the C library (ties to
+// even) and the edit descriptor (ties away from zero) can differ.
+bool IsExactHalf(double magnitude, int d) {
+  if (d > 22) return false;  // 2 * 10^d must be an exact double
+  const double scale = 2.0 * std::pow(10.0, d);
+  const double scaled = magnitude * scale;
+  if (!std::isfinite(scaled) || scaled >= 9007199254740992.0) return false;
+  // The product is exact only if the fused remainder vanishes.
+  if (std::fma(magnitude, scale, -scaled) != 0.0) return false;
+  return scaled == std::floor(scaled) && std::fmod(scaled, 2.0) == 1.0;
+}
+
+// The digits of `magnitude` rounded to d decimals, halves away from zero:
+// whole part (leading zeros dropped, at least "0") and fraction.
+void RoundedDecimal(double magnitude, int d, std::string& whole, std::string& fraction) {
+  std::string text;
+  if (!IsExactHalf(magnitude, d)) {
+    // Not a half: the C library's correctly rounded digits are the answer.
+    int needed = std::snprintf(nullptr, 0, "%.*f", d, magnitude);
+    text.resize(needed + 1);
+    std::snprintf(text.data(), text.size(), "%.*f", d, magnitude);
+    text.resize(needed);
+    const std::size_t point = text.find('.');
+    whole = text.substr(0, point);
+    fraction = point == std::string::npos ? std::string() : text.substr(point + 1);
+  } else {
+    const int precision = d + kGuardDigits;
+    int needed = std::snprintf(nullptr, 0, "%.*f", precision, magnitude);
+    text.resize(needed + 1);
+    std::snprintf(text.data(), text.size(), "%.*f", precision, magnitude);
+    text.resize(needed);
+    const std::size_t point = text.find('.');
+    std::string digits = text.substr(0, point) + text.substr(point + 1);
+    int whole_count = static_cast<int>(point);
+    if (RoundDigits(digits, whole_count + d)) ++whole_count;
+    whole = digits.substr(0, whole_count);
+    fraction = digits.substr(whole_count);
+  }
+  const std::size_t first = whole.find_first_not_of('0');
+  whole = first == std::string::npos ? "0" : whole.substr(first);
+}
+
 }  // namespace
 
 std::string FormatF(double value, int w, int d) {
   if (w <= 0) return std::string();
   if (!std::isfinite(value)) return NonFinite(value, w);
   if (d < 0) d = 0;
-  const double magnitude = std::fabs(value);
-  const int precision = d + kGuardDigits;
-  int needed = std::snprintf(nullptr, 0, "%.*f", precision, magnitude);
-  std::vector<char> buffer(needed + 1);
-  std::snprintf(buffer.data(), buffer.size(), "%.*f", precision, magnitude);
-  std::string text(buffer.data());
-  const std::size_t point = text.find('.');
-  std::string whole = text.substr(0, point);
-  std::string digits = whole + text.substr(point + 1);
-  int whole_count = static_cast<int>(whole.size());
-  if (RoundDigits(digits, whole_count + d)) ++whole_count;
-  whole = digits.substr(0, whole_count);
-  std::string fraction = digits.substr(whole_count);
-  // Drop leading zeros of the whole part, keep one "0".
-  std::size_t first = whole.find_first_not_of('0');
-  whole = first == std::string::npos ? "0" : whole.substr(first);
-  const bool is_zero = digits.find_first_not_of('0') == std::string::npos;
-  std::string sign = (value < 0 && !is_zero) ? "-" : "";
+  std::string whole;
+  std::string fraction;
+  RoundedDecimal(std::fabs(value), d, whole, fraction);
+  const bool is_zero = whole == "0" && fraction.find_first_not_of('0') == std::string::npos;
+  const std::string sign = (value < 0 && !is_zero) ? "-" : "";
   std::string full = sign + whole + "." + fraction;
   if (static_cast<int>(full.size()) <= w) return RightAligned(full, w);
   if (whole == "0") {
@@ -128,8 +158,8 @@ std::string FormatE(double value, int w, int d, int e) {
 std::string FormatI(long long value, int w, int m) {
   if (w <= 0) return std::string();
   if (m == 0 && value == 0) return std::string(w, ' ');
-  unsigned long long magnitude =
-      value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
+  unsigned long long magnitude = value < 0 ? 0ULL - static_cast<unsigned long long>(value)
+                                           : static_cast<unsigned long long>(value);
   std::string digits = std::to_string(magnitude);
   if (static_cast<int>(digits.size()) < m) digits.insert(0, m - digits.size(), '0');
   if (value < 0) digits.insert(digits.begin(), '-');

@@ -5,7 +5,8 @@
 // with one of two fixed frames chosen by the range: -1..1 on both axes (the
 // pattern plot, 61 by 41 grid cells) or -3.5..3.5 (the score plot, 57 by
 // 35). A point is its symbol; points on one cell show as one symbol, and
-// points that fall off the grid are left out without a word.
+// points that fall off the grid are left out without a word. Lines go out
+// without trailing blanks; the empty lines around a plot are empty records.
 #ifndef VELQUORIN_REPORT_PLOTS_H_
 #define VELQUORIN_REPORT_PLOTS_H_
 

@@ -42,7 +42,8 @@ void OpenSavedFile(OutputFile& file,
   file.Open(unit, SavedFilePath(run_directory, run_stem, extension));
 }
 
-void WriteMatrixRows(OutputFile& file, const Matrix& matrix, int w, int d, int gap, int per_record) {
+void WriteMatrixRows(
+    OutputFile& file, const Matrix& matrix, int w, int d, int gap, int per_record) {
   for (int row = 0; row < matrix.rows; ++row) {
     std::string record;
     for (int col = 0; col < matrix.cols; ++col) {

@@ -18,16 +18,16 @@
 namespace vq {
 
 // Stream numbers of the saved files.
-constexpr int kCorrelationUnit = 15;   // cor
-constexpr int kScoreUnit = 16;         // fsc
-constexpr int kTripletUnit = 22;       // mvn
-constexpr int kFrequencyUnit = 23;     // frq
-constexpr int kStandardErrorUnit = 24; // ser
-constexpr int kProportionUnit = 25;    // dff
-constexpr int kLoadingUnit = 26;       // eig, fac
-constexpr int kPhiUnit = 35;           // phi
-constexpr int kResidualUnit = 44;      // rsd
-constexpr int kSmoothedUnit = 88;      // smo
+constexpr int kCorrelationUnit = 15;    // cor
+constexpr int kScoreUnit = 16;          // fsc
+constexpr int kTripletUnit = 22;        // mvn
+constexpr int kFrequencyUnit = 23;      // frq
+constexpr int kStandardErrorUnit = 24;  // ser
+constexpr int kProportionUnit = 25;     // dff
+constexpr int kLoadingUnit = 26;        // eig, fac
+constexpr int kPhiUnit = 35;            // phi
+constexpr int kResidualUnit = 44;       // rsd
+constexpr int kSmoothedUnit = 88;       // smo
 
 // The file name for `extension` (3 letters): the stem without surrounding
 // blanks; up to and including its last dot, or its first 8 characters and a
@@ -57,12 +57,8 @@ void OpenSavedFile(OutputFile& file,
 // in a further record).
 //   "999( F12.9 1X )": WriteMatrixRows(file, a, 12, 9, 1, 999)
 //   "999( F8.3 )":     WriteMatrixRows(file, a, 8, 3, 0, 999)
-void WriteMatrixRows(OutputFile& file,
-                     const Matrix& matrix,
-                     int w,
-                     int d,
-                     int gap,
-                     int per_record = 999);
+void WriteMatrixRows(
+    OutputFile& file, const Matrix& matrix, int w, int d, int gap, int per_record = 999);
 
 // The loading layout of the `fac` file, "I4 1X 999( F8.4 )": per row its
 // running number, a blank and the row's values.

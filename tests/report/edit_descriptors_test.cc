@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <limits>
 
 namespace vq {
@@ -38,10 +40,10 @@ TEST(FormatF, AsterisksWhenTooWide) {
 }
 
 TEST(FormatF, HalvesGoAwayFromZeroOnTheExactValue) {
-  EXPECT_EQ(FormatF(0.125, 5, 2), " 0.13");   // exact half
+  EXPECT_EQ(FormatF(0.125, 5, 2), " 0.13");  // exact half
   EXPECT_EQ(FormatF(-0.125, 5, 2), "-0.13");
   EXPECT_EQ(FormatF(2.5, 3, 0), " 3.");
-  EXPECT_EQ(FormatF(2.675, 5, 2), " 2.67");   // 2.67499999... in binary
+  EXPECT_EQ(FormatF(2.675, 5, 2), " 2.67");    // 2.67499999... in binary
   EXPECT_EQ(FormatF(0.9995, 6, 3), " 1.000");  // 0.99950000000000005
   EXPECT_EQ(FormatF(9.9996, 6, 3), "10.000");
 }
@@ -85,6 +87,63 @@ TEST(Text, PadTrim) {
   EXPECT_EQ(TrimRight("  a b  "), "  a b");
   EXPECT_EQ(Trim("    "), "");
   EXPECT_EQ(FreeFormInteger(42), "          42");
+}
+
+}  // namespace
+}  // namespace vq
+
+namespace vq {
+namespace {
+
+// Reference rounding: all exact digits of the value, then halves away from
+// zero by hand on the digit string.
+std::string ReferenceFixed(double magnitude, int d) {
+  char buffer[512];
+  std::snprintf(buffer, sizeof buffer, "%.*f", d + 120, magnitude);
+  std::string text(buffer);
+  std::size_t point = text.find('.');
+  std::string digits = text.substr(0, point) + text.substr(point + 1);
+  std::size_t keep = point + d;
+  bool up = digits[keep] >= '5';
+  digits.resize(keep);
+  std::size_t whole = point;
+  if (up) {
+    int i = static_cast<int>(keep) - 1;
+    while (i >= 0 && digits[i] == '9') digits[i--] = '0';
+    if (i < 0) {
+      digits.insert(digits.begin(), '1');
+      ++whole;
+    } else {
+      ++digits[i];
+    }
+  }
+  std::string w = digits.substr(0, whole);
+  std::size_t first = w.find_first_not_of('0');
+  w = first == std::string::npos ? "0" : w.substr(first);
+  return w + "." + digits.substr(whole);
+}
+
+TEST(FormatF, AgreesWithExactDigitRoundingOnManyValues) {
+  std::uint64_t state = 12345;
+  auto next = [&state]() {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return state >> 11;
+  };
+  for (int trial = 0; trial < 20000; ++trial) {
+    int d = static_cast<int>(next() % 10);
+    double magnitude;
+    if (trial % 3 == 0) {
+      // Exact halves at the rounding position: k + 1/2 units of 10^-d.
+      double k = static_cast<double>(next() % 100000);
+      magnitude = (k + 0.5) / std::pow(10.0, d);
+    } else {
+      magnitude = static_cast<double>(next()) / 9007199254740992.0 *
+                  std::pow(10.0, static_cast<int>(next() % 8) - 3);
+    }
+    std::string expected = ReferenceFixed(magnitude, d);
+    ASSERT_EQ(FormatF(magnitude, 40, d), std::string(40 - expected.size(), ' ') + expected)
+        << magnitude << " d=" << d;
+  }
 }
 
 }  // namespace

@@ -1,0 +1,86 @@
+// The triplet test: its cost for p = 20 and p = 40 items at N = 2000, and
+// its behaviour, reported as counters:
+//   BM_TripletBehaviour/0: 30 items from a true normal-ogive one-factor
+//     model; the share of triplets at or above 6.635 should be near 1%.
+//   BM_TripletBehaviour/1: the same items over a two-point (skewed mixture)
+//     latent factor; the share should be many times higher.
+// Run: build/bench/triplet_bench (or --benchmark_filter=Behaviour).
+#include <benchmark/benchmark.h>
+
+#include "correlation/tetrachoric.h"
+#include "correlation/triplet.h"
+#include "data/simulation.h"
+#include "frame/console.h"
+#include "kernels/failure.h"
+
+namespace {
+
+// p dichotomous items with loadings from 0.4 to 0.8 and thresholds from -1
+// to 1, and their tetrachoric matrix.
+void Simulate(int p, int n, bool two_point, vq::Matrix& scores, vq::Matrix& r) {
+  vq::ItemModel model = vq::SimpleStructureModel(p, 1, 0.6, {0.0});
+  for (int item = 0; item < p; ++item) {
+    model.loadings(item, 0) = 0.4 + 0.4 * item / (p - 1);
+    model.thresholds[item] = {-1.0 + 2.0 * item / (p - 1)};
+  }
+  if (two_point) {
+    model.latent = vq::LatentShape::kTwoPoint;
+    model.upper_share = 0.15;
+  }
+  vq::SimulateItemScores(model, n, 77, scores);
+  vq::OutputFile report;
+  report.OpenInMemory(11);
+  vq::TetrachoricFiles files;
+  files.frq.OpenInMemory(23);
+  files.dff.OpenInMemory(25);
+  files.ser.OpenInMemory(24);
+  vq::ComputeTetrachorics(scores, n, p, r, report, files, "bench", "", 0, {});
+}
+
+void BM_TripletTest(benchmark::State& state) {
+  const int p = static_cast<int>(state.range(0));
+  const int n = 2000;
+  vq::ConsoleCapture capture;
+  vq::Matrix scores, r;
+  Simulate(p, n, false, scores, r);
+  for (auto _ : state) {
+    vq::ResetImslState();
+    vq::OutputFile report;
+    report.OpenInMemory(11);
+    const vq::TripletSummary summary = vq::TestAllTriplets(scores, n, p, r, report);
+    benchmark::DoNotOptimize(summary.chi_squares.data());
+  }
+  vq::ResetImslState();
+  state.counters["triplets"] = static_cast<double>(vq::TripletCount(p));
+}
+BENCHMARK(BM_TripletTest)->Arg(20)->Arg(40)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+void BM_TripletBehaviour(benchmark::State& state) {
+  const bool two_point = state.range(0) == 1;
+  const int p = 30;
+  const int n = 2000;
+  vq::ConsoleCapture capture;
+  vq::Matrix scores, r;
+  Simulate(p, n, two_point, scores, r);
+  vq::TripletSummary summary;
+  for (auto _ : state) {
+    vq::ResetImslState();
+    vq::OutputFile report;
+    report.OpenInMemory(11);
+    summary = vq::TestAllTriplets(scores, n, p, r, report);
+  }
+  vq::ResetImslState();
+  double at_one_percent = 0, at_five_percent = 0, sum = 0;
+  for (double statistic : summary.chi_squares) {
+    at_one_percent += vq::TripletMark(statistic) == "**" ? 1 : 0;
+    at_five_percent += vq::TripletMark(statistic) != "  " ? 1 : 0;
+    sum += statistic;
+  }
+  const double count = static_cast<double>(summary.chi_squares.size());
+  state.counters["share_at_6.635"] = at_one_percent / count;
+  state.counters["share_at_3.841"] = at_five_percent / count;
+  state.counters["mean_chi_square"] = sum / count;
+}
+BENCHMARK(BM_TripletBehaviour)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+}  // namespace

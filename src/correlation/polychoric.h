@@ -1,0 +1,91 @@
+// Polychoric correlations of ordered item scores: two-step maximum
+// likelihood. The thresholds of each variable come once from its cumulative
+// proportions; each pair's correlation is then the value in [-0.9, 0.9] that
+// maximises the multinomial log likelihood of the pair's contingency table
+// under the bivariate normal model, found by a grid sweep and interval
+// halving. Serves the coding "OR" and the tetrachoric estimator's fall-back
+// for a single pair.
+//
+// Only the current pair's table and cell probabilities exist at any time,
+// and each pair's estimate is a pure function of its two columns of
+// category codes and their thresholds, so pairs can be worked on in any
+// order with the same result.
+#ifndef VELQUORIN_CORRELATION_POLYCHORIC_H_
+#define VELQUORIN_CORRELATION_POLYCHORIC_H_
+
+#include <vector>
+
+#include "frame/output_file.h"
+#include "kernels/matrix.h"
+
+namespace vq {
+
+// Most categories a variable may have; the threshold table has rows 0 to 14.
+constexpr int kMaxCategories = 14;
+// Rows of the category tables (one more than kMaxCategories, so that a
+// score of 99 in the highest place still has its row).
+constexpr int kCategoryRows = 15;
+
+// The contingency table of one pair and its model cell probabilities. The
+// first index is the category of the earlier variable j, the second that of
+// the later variable i, both from 1 (row and column 0 are unused).
+struct PolychoricTable {
+  int counts[kCategoryRows + 1][kCategoryRows + 1] = {};
+  double probabilities[kCategoryRows + 1][kCategoryRows + 1] = {};
+};
+
+// What the categories step learns of the variables.
+//   scores(row, v):     distinct scores of variable v in ascending order,
+//                       rows 1 to 15; 99.0 marks a row without a category.
+//   category_count[v]:  K, the number of categories.
+//   counts(row, v):     subjects per category, then running sums in rows
+//                       2 to K-1.
+//   thresholds(t, v):   t = 0..K; row 0 is -999999, row K +999999.
+//   codes[s + v * n]:   category of subject s on variable v (1..K), or 0
+//                       for a score of 99 in the highest place.
+struct PolychoricCategories {
+  Matrix scores;
+  std::vector<int> category_count;
+  Matrix counts;
+  Matrix thresholds;
+  std::vector<unsigned char> codes;
+};
+
+// Categories, counts and thresholds of the p columns of `item_data` (n by p).
+// Stops the run ("FATAL ERROR: VARIABLE" I4 ...) on a variable with more
+// than 14 categories or with no score other than 99. Thresholds come from
+// G01FAF with the hard failure indicator.
+void FindPolychoricCategories(const Matrix& item_data,
+                              int n,
+                              int p,
+                              PolychoricCategories& categories);
+
+// Fills `table.probabilities` for categories 1..k_j by 1..k_i at
+// correlation r and returns the log likelihood of `table.counts` (without
+// the multinomial constant; cells whose probability is not above 0 are
+// skipped). `t` holds the thresholds of variable j (rows 0..k_j), `u` those
+// of variable i (rows 0..k_i). Bivariate probabilities from G01HAF, hard.
+double PolychoricLikelihood(
+    double r, int k_i, int k_j, const double* t, const double* u, PolychoricTable& table);
+
+// The estimate of one pair: fills the table from the category codes of
+// variables i and j (n subjects) and searches r. `at_boundary` tells whether
+// the estimate is exactly -0.9 or 0.9.
+double EstimatePolychoricPair(const unsigned char* codes_i,
+                              const unsigned char* codes_j,
+                              int n,
+                              int k_i,
+                              int k_j,
+                              const double* thresholds_i,
+                              const double* thresholds_j,
+                              bool& at_boundary);
+
+// The polychoric correlation matrix of the p columns of `item_data` (n by p,
+// read only). `result` is reshaped to p by p and gets both triangles and a
+// unit diagonal. Shows the "+" console line of each pair; an estimate on the
+// boundary puts a warning line and an empty line into `report`.
+void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, OutputFile& report);
+
+}  // namespace vq
+
+#endif  // VELQUORIN_CORRELATION_POLYCHORIC_H_

@@ -1,0 +1,190 @@
+#include "correlation/polychoric.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iomanip>
+
+#include "data/simulation.h"
+#include "frame/console.h"
+#include "kernels/bivariate_normal.h"
+#include "kernels/failure.h"
+#include "kernels/normal.h"
+
+namespace vq {
+namespace {
+
+// n subjects with the given pairs of scores repeated by their counts.
+Matrix PairData(std::initializer_list<std::array<double, 3>> rows) {
+  int n = 0;
+  for (const auto& row : rows) n += static_cast<int>(row[2]);
+  Matrix x(n, 2);
+  int s = 0;
+  for (const auto& row : rows) {
+    for (int c = 0; c < static_cast<int>(row[2]); ++c, ++s) {
+      x(s, 0) = row[0];
+      x(s, 1) = row[1];
+    }
+  }
+  return x;
+}
+
+TEST(Polychoric, RecoversLatentCorrelationsOfSimulatedOrderedItems) {
+  ItemModel model = SimpleStructureModel(4, 1, 0.0, {-1.2, -0.3, 0.4, 1.1});
+  model.loadings(0, 0) = 0.85;
+  model.loadings(1, 0) = 0.7;
+  model.loadings(2, 0) = -0.55;
+  model.loadings(3, 0) = 0.3;
+  model.thresholds[3] = {0.6};  // one dichotomous item with a skewed split
+  Matrix scores;
+  ASSERT_TRUE(SimulateItemScores(model, 20000, 1001, scores));
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(scores, 20000, 4, r, report);
+  for (int i = 1; i < 4; ++i) {
+    for (int j = 0; j < i; ++j) {
+      EXPECT_NEAR(r(i, j), LatentCorrelation(model, i, j), 0.02) << i << "," << j;
+      EXPECT_EQ(r(j, i), r(i, j));
+    }
+    EXPECT_EQ(r(i, i), 1.0);
+  }
+  EXPECT_EQ(report.Text(), "");
+  // Off a terminal only the last overwriting line stays.
+  EXPECT_EQ(capture.Out(),
+            std::string(27, ' ') + " Computing polychoric correlations for variables:   4   3\n");
+}
+
+TEST(Polychoric, DichotomousPairSolvesTheOrthantEquation) {
+  // 2 x 2 table: (0,0) 40, (0,1) 10, (1,0) 15, (1,1) 35.
+  Matrix x = PairData({{0, 0, 40}, {0, 1, 10}, {1, 0, 15}, {1, 1, 35}});
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(x, 100, 2, r, report);
+  int hard = kIfailHard;
+  const double z1 = G01FAF("Lower-tail", 0.5, hard);
+  const double z2 = G01FAF("Lower-tail", 0.55, hard);
+  // P(both in the low category) = 40/100 at the estimate.
+  EXPECT_NEAR(G01HAF(z1, z2, r(1, 0), hard), 0.40, 2e-6);
+  EXPECT_GT(r(1, 0), 0.5);
+}
+
+TEST(Polychoric, AssociationAboveTheBoundEndsThereWithTheWarning) {
+  // Two items in perfect agreement: the likelihood rises up to r = 1.
+  Matrix x = PairData({{0, 0, 20}, {1, 1, 20}});
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(x, 40, 2, r, report);
+  EXPECT_EQ(r(1, 0), 0.9) << std::setprecision(17) << r(1, 0);
+  EXPECT_EQ(report.Text(), "                !!!WARNING: CORRELATION   2   1    AT BOUNDARY!!!\n\n");
+}
+
+TEST(Polychoric, OneCategoryVariableKeepsTheFirstPointWithoutWarning) {
+  Matrix x = PairData({{1, 5, 30}, {2, 5, 20}, {3, 5, 10}});
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(x, 60, 2, r, report);
+  EXPECT_EQ(r(1, 0), -0.95 + 0.05);
+  EXPECT_NE(r(1, 0), -0.9);
+  EXPECT_EQ(report.Text(), "");
+}
+
+TEST(Polychoric, StrongNegativeAssociationStaysNearTheLowerBound) {
+  Matrix x = PairData({{1, 2, 60}, {2, 1, 60}});
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(x, 120, 2, r, report);
+  // Either the clipped -0.9 with a warning or the first point without one.
+  if (r(1, 0) == -0.9) {
+    EXPECT_NE(report.Text(), "");
+  } else {
+    EXPECT_EQ(r(1, 0), -0.95 + 0.05);
+    EXPECT_EQ(report.Text(), "");
+  }
+}
+
+TEST(PolychoricCategories, ScoreOf99AtTheTopIsNoCategory) {
+  Matrix x(6, 2);
+  const double first[6] = {1, 2, 99, 2, 1, 99};
+  const double second[6] = {1, 99, 100, 1, 99, 100};
+  for (int s = 0; s < 6; ++s) {
+    x(s, 0) = first[s];
+    x(s, 1) = second[s];
+  }
+  PolychoricCategories c;
+  FindPolychoricCategories(x, 6, 2, c);
+  EXPECT_EQ(c.category_count[0], 2);
+  EXPECT_EQ(c.category_count[1], 3);  // 99 below a higher score stays
+  EXPECT_EQ(c.scores(3, 0), 99.0);
+  EXPECT_EQ(c.codes[2], 0);
+  EXPECT_EQ(c.codes[5], 0);
+  EXPECT_EQ(c.codes[6 + 1], 2);
+  EXPECT_EQ(c.counts(1, 0), 2.0);
+  EXPECT_EQ(c.counts(2, 0), 2.0);  // row K keeps its own count
+  EXPECT_EQ(c.counts(1, 1), 2.0);
+  EXPECT_EQ(c.counts(2, 1), 4.0);  // running sum
+  int hard = kIfailHard;
+  EXPECT_EQ(c.thresholds(0, 0), -999999.0);
+  EXPECT_EQ(c.thresholds(2, 0), 999999.0);
+  EXPECT_EQ(c.thresholds(1, 0), G01FAF("Lower-tail", 2.0 / 6.0, hard));  // n counts all
+  EXPECT_EQ(c.thresholds(2, 1), G01FAF("Lower-tail", 4.0 / 6.0, hard));
+}
+
+TEST(PolychoricCategories, TooManyCategoriesStops) {
+  Matrix x(15, 2);
+  for (int s = 0; s < 15; ++s) {
+    x(s, 0) = s % 2;
+    x(s, 1) = 0.5 * s;
+  }
+  PolychoricCategories c;
+  ConsoleCapture capture;
+  EXPECT_THROW(FindPolychoricCategories(x, 15, 2, c), RunStopped);
+  EXPECT_EQ(capture.Out(),
+            std::string(28, ' ') +
+                "FATAL ERROR: VARIABLE   2 HAS MORE THAN 14 CATEGORIES\n\n\n\n"
+                "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
+  // Fourteen scores and a 99 on top fit.
+  x(14, 1) = 99.0;
+  FindPolychoricCategories(x, 15, 2, c);
+  EXPECT_EQ(c.category_count[1], 14);
+}
+
+TEST(PolychoricCategories, VariableOfOnly99Stops) {
+  Matrix x(3, 2, 99.0);
+  x(0, 0) = 1.0;
+  PolychoricCategories c;
+  ConsoleCapture capture;
+  EXPECT_THROW(FindPolychoricCategories(x, 3, 2, c), RunStopped);
+  EXPECT_NE(capture.Out().find("FATAL ERROR: VARIABLE   2 HAS NO SCORE OTHER THAN 99\n"),
+            std::string::npos);
+}
+
+TEST(PolychoricLikelihood, CellsSumToOneAndSkipEmptyCells) {
+  const double t[4] = {-999999.0, -0.5, 0.7, 999999.0};
+  const double u[3] = {-999999.0, 0.2, 999999.0};
+  PolychoricTable table;
+  table.counts[1][1] = 3;
+  table.counts[3][2] = 2;
+  const double likelihood = PolychoricLikelihood(0.35, 2, 3, t, u, table);
+  double sum = 0.0;
+  for (int a = 1; a <= 3; ++a)
+    for (int b = 1; b <= 2; ++b) sum += table.probabilities[a][b];
+  EXPECT_NEAR(sum, 1.0, 1e-12);
+  EXPECT_DOUBLE_EQ(
+      likelihood,
+      3 * std::log(table.probabilities[1][1]) + 2 * std::log(table.probabilities[3][2]));
+  int hard = kIfailHard;
+  EXPECT_DOUBLE_EQ(table.probabilities[1][1], G01HAF(-0.5, 0.2, 0.35, hard));
+}
+
+}  // namespace
+}  // namespace vq

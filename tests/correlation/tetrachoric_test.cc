@@ -1,0 +1,283 @@
+#include "correlation/tetrachoric.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "correlation/polychoric.h"
+#include "data/simulation.h"
+#include "frame/console.h"
+#include "kernels/bivariate_normal.h"
+#include "kernels/failure.h"
+#include "kernels/normal.h"
+#include "report/edit_descriptors.h"
+
+namespace vq {
+namespace {
+
+// Two 0/1 items with the four cell counts of the table (j, i):
+// n11 both keyed, n10 only j, n01 only i, n00 neither.
+Matrix TwoItems(int n11, int n10, int n01, int n00) {
+  Matrix x(n11 + n10 + n01 + n00, 2, 0.0);
+  int s = 0;
+  for (int k = 0; k < n11; ++k, ++s) x(s, 0) = x(s, 1) = 1.0;
+  for (int k = 0; k < n10; ++k, ++s) x(s, 0) = 1.0;
+  for (int k = 0; k < n01; ++k, ++s) x(s, 1) = 1.0;
+  return x;
+}
+
+struct TetrachoricRun {
+  Matrix r;
+  OutputFile report;
+  TetrachoricFiles files;
+  std::string console;
+};
+
+void RunTetrachorics(const Matrix& x,
+                     TetrachoricRun& run,
+                     int guessing_flag = 0,
+                     const std::vector<double>& guessing = {}) {
+  run.report.OpenInMemory(11);
+  run.files.frq.OpenInMemory(23);
+  run.files.dff.OpenInMemory(25);
+  run.files.ser.OpenInMemory(24);
+  ConsoleCapture capture;
+  ComputeTetrachorics(
+      x, x.rows, x.cols, run.r, run.report, run.files, "t.in", "", guessing_flag, guessing);
+  run.console = capture.Out();
+}
+
+TEST(Tetrachoric, RecoversLatentCorrelationsOfSimulatedItems) {
+  ItemModel model = SimpleStructureModel(4, 1, 0.0, {0.0});
+  const double loadings[4] = {0.8, 0.7, -0.6, 0.5};
+  const double cuts[4] = {-0.5, 0.0, 0.4, -0.2};
+  for (int item = 0; item < 4; ++item) {
+    model.loadings(item, 0) = loadings[item];
+    model.thresholds[item] = {cuts[item]};
+  }
+  Matrix scores;
+  ASSERT_TRUE(SimulateItemScores(model, 20000, 100, scores));
+  TetrachoricRun run;
+  RunTetrachorics(scores, run);
+  for (int i = 1; i < 4; ++i) {
+    for (int j = 0; j < i; ++j) {
+      EXPECT_NEAR(run.r(i, j), LatentCorrelation(model, i, j), 0.02) << i << "," << j;
+      EXPECT_EQ(run.r(j, i), run.r(i, j));
+    }
+    EXPECT_EQ(run.r(i, i), 1.0);
+  }
+  EXPECT_EQ(run.report.Text(), "");
+  EXPECT_EQ(run.console,
+            std::string(28, ' ') + "Computing tetrachoric correlation for varables   4   3\n");
+}
+
+TEST(Tetrachoric, KeyedScoreIsTheTruncatedHighestScoreOfTheFirstVariable) {
+  Matrix x(3, 2, 0.0);
+  x(0, 0) = 1.0;
+  x(1, 0) = 2.7;
+  x(2, 0) = -5.0;
+  x(2, 1) = 9.0;  // later variables do not decide
+  EXPECT_EQ(FindKeyedScore(x, 3), 2);
+  Matrix low(2, 1, -150.0);
+  EXPECT_EQ(FindKeyedScore(low, 2), -99);
+}
+
+TEST(Tetrachoric, DensityIsSinglePrecisionAndClipsTheCallersR) {
+  double r = 1.0;
+  const float at_origin = BivariateDensity(0.0, 0.0, r);
+  EXPECT_EQ(r, 0.9900000095367432);
+  EXPECT_EQ(at_origin, static_cast<float>(1.0 / (6.283185308 * std::sqrt(1.0 - r * r))));
+  r = -3.0;
+  BivariateDensity(0.5, 0.5, r);
+  EXPECT_EQ(r, -0.9900000095367432);
+  r = 0.3;
+  EXPECT_EQ(BivariateDensity(-1000.0, 0.2, r), 0.0f);
+  EXPECT_EQ(r, 0.3);
+  const double q = (0.25 + 1.0 - 2.0 * 0.3 * 0.5 * -1.0) / (2.0 * (1.0 - 0.09));
+  EXPECT_EQ(BivariateDensity(0.5, -1.0, r),
+            static_cast<float>(std::exp(-q) / (6.283185308 * std::sqrt(0.91))));
+}
+
+TEST(Tetrachoric, IdenticalItemsTakeHalfASubjectFromTheJointCell) {
+  // 40 of 100 keyed on both items, nobody on one only.
+  const TetrachoricTable t = BiasCorrectedTable(40, 100, 0.4, 0.4, false, 0.0, 0.0);
+  const double half = (1.0 / 100) * 0.5;
+  EXPECT_EQ(t.c01, half);
+  EXPECT_EQ(t.c10, 0.0 + half);  // from item 3; item 4 then finds it above 0
+  EXPECT_EQ(t.c11, 0.4 - half);
+  EXPECT_EQ(t.c00, 1.0 - t.c11 - t.c01 - t.c10);
+  EXPECT_EQ(t.omega, (t.c11 * t.c00) / (t.c10 * t.c01));
+}
+
+TEST(Tetrachoric, AllKeyedOnISubsetOfJMovesHalfASubject) {
+  // c01 = 0: every subject keyed on i is keyed on j.
+  const TetrachoricTable t = BiasCorrectedTable(30, 100, 0.3, 0.5, false, 0.0, 0.0);
+  const double half = 0.005;
+  EXPECT_EQ(t.c01, half);
+  EXPECT_EQ(t.c11, 0.3 - half);
+  EXPECT_EQ(t.c10, (0.5 - 0.3) + half);
+}
+
+TEST(Tetrachoric, EmptyNeitherCellTakesHalfASubjectFromBothMargins) {
+  // Everybody keyed on at least one item: c00 = 0.
+  // n = 64 keeps every proportion exact: c00 = 1 - 0.25 - 0.375 - 0.375 = 0.
+  const TetrachoricTable t = BiasCorrectedTable(16, 64, 0.625, 0.625, false, 0.0, 0.0);
+  const double half = (1.0 / 64) * 0.5;
+  EXPECT_EQ(t.c00, half);
+  EXPECT_EQ(t.c11, 0.25 + half);
+  EXPECT_EQ(t.c10, 0.375 - half);
+  EXPECT_EQ(t.c01, 0.375 - half);
+}
+
+TEST(Tetrachoric, NeverBothKeyedKeepsTheStartValue) {
+  TetrachoricRun run;
+  Matrix x = TwoItems(0, 30, 40, 30);
+  RunTetrachorics(x, run);
+  const TetrachoricTable t = BiasCorrectedTable(0, 100, 0.4, 0.3, false, 0.0, 0.0);
+  EXPECT_EQ(t.c11, 0.5 / 100);
+  int soft = kIfailSoft;
+  const double zi = G01FAF("Lower-tail", 1.0 - 0.4, soft);
+  const double zj = G01FAF("Lower-tail", 1.0 - 0.3, soft);
+  EXPECT_EQ(run.r(1, 0), DivgiStart(zi, zj, t.omega));
+  EXPECT_LT(run.r(1, 0), -0.5);
+}
+
+TEST(Tetrachoric, DivgiStartAtHalfProportionsUsesAlphaOneHalf) {
+  EXPECT_EQ(DivgiStart(0.0, 0.0, 4.0), std::cos(3.141592654 / (1.0 + 2.0)));
+  EXPECT_EQ(DivgiStart(0.0, -0.0, 1.0), std::cos(3.141592654 / 2.0));
+  // Equal absolute thresholds: h = k, and the start is near the solution.
+  const double start = DivgiStart(0.5, -0.5, 2.0);
+  EXPECT_GT(start, 0.0);
+  EXPECT_LT(start, 0.5);
+}
+
+TEST(Tetrachoric, FrequencyFileTextWithTheWarningAtExactlyFive) {
+  // n = 64: j keyed 16 (a = 5 only-j subjects), i keyed 31, both 11.
+  TetrachoricRun run;
+  Matrix x = TwoItems(11, 5, 20, 28);
+  RunTetrachorics(x, run);
+  const double r = run.r(1, 0);
+  // The estimate solves the orthant equation for the joint proportion.
+  int hard = kIfailHard;
+  const double zi = G01FAF("Lower-tail", 31.0 / 64, hard);
+  const double zj = G01FAF("Lower-tail", 16.0 / 64, hard);
+  EXPECT_NEAR(G01HAF(zi, zj, r, hard), 11.0 / 64, 0.00001);
+  EXPECT_EQ(run.files.frq.Text(),
+            "\n\n         Bias Corrected Cell Frequencies and Correlations\n\n\n"
+            "WARNING! Small cell frequencies. Tetrachoric r may be biased\n"
+            "Variables   1 and   2\n"
+            "--------------------\n"
+            "      0         1\n"
+            "1     5.00     11.00       r(tet) = 0.393     std err  0.190\n"
+            "0    28.00     20.00       r(phi) = 0.235\n"
+            "\n\n");
+  EXPECT_EQ(FormatF((11.0 * 28 - 5.0 * 20) / std::sqrt(48.0 * 31 * 16 * 33), 5, 3), "0.235");
+  EXPECT_EQ(run.files.dff.Text(), "   1  0.2500\n   2  0.4844\n");
+  EXPECT_EQ(run.files.ser.Text(), " 0.000000000  0.190330855 \n 0.190330855  0.000000000 \n");
+}
+
+TEST(Tetrachoric, FrequenciesAboveFiveGetNoWarning) {
+  TetrachoricRun run;
+  RunTetrachorics(TwoItems(12, 6, 21, 25), run);
+  EXPECT_EQ(run.files.frq.Text().find("WARNING"), std::string::npos);
+}
+
+TEST(Tetrachoric, StandardErrorFormula) {
+  TetrachoricRun run;
+  RunTetrachorics(TwoItems(30, 10, 15, 45), run);
+  int hard = kIfailHard;
+  const double zi = G01FAF("Lower-tail", 0.45, hard);
+  const double zj = G01FAF("Lower-tail", 0.40, hard);
+  double r = run.r(1, 0);
+  const double se = (1.0 / (100 * static_cast<double>(BivariateDensity(zi, zj, r)))) *
+                    (1.0 / std::sqrt(1.0 / 10 + 1.0 / 30 + 1.0 / 45 + 1.0 / 15));
+  EXPECT_NE(run.files.ser.Text().find(FormatF(se, 12, 9)), std::string::npos);
+  EXPECT_NEAR(run.r(1, 0), 0.7, 0.1);
+}
+
+TEST(Tetrachoric, VariableWithoutKeyedSubjectStops) {
+  Matrix x(4, 3, 0.0);
+  x(0, 0) = 1.0;
+  x(1, 2) = 1.0;
+  TetrachoricRun run;
+  EXPECT_THROW(RunTetrachorics(x, run), RunStopped);
+  ConsoleCapture capture;
+  run.report.OpenInMemory(11);
+  try {
+    ComputeTetrachorics(x, 4, 3, run.r, run.report, run.files, "t.in", "", 0, {});
+  } catch (const RunStopped&) {
+  }
+  EXPECT_EQ(capture.Out(),
+            std::string(28, ' ') +
+                "FATAL ERROR: VARIABLE   2 HAS NO VARIANCE\n\n\n\n"
+                "Stop - Program terminated.\n"
+                "Program Terminated with exit code 0\n");
+}
+
+TEST(Tetrachoric, SingleVariableGivesUnitMatrixAndEmptyTables) {
+  Matrix x(3, 1, 1.0);
+  x(0, 0) = 0.0;
+  TetrachoricRun run;
+  RunTetrachorics(x, run);
+  EXPECT_EQ(run.r.rows, 1);
+  EXPECT_EQ(run.r(0, 0), 1.0);
+  EXPECT_EQ(run.files.frq.Text(),
+            "\n\n         Bias Corrected Cell Frequencies and Correlations\n\n\n");
+  EXPECT_EQ(run.files.ser.Text(), " 0.000000000 \n");
+}
+
+TEST(Tetrachoric, GuessingCorrectionClampsCellsAtZero) {
+  // 40 both, 20 only j, 5 only i, 35 neither; chances .25 on i, .2 on j.
+  const TetrachoricTable plain = BiasCorrectedTable(40, 100, 0.45, 0.6, false, 0.0, 0.0);
+  const TetrachoricTable t = BiasCorrectedTable(40, 100, 0.45, 0.6, true, 0.25, 0.2);
+  const double u = 0.75, v = 0.8;
+  EXPECT_EQ(t.c00, plain.c00 / (v * u));
+  EXPECT_EQ(t.c01, 0.0);  // u c01 - g(i) c00 is below 0
+  EXPECT_EQ(t.c10, (v * plain.c10 - 0.2 * plain.c00) / (v * u));
+  EXPECT_EQ(t.c11, 1.0 - t.c00 - 0.0 - t.c10);
+  // An empty discordant cell with filled concordant cells: the ceiling.
+  EXPECT_EQ(t.omega, 10000.0);
+  // Empty on both sides: the floor.
+  const TetrachoricTable none = BiasCorrectedTable(10, 100, 0.2, 0.2, true, 0.9, 0.9);
+  EXPECT_EQ(none.c11, 0.0);
+  EXPECT_EQ(none.omega, 0.0001);
+}
+
+TEST(Tetrachoric, GuessingRunPrintsZeroCells) {
+  TetrachoricRun run;
+  Matrix x = TwoItems(40, 20, 5, 35);
+  RunTetrachorics(x, run, 1, {0.2, 0.25});
+  const std::string text = run.files.frq.Text();
+  EXPECT_NE(text.find("\n0    58.33      0.00  "), std::string::npos) << text;
+  EXPECT_NE(text.find("\n1    15.00     26.67  "), std::string::npos) << text;
+  // The proportions file keeps the uncorrected proportions.
+  EXPECT_EQ(run.files.dff.Text(), "   1  0.6000\n   2  0.4500\n");
+  EXPECT_GT(run.r(1, 0), 0.5);
+  EXPECT_LE(run.r(1, 0), 1.0);
+}
+
+TEST(Tetrachoric, UnsettledIterationFallsBackToThePolychoricSearch) {
+  // n = 41: j keyed 25, i keyed 17, both 1. The Newton passes run past -1
+  // and do not settle within 1000 passes.
+  TetrachoricRun run;
+  Matrix x = TwoItems(1, 24, 16, 0);
+  RunTetrachorics(x, run);
+  Matrix swapped(41, 2);
+  for (int s = 0; s < 41; ++s) {
+    swapped(s, 0) = x(s, 1);
+    swapped(s, 1) = x(s, 0);
+  }
+  Matrix expected;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(swapped, 41, 2, expected, report);
+  EXPECT_EQ(run.r(1, 0), expected(1, 0));
+  EXPECT_EQ(run.report.Text(), report.Text());
+  EXPECT_LE(run.r(1, 0), -0.89);
+  EXPECT_EQ(run.console,
+            std::string(27, ' ') + " Computing polychoric correlations for variables:   2   1\n");
+}
+
+}  // namespace
+}  // namespace vq

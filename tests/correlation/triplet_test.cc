@@ -1,0 +1,330 @@
+#include "correlation/triplet.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <regex>
+
+#include "data/simulation.h"
+#include "frame/console.h"
+#include "kernels/failure.h"
+#include "kernels/normal.h"
+#include "report/edit_descriptors.h"
+
+namespace vq {
+namespace {
+
+Matrix SimulatedItems(int p, int n, std::uint64_t seed) {
+  ItemModel model = SimpleStructureModel(p, 1, 0.6, {0.0});
+  for (int i = 0; i < p; ++i) model.thresholds[i] = {-0.5 + 0.3 * i};
+  Matrix scores;
+  SimulateItemScores(model, n, seed, scores);
+  return scores;
+}
+
+Matrix EqualCorrelations(int p, double r) {
+  Matrix m(p, p, r);
+  for (int i = 0; i < p; ++i) m(i, i) = 1.0;
+  return m;
+}
+
+TEST(Triplet, NextKSubsetWalksInLexicographicOrderAndRestarts) {
+  std::vector<int> subset;
+  int flag = 0;
+  KSubsetMemory memory;
+  const std::vector<std::vector<int>> expected = {
+      {1, 2, 3}, {1, 2, 4}, {1, 3, 4}, {2, 3, 4}, {1, 2, 3}};
+  for (const auto& next : expected) {
+    NextKSubset(4, 3, subset, flag, memory);
+    EXPECT_EQ(subset, next);
+    EXPECT_EQ(flag, 1);
+  }
+  NextKSubset(4, 3, subset, flag, memory);
+  EXPECT_EQ(subset, (std::vector<int>{1, 2, 4}));
+  NextKSubset(5, 3, subset, flag, memory);  // a new n restarts
+  EXPECT_EQ(subset, (std::vector<int>{1, 2, 3}));
+  NextKSubset(5, 2, subset, flag, memory);  // so does a new k
+  EXPECT_EQ(subset, (std::vector<int>{1, 2}));
+}
+
+TEST(Triplet, CountAndList) {
+  EXPECT_EQ(TripletCount(3), 1);
+  EXPECT_EQ(TripletCount(2), 0);
+  EXPECT_EQ(TripletCount(1), 0);
+  EXPECT_EQ(TripletCount(40), 9880);
+  EXPECT_EQ(TripletCount(2000), 1331334000LL);
+  const auto list = TripletList(5);
+  ASSERT_EQ(list.size(), 10u);
+  EXPECT_EQ(list[0], (std::array<int, 3>{1, 2, 3}));
+  EXPECT_EQ(list[3], (std::array<int, 3>{1, 3, 4}));
+  EXPECT_EQ(list[9], (std::array<int, 3>{3, 4, 5}));
+  EXPECT_TRUE(TripletList(2).empty());
+}
+
+TEST(Triplet, QuadratureIsSymmetricSinglePrecisionAndSumsToOne) {
+  double sum = 0.0;
+  for (int q = 1; q <= 40; ++q) {
+    EXPECT_EQ(TripletNode(q), -TripletNode(41 - q));
+    EXPECT_EQ(TripletWeight(q), TripletWeight(41 - q));
+    EXPECT_EQ(TripletNode(q), static_cast<double>(static_cast<float>(TripletNode(q))));
+    sum += TripletWeight(q);
+  }
+  EXPECT_NEAR(sum, 1.0, 1e-6);
+  EXPECT_EQ(TripletNode(1), -4.0);
+  EXPECT_EQ(TripletNode(21), static_cast<double>(0.102564096f));
+  EXPECT_NEAR(TripletNode(22) - TripletNode(21), 8.0 / 39.0, 1e-7);
+  EXPECT_EQ(TripletWeight(20), static_cast<double>(0.0814082474f));
+  EXPECT_EQ(TripletPattern(2, 0), 1);
+  EXPECT_EQ(TripletPattern(2, 1), 0);
+  EXPECT_EQ(TripletPattern(7, 1), 1);
+  EXPECT_EQ(TripletPattern(8, 2), 0);
+}
+
+TEST(Triplet, StepSizeIsExactlyRepresentable) {
+  TripletParameters t = {0.3, -1.7, 1e-9, 12.5, 0.0, -0.01};
+  for (int k = 0; k < 6; ++k) {
+    const double h = TripletStepSize(t, k);
+    EXPECT_EQ(h, (t[k] + 0.009999999776482582) - t[k]);
+    EXPECT_EQ((t[k] + h) - t[k], h);
+    EXPECT_NEAR(h, 0.01, 1e-6);
+  }
+}
+
+TEST(Triplet, FitIsNearZeroForATableFromTheModelAndSkipsEmptyPatterns) {
+  const TripletParameters t = {0.2, -0.4, 0.1, 0.9, 0.7, 1.1};
+  std::array<double, kTripletPatterns> probabilities;
+  TripletPatternProbabilities(t, probabilities);
+  double total = 0.0;
+  TripletCounts counts;
+  for (int k = 0; k < kTripletPatterns; ++k) {
+    total += probabilities[k];
+    counts[k] = static_cast<int>(std::lround(probabilities[k] * 1000000));
+  }
+  int n = 0;
+  for (int count : counts) n += count;
+  EXPECT_NEAR(total, 1.0, 1e-6);
+  // Only the single-precision rounding of the model probabilities and the
+  // rounding of the counts are left.
+  EXPECT_LT(std::fabs(TripletFit(t, counts, n)), 0.1);
+  // Swapping two patterns' counts is a gross misfit.
+  TripletCounts swapped = counts;
+  std::swap(swapped[1], swapped[2]);
+  EXPECT_GT(TripletFit(t, swapped, n), 1000.0);
+  // An empty pattern adds nothing: the fit equals the sum over the others.
+  counts[3] = 0;
+  n = 0;
+  for (int count : counts) n += count;
+  double expected = 0.0;
+  for (int k = 0; k < kTripletPatterns; ++k) {
+    if (counts[k] == 0) continue;
+    expected +=
+        counts[k] * (std::log(probabilities[k]) - std::log(static_cast<double>(counts[k]) / n));
+  }
+  EXPECT_NEAR(TripletFit(t, counts, n), -2.0 * expected, 1e-6);
+}
+
+TEST(Triplet, MarksAtTheSinglePrecisionCutOffs) {
+  EXPECT_EQ(TripletMark(3.8410000801086426), "* ");
+  EXPECT_EQ(TripletMark(3.841), "  ");  // the double 3.841 lies below the cut-off
+  EXPECT_EQ(TripletMark(6.635000228881836), "**");
+  EXPECT_EQ(TripletMark(6.635), "* ");
+  EXPECT_EQ(TripletMark(0.0), "  ");
+}
+
+TEST(Triplet, StartLoadingsFollowTheSignOfTheProduct) {
+  auto l = TripletStartLoadings(0.4, 0.3, 0.2);
+  EXPECT_DOUBLE_EQ(l[0], std::sqrt(0.4 * 0.3 / 0.2));
+  EXPECT_DOUBLE_EQ(l[1], std::sqrt(0.4 * 0.2 / 0.3));
+  EXPECT_DOUBLE_EQ(l[2], std::sqrt(0.3 * 0.2 / 0.4));
+  l = TripletStartLoadings(-0.4, -0.3, 0.2);  // product above 0: all positive
+  for (double x : l) EXPECT_GT(x, 0.0);
+  l = TripletStartLoadings(-0.4, 0.3, 0.2);  // product below 0: all negative
+  for (double x : l) EXPECT_LT(x, 0.0);
+  l = TripletStartLoadings(0.9, 0.9, 0.5);  // sqrt(1.62) is held at 0.99
+  EXPECT_EQ(l[0], 0.99);
+  l = TripletStartLoadings(0.4, -0.3, 0.0);  // one zero: its opposite at the limit
+  EXPECT_EQ(l[0], -0.99);
+  EXPECT_EQ(l[1], 0.0);
+  EXPECT_EQ(l[2], 0.0);
+  l = TripletStartLoadings(0.0, 0.0, -0.36);  // two zeros: the pair shares the factor
+  EXPECT_EQ(l[0], 0.0);
+  EXPECT_DOUBLE_EQ(l[1], 0.6);
+  EXPECT_DOUBLE_EQ(l[2], -0.6);
+  l = TripletStartLoadings(0.0, 0.0, 0.0);
+  EXPECT_EQ(l, (std::array<double, 3>{0.0, 0.0, 0.0}));
+}
+
+TEST(Triplet, InvertWithFlagMarksAMatrixThatIsNotPositiveDefinite) {
+  ResetImslState();
+  Matrix a(6, 6, 0.0);
+  for (int i = 0; i < 6; ++i) a(i, i) = 2.0;
+  Matrix inverse;
+  ConsoleCapture capture;
+  InvertWithFlag(a, inverse);
+  EXPECT_DOUBLE_EQ(inverse(0, 0), 0.5);
+  EXPECT_DOUBLE_EQ(inverse(5, 5), 0.5);
+  a(3, 3) = -1.0;
+  InvertWithFlag(a, inverse);
+  EXPECT_EQ(inverse(0, 0), 123456.0);
+  EXPECT_EQ(capture.Out(), "");
+  // The errors of the ERSET group stay off.
+  EXPECT_TRUE(std::isnan(DNORIN(0.0)));
+  EXPECT_EQ(capture.Out(), "");
+  ResetImslState();
+}
+
+TEST(Triplet, ThreeVariablesGiveOneTripletAndFullPercentages) {
+  ResetImslState();
+  const Matrix scores = SimulatedItems(3, 600, 11);
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  const TripletSummary summary =
+      TestAllTriplets(scores, 600, 3, EqualCorrelations(3, 0.36), report);
+  ASSERT_EQ(summary.chi_squares.size(), 1u);
+  const std::string text = report.Text();
+  const std::string head =
+      "\n\n0==============Triplet Test of Multivariate Normality============0\n\n"
+      "   Triplet    LR Chi-Square\n\n";
+  ASSERT_EQ(text.substr(0, head.size()), head);
+  const std::string line = text.substr(head.size(), text.find('\n', head.size()) - head.size());
+  EXPECT_TRUE(
+      std::regex_match(line, std::regex("  1   2   3   [ 0-9]{5}\\.[0-9]{4}(  |\\* |\\*\\*)")))
+      << line;
+  EXPECT_EQ(line.substr(14, 10), FormatF(summary.chi_squares[0], 10, 4));
+  const bool suspicious = TripletMark(summary.chi_squares[0]) == "**";
+  const std::string percent = suspicious ? "  100.00" : "    0.00";
+  const std::string count = suspicious ? "       1" : "       0";
+  EXPECT_EQ(text.substr(head.size() + line.size() + 1),
+            "\nNumber of triplets tested =        1\n\n"
+            "Variable         # of times                    % of times \n"
+            "            in a suspicious triplet       in a suspicious triplet\n"
+            "                                               (1.00 = 1%)            \n"
+            "--------   ------------------------       ------------------------\n"
+            "  1             " +
+                count + std::string(23, ' ') + percent + "\n  2             " + count +
+                std::string(23, ' ') + percent + "\n  3             " + count +
+                std::string(23, ' ') + percent + "\n");
+  EXPECT_EQ(capture.Out(),
+            "\n" + std::string(28, ' ') + "Computing Triplet Test for variables   1   2   3\n");
+  ResetImslState();
+}
+
+TEST(Triplet, FewerThanThreeVariablesPrintZeroPercent) {
+  const Matrix scores = SimulatedItems(2, 50, 3);
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  const TripletSummary summary = TestAllTriplets(scores, 50, 2, EqualCorrelations(2, 0.3), report);
+  EXPECT_EQ(summary.triplet_count, 0);
+  const std::string text = report.Text();
+  EXPECT_NE(text.find("Number of triplets tested =        0\n"), std::string::npos);
+  EXPECT_NE(text.find("\n  1                    0                           0.00\n"
+                      "  2                    0                           0.00\n"),
+            std::string::npos);
+  OutputFile mvn;
+  mvn.OpenInMemory(22);
+  WriteTripletFile(mvn, summary);
+  EXPECT_EQ(mvn.Text(), "\n    0.000      0.000  \n");
+}
+
+TEST(Triplet, SavedFileLayout) {
+  TripletSummary summary;
+  summary.chi_squares = {1.23456, 12.5};
+  summary.percentages = {100.0, 0.0, 50.0};
+  OutputFile mvn;
+  mvn.OpenInMemory(22);
+  WriteTripletFile(mvn, summary);
+  EXPECT_EQ(mvn.Text(), "    1.235     12.500  \n  100.000      0.000     50.000  \n");
+}
+
+TEST(Triplet, ProportionOfZeroStopsTheRun) {
+  ResetImslState();
+  Matrix scores = SimulatedItems(3, 40, 5);
+  for (int s = 0; s < 40; ++s) scores(s, 1) = 0.0;
+  OutputFile report;
+  report.OpenInMemory(11);
+  {
+    // Default ERSET setting: DNORIN's terminal error stops the run.
+    ConsoleCapture capture;
+    EXPECT_THROW(TripletTest(1,
+                             2,
+                             3,
+                             scores.Column(0),
+                             scores.Column(1),
+                             scores.Column(2),
+                             0.3,
+                             0.3,
+                             0.3,
+                             40,
+                             report),
+                 RunStopped);
+    EXPECT_NE(capture.Out().find("TERMINAL ERROR 1 from DNORIN"), std::string::npos);
+  }
+  {
+    // Errors switched off by an earlier inversion: the run stops all the same.
+    ERSET(0, 0, 0);
+    ConsoleCapture capture;
+    EXPECT_THROW(TripletTest(1,
+                             2,
+                             3,
+                             scores.Column(0),
+                             scores.Column(1),
+                             scores.Column(2),
+                             0.3,
+                             0.3,
+                             0.3,
+                             40,
+                             report),
+                 RunStopped);
+    EXPECT_EQ(capture.Out(),
+              std::string(28, ' ') +
+                  "FATAL ERROR: VARIABLE   2 HAS NO SCORE OF 1 IN THE TRIPLET TEST\n\n\n\n"
+                  "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
+  }
+  ResetImslState();
+}
+
+TEST(Triplet, NormalOgiveDataFitWhileTwoPointDataDoNot) {
+  // A small version of the behaviour study in bench/triplet_bench.cc.
+  ResetImslState();
+  ItemModel model = SimpleStructureModel(3, 1, 0.8, {0.0});
+  model.thresholds = {{-0.8}, {0.0}, {0.8}};
+  Matrix normal_scores, mixed_scores;
+  SimulateItemScores(model, 3000, 21, normal_scores);
+  model.latent = LatentShape::kTwoPoint;
+  model.upper_share = 0.15;
+  SimulateItemScores(model, 3000, 21, mixed_scores);
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  const double r = 0.64;
+  const double fits = TripletTest(1,
+                                  2,
+                                  3,
+                                  normal_scores.Column(0),
+                                  normal_scores.Column(1),
+                                  normal_scores.Column(2),
+                                  r,
+                                  r,
+                                  r,
+                                  3000,
+                                  report);
+  const double misfits = TripletTest(1,
+                                     2,
+                                     3,
+                                     mixed_scores.Column(0),
+                                     mixed_scores.Column(1),
+                                     mixed_scores.Column(2),
+                                     r,
+                                     r,
+                                     r,
+                                     3000,
+                                     report);
+  EXPECT_LT(fits, 6.635);
+  EXPECT_GT(misfits, 6.635);
+  ResetImslState();
+}
+
+}  // namespace
+}  // namespace vq
