@@ -17,6 +17,9 @@
 #include "frame/console.h"
 #include "kernels/failure.h"
 #include "report/matrix_table.h"
+#include "rotation/random_start.h"
+#include "rotation/rotation.h"
+#include "scores/score_phase.h"
 #include "report/edit_descriptors.h"
 #include "run/command_file.h"
 #include "run/report_head.h"
@@ -76,11 +79,6 @@ void CheckCounts(const RunOptions& options) {
 
 }  // namespace
 
-void StopAtUnbuiltPhase(std::string_view phase) {
-  ConsoleLine(30, "FATAL ERROR: " + std::string(phase) + " is not built yet");
-  PlainStop();
-}
-
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name) {
   RunContext context;
   SplitRunName(full_name, context.RunStem, context.RunDirectory);
@@ -112,11 +110,10 @@ void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
       arrays.StandardDeviations.assign(static_cast<std::size_t>(p), 0.0);
       arrays.SumsOfProducts.Reset(p, p);
     }
-    arrays.Residuals.assign(static_cast<std::size_t>(p) * (p - 1) / 2, 0.0);
-    arrays.FactorEigenvalues.assign(static_cast<std::size_t>(m), 0.0);
     if (m > 0) {
-      arrays.Loadings.Reset(p, m);
-      arrays.Communalities.assign(static_cast<std::size_t>(p), 0.0);
+      arrays.Extraction.Loadings.Reset(p, m);
+      arrays.Extraction.Communalities.assign(static_cast<std::size_t>(p), 0.0);
+      arrays.Extraction.FactorVariance.assign(static_cast<std::size_t>(m), 0.0);
     }
   } catch (const std::bad_alloc&) {
     OutOfMemory();
@@ -132,35 +129,14 @@ void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays) {
   const double pd = p, md = m;
   CheckMemory(9.0 * pd * md + 2.0 * md * md + pd);
   try {
-    arrays.Loadings.Reset(p, m);
-    arrays.Communalities.assign(static_cast<std::size_t>(p), 0.0);
-    arrays.FactorCorrelations.Reset(m, m);
+    arrays.Extraction.Loadings.Reset(p, m);
+    arrays.Extraction.Communalities.assign(static_cast<std::size_t>(p), 0.0);
+    arrays.Extraction.FactorVariance.assign(static_cast<std::size_t>(m), 0.0);
+    arrays.GivenFactorCorrelations.Reset(m, m);
   } catch (const std::bad_alloc&) {
     OutOfMemory();
   } catch (const std::length_error&) {
     OutOfMemory();
-  }
-}
-
-bool FactorScoresRun(const RunOptions& options) {
-  return IsOneOf(options.Coding, {"CO", "IP"}) && IsOneOf(options.ScoreMethod, {"REG", "BART"}) &&
-         !Is(options.Model, "ROT");
-}
-
-void WarnAboutUnmetRequests(const RunOptions& options) {
-  // Only a run that gets as far as the factor scores can miss them.
-  if (IsOneOf(options.Model, {"TRP", "CMT"}) || options.FactorCount <= 0) return;
-  if (Is(options.Model, "ROT") && IsOneOf(options.ScoreMethod, {"REG", "BART"})) {
-    ConsoleLine(30, "WARNING: A given factor pattern has no data for factor scores;");
-    ConsoleLine(30, "no factor scores are computed.");
-    ConsoleEmptyLines(2);
-  }
-  const bool plot_asked =
-      IsOneOf(options.PlotMode, {"SCORES", "ALL"}) && IsOneOf(options.Coding, {"CO", "IP"});
-  if (plot_asked && !FactorScoresRun(options)) {
-    ConsoleLine(30, "WARNING: No factor scores are computed, so there is no");
-    ConsoleLine(30, "factor score plot.");
-    ConsoleEmptyLines(2);
   }
 }
 
@@ -314,17 +290,17 @@ void TripletTestOfTheRun(Run& run) {
                  run.context.RunDirectory);
 }
 
-// Step 10: eigenvalue screen, communalities, fit and unrotated tables.
+// Step 10: eigenvalue screen, communalities, fit and unrotated tables. The
+// working copy R keeps the final communalities on its diagonal for the
+// rotations and the scores.
 void FactorAnalysis(Run& run) {
-  if (Is(run.options.Model, "PFA")) {
-    ConsoleLine(30, "Performing factor analysis");
-    ConsoleEmptyLines(1);
-  } else if (Is(run.options.Model, "PCA")) {
-    ConsoleLine(30, "Performing principal components analysis");
-    ConsoleEmptyLines(1);
-  }
-  // Phase: eigenvalue screen, communality iteration, fit analysis, unrotated results.
-  StopAtUnbuiltPhase("RunExtraction");
+  run.arrays.R = run.arrays.CorrelationMatrix;
+  RunExtraction(run.options,
+                run.arrays.R,
+                run.arrays.Extraction,
+                run.files.Report,
+                run.context.RunDirectory,
+                run.context.RunStem);
 }
 
 // --- The rotation road ------------------------------------------------------------
@@ -332,21 +308,27 @@ void FactorAnalysis(Run& run) {
 void RotationRoad(Run& run) {
   const RunOptions& options = run.options;
   AllocateRotationArrays(options, run.arrays);
+  ExtractionResult& given = run.arrays.Extraction;
   ReadPattern(run.inputs.DataFile,
               options.DataFile,
               options.RecordFormat,
               options.VariableCount,
               options.FactorCount,
-              run.arrays.Loadings);
-  if (Is(options.InputForm, "FLD2")) {
+              given.Loadings);
+  const bool correlated = Is(options.InputForm, "FLD2");
+  if (correlated) {
     ReadPhi(run.files.FactorCorrelations,
             options.PhiFile,
             options.FactorCount,
-            run.arrays.FactorCorrelations);
+            run.arrays.GivenFactorCorrelations);
   }
-  // Phase: the pattern turned by the eigenvectors of the factor correlations
-  // ("FLD2"), then communalities and factor variances from the pattern.
-  StopAtUnbuiltPhase("RotateGivenPattern");
+  PrepareGivenPattern(options,
+                      given.Loadings,
+                      correlated ? &run.arrays.GivenFactorCorrelations : nullptr,
+                      options.VariableCount,
+                      options.FactorCount,
+                      given.Communalities,
+                      given.FactorVariance);
   ReadLabelsIfAsked(run);
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
 }
@@ -364,9 +346,29 @@ void EndOfRun(Run& run) {
   ConsoleLine(30, "Finished");
 }
 
-bool RotationRuns(const RunOptions& options) {
-  return options.FactorCount > 1 &&
-         IsOneOf(options.Rotation, {"WVARIMAX", "VARIMAX", "PROMAX", "OBLIMIN", "HK"});
+void FactorScoresOfTheRun(Run& run) {
+  ScoreSources sources;
+  sources.Loadings = &run.arrays.Extraction.Loadings;
+  const RotationResults& rotation = run.arrays.Rotation;
+  if (rotation.orthogonal) {
+    sources.RotatedLoadings = &rotation.RotatedLoadings;
+    sources.ItemOrderLoadings = &rotation.ItemOrderLoadings;
+  }
+  if (rotation.oblique) {
+    sources.ItemOrderPattern = &rotation.ItemOrderPattern;
+    sources.ItemOrderStructure = &rotation.ItemOrderStructure;
+  }
+  RunScorePhase(run.options,
+                run.arrays.ItemData,
+                run.arrays.SubjectIds,
+                run.arrays.Means,
+                run.arrays.StandardDeviations,
+                run.arrays.R,
+                sources,
+                run.arrays.FactorScores,
+                run.files.Report,
+                run.context.RunDirectory,
+                run.context.RunStem);
 }
 
 // Steps 11 to 17, where both roads meet.
@@ -377,23 +379,18 @@ void RotateAndFinish(Run& run) {
     ConsoleLine(30, "Finished");
     PlainStop();
   }
-  if (RotationRuns(options)) {
-    // Phase: Weighted Varimax, Varimax, Promax, direct oblimin or Harris-Kaiser,
-    // with the seed of the random start from run.context.Seed.
-    StopAtUnbuiltPhase("RunRotation");
-  }
-  if (options.HasItemFile && Is(options.SortMode, "SORT")) {
-    // Phase: the list of sorted items.
-    StopAtUnbuiltPhase("ListSortedItems");
-  }
-  if (FactorScoresRun(options)) {
-    // Phase: factor scores and their `fsc` file.
-    StopAtUnbuiltPhase("FactorScores");
-    if (IsOneOf(options.PlotMode, {"SCORES", "ALL"})) {
-      // Phase: the factor score plot.
-      StopAtUnbuiltPhase("FactorScorePlots");
-    }
-  }
+  // Steps 12 to 15: the rotation that `Rotation` names, with its sections,
+  // then the list of sorted items.
+  RunRotation(options,
+              run.arrays.Extraction.Loadings,
+              run.arrays.Extraction.Communalities,
+              run.arrays.R,
+              run.files.Report,
+              run.context.RunDirectory,
+              run.context.RunStem,
+              run.arrays.Rotation);
+  // Step 16: factor scores, their file and plot.
+  FactorScoresOfTheRun(run);
   EndOfRun(run);
 }
 
@@ -404,10 +401,11 @@ void RunAnalysis(const ProgramArguments& arguments) {
   Run run;
   OpenCommandFile(arguments, run.files.CommandFile);
   run.context = MakeRunContext(arguments, run.files.CommandFile.FullName());
+  if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
-  WarnAboutUnmetRequests(run.options);
+  NoteUnmetScoreRequests(run.options);
 
   if (Is(run.options.Model, "ROT")) {
     RotationRoad(run);

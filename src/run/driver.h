@@ -9,9 +9,7 @@
 // pattern instead. Both meet at the rotation, followed by the list of sorted
 // items, the factor scores and the end of the run.
 //
-// Every phase is called from one marked call site in driver.cc. A phase whose
-// code is not in the program yet stops the run there with
-// "FATAL ERROR: <phase> is not built yet" rather than being passed over.
+// Every phase is called from one marked call site in driver.cc.
 #ifndef VELQUORIN_RUN_DRIVER_H_
 #define VELQUORIN_RUN_DRIVER_H_
 
@@ -20,8 +18,10 @@
 #include <vector>
 
 #include "data/record_reader.h"
+#include "extraction/extraction.h"
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "rotation/rotation_results.h"
 #include "run/program.h"
 #include "run/run_context.h"
 #include "run/run_options.h"
@@ -42,25 +42,18 @@ struct RunArrays {
   std::vector<double> Means;               // p (Pearson branches)
   std::vector<double> StandardDeviations;  // p (Pearson branches)
   Matrix SumsOfProducts;                   // p by p (Pearson branches)
-  std::vector<double> Residuals;           // p(p-1)/2 off-diagonal residuals
-  std::vector<double> FactorEigenvalues;   // m
 
-  // Factors (both roads, when m is above 0).
-  Matrix Loadings;                    // p by m, unrotated or the given pattern
-  std::vector<double> Communalities;  // p
-  Matrix RotatedLoadings;             // p by m, orthogonal solution
-  Matrix ItemOrderLoadings;           // p by m, its copy in item order under "SORT"
-  Matrix FactorPattern;               // p by m, oblique pattern
-  Matrix FactorCorrelations;          // m by m
-  Matrix FactorStructure;             // p by m
-  Matrix ItemOrderPattern;            // p by m
-  Matrix ItemOrderStructure;          // p by m
-  Matrix FactorScores;                // N by m
+  // Factors (both roads, when m is above 0): the unrotated loadings or the
+  // given pattern, communalities and factor variances of the extraction.
+  ExtractionResult Extraction;
+  Matrix GivenFactorCorrelations;  // m by m, with "FLD2"
 
-  // Labels.
-  std::vector<std::string> ItemLabels;    // p texts of 15, with "LABELS"
-  std::vector<int> Order;                 // item order after the last row sort
-  std::vector<std::string> SortedLabels;  // labels in that order
+  // The rotated solutions and the item order of the last row sort.
+  RotationResults Rotation;
+
+  Matrix FactorScores;  // N by m
+
+  std::vector<std::string> ItemLabels;  // p texts of 15, with "LABELS"
 };
 
 // The files of a run other than those the parse opens.
@@ -81,11 +74,6 @@ void RunAnalysis(const ProgramArguments& arguments);
 // name: the run's stem and directory, and the seed of `--seed N`.
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name);
 
-// Ends the run at a phase that is not part of the program yet: the console
-// shows "FATAL ERROR: <phase> is not built yet" from column 30, then the
-// plain stop.
-[[noreturn]] void StopAtUnbuiltPhase(std::string_view phase);
-
 // The page width of the tables of the correlation phase: `page_width` below
 // 120, else 110.
 int CorrelationTableWidth(int page_width);
@@ -100,14 +88,6 @@ void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays);
 // Allocates the arrays of the rotation road: the p by m pattern and its
 // companions, m by m factor correlations. Failures as above.
 void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays);
-
-// Warnings, right after the parse, for requests that no phase can meet:
-// factor scores under "ROT", which has no data, and a factor score plot
-// without factor scores. The run goes on without them.
-void WarnAboutUnmetRequests(const RunOptions& options);
-
-// True when the run computes factor scores (step of the scores phase).
-bool FactorScoresRun(const RunOptions& options);
 
 }  // namespace vq
 

@@ -143,47 +143,6 @@ TEST_F(Driver, ArraysBeyondTheMachinesMemoryAreStopped) {
             PauseFault(30, "FATAL ERROR: Not enough memory for the arrays of this run"));
 }
 
-TEST_F(Driver, ScoresUnderRotAndPlotsWithoutScoresAreWarnedAbout) {
-  RunOptions options;
-  options.Model = "ROT ";
-  options.FactorCount = 2;
-  options.Coding = "CO";
-  options.ScoreMethod = PadRight("REG", 8);
-  options.PlotMode = PadRight("SCORES", 8);
-  {
-    ConsoleCapture capture;
-    WarnAboutUnmetRequests(options);
-    EXPECT_EQ(capture.Out(),
-              Col(30, "WARNING: A given factor pattern has no data for factor scores;") +
-                  Col(30, "no factor scores are computed.") + "\n\n" +
-                  Col(30, "WARNING: No factor scores are computed, so there is no") +
-                  Col(30, "factor score plot.") + "\n\n");
-  }
-  EXPECT_FALSE(FactorScoresRun(options));
-  options.Model = "PFA ";
-  EXPECT_TRUE(FactorScoresRun(options));
-  {
-    ConsoleCapture capture;
-    WarnAboutUnmetRequests(options);
-    EXPECT_EQ(capture.Out(), "");
-  }
-  options.ScoreMethod = PadRight("NOSCORE", 8);
-  {
-    ConsoleCapture capture;
-    WarnAboutUnmetRequests(options);
-    EXPECT_EQ(capture.Out(),
-              Col(30, "WARNING: No factor scores are computed, so there is no") +
-                  Col(30, "factor score plot.") + "\n\n");
-  }
-  // A run that ends before the scores misses nothing.
-  options.Model = "CMT ";
-  {
-    ConsoleCapture capture;
-    WarnAboutUnmetRequests(options);
-    EXPECT_EQ(capture.Out(), "");
-  }
-}
-
 std::string ReadWhole(const std::string& name) {
   std::ifstream in(name, std::ios::binary);
   std::ostringstream text;
@@ -403,12 +362,6 @@ TEST_F(Driver, MissingGuessingFileIsASevereErrorOnStream45) {
   RunOutcome outcome = Run("dc.in");
   EXPECT_EQ(outcome.exit_code, 29);
   EXPECT_EQ(outcome.err, "severe (29): file not found, unit 45, file none.dat\n");
-}
-
-TEST(DriverPieces, UnbuiltPhaseStopsPlainly) {
-  ConsoleCapture capture;
-  EXPECT_THROW(StopAtUnbuiltPhase("TripletTest"), RunStopped);
-  EXPECT_EQ(capture.Out(), Col(30, "FATAL ERROR: TripletTest is not built yet") + kStopLines);
 }
 
 TEST(DriverPieces, CorrelationTableWidth) {
