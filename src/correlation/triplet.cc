@@ -36,8 +36,9 @@ constexpr double kFivePercent = static_cast<double>(3.841f);
 constexpr double kOnePercent = static_cast<double>(6.635f);
 // The iteration ends when the first gradient component is this small.
 constexpr double kGradientBound = static_cast<double>(0.00001f);
-// Start loadings are held inside the open interval (-1, 1).
-constexpr double kLoadingLimit = 0.99;
+// Start loadings are held inside the open interval (-1, 1), at the
+// single-precision 0.99 widened to double, as in the tetrachoric density.
+constexpr double kLoadingLimit = static_cast<double>(0.99f);
 constexpr int kMaxIterations = 10;
 constexpr int kMaxTries = 4;
 

@@ -186,5 +186,25 @@ TEST(PolychoricLikelihood, CellsSumToOneAndSkipEmptyCells) {
   EXPECT_DOUBLE_EQ(table.probabilities[1][1], G01HAF(-0.5, 0.2, 0.35, hard));
 }
 
+TEST(Polychoric, PinnedBitsOfAThreeItemRun) {
+  // 50 subjects, four ordered categories per item, one score of 99 at the
+  // top of item 3. The expected bits were reproduced by a separate
+  // transcription of the search.
+  Matrix x(50, 3);
+  for (int s = 0; s < 50; ++s) {
+    for (int v = 0; v < 3; ++v) x(s, v) = ((s % 10) + (s * (v + 2)) % 7) / 4;
+  }
+  x(7, 2) = 99.0;
+  Matrix r;
+  OutputFile report;
+  report.OpenInMemory(11);
+  ConsoleCapture capture;
+  ComputePolychorics(x, 50, 3, r, report);
+  EXPECT_EQ(r(1, 0), 0x1.7d284ccccccdp-1);
+  EXPECT_EQ(r(2, 0), 0x1.a63b4ccccccd5p-1);
+  EXPECT_EQ(r(2, 1), 0x1.10a399999999dp-1);
+  EXPECT_EQ(report.Text(), "");
+}
+
 }  // namespace
 }  // namespace vq

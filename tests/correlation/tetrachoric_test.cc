@@ -279,5 +279,78 @@ TEST(Tetrachoric, UnsettledIterationFallsBackToThePolychoricSearch) {
             std::string(27, ' ') + " Computing polychoric correlations for variables:   2   1\n");
 }
 
+// Four items of 41 subjects: items 1 and 2 form the table whose Newton
+// passes do not settle (the polychoric fall-back), items 3 and 4 follow
+// fixed patterns. The expected bits were reproduced by a separate
+// transcription of the estimator, so they pin the order of every operation,
+// the single-precision roundings and the "previous r" carried between pairs.
+Matrix FourItems() {
+  Matrix x(41, 4, 0.0);
+  for (int s = 0; s < 41; ++s) {
+    x(s, 0) = s < 25 ? 1.0 : 0.0;
+    x(s, 1) = (s == 0 || s >= 25) ? 1.0 : 0.0;
+    x(s, 2) = (s * 5 + 3) % 11 < 5 ? 1.0 : 0.0;
+    x(s, 3) = (s * 3 + 1) % 7 < 4 ? 1.0 : 0.0;
+  }
+  return x;
+}
+
+TEST(Tetrachoric, PinnedBitsOfAFourItemRun) {
+  TetrachoricRun run;
+  RunTetrachorics(FourItems(), run);
+  EXPECT_EQ(run.r(1, 0), -0x1.ccccccccccccdp-1);  // the fall-back's -0.9
+  EXPECT_EQ(run.r(2, 0), 0x1.0fc4122bc63d4p-4);
+  EXPECT_EQ(run.r(2, 1), 0x1.3aa58a9201532p-6);
+  EXPECT_EQ(run.r(3, 0), 0x1.e7964431ce7e6p-5);
+  EXPECT_EQ(run.r(3, 1), 0x1.00a9907a7b6dbp-7);
+  EXPECT_EQ(run.r(3, 2), -0x1.3aa58a92014a7p-6);
+  EXPECT_EQ(run.report.Text(),
+            "                !!!WARNING: CORRELATION   2   1    AT BOUNDARY!!!\n\n");
+  EXPECT_EQ(run.files.ser.Text(),
+            " 0.000000000  0.000000005  0.248507411  0.250133433 \n"
+            " 0.000000005  0.000000000  0.247698684  0.249509511 \n"
+            " 0.248507411  0.247698684  0.000000000  0.247698684 \n"
+            " 0.250133433  0.249509511  0.247698684  0.000000000 \n");
+}
+
+TEST(Tetrachoric, PinnedBitsOfAFourItemRunCorrectedForGuessing) {
+  TetrachoricRun run;
+  RunTetrachorics(FourItems(), run, 1, {0.05, 0.1, 0.15, 0.2});
+  EXPECT_EQ(run.r(1, 0), -0x1.b3c91b170ae2ep-1);
+  EXPECT_EQ(run.r(2, 0), 0x1.5e810513a20e8p-4);
+  EXPECT_EQ(run.r(2, 1), 0x1.c75988e2ef2ddp-6);
+  EXPECT_EQ(run.r(3, 0), 0x1.361e80763e42p-4);
+  EXPECT_EQ(run.r(3, 1), 0x1.6eef83472bbebp-7);
+  EXPECT_EQ(run.r(3, 2), -0x1.dcddd535518fap-6);
+  EXPECT_EQ(run.report.Text(), "");
+  // A corrected cell of 0 makes a term of the standard error infinite: 0.
+  EXPECT_EQ(run.files.ser.Text(),
+            " 0.000000000  0.000000000  0.251753886  0.246735315 \n"
+            " 0.000000000  0.000000000  0.256988722  0.252155169 \n"
+            " 0.251753886  0.256988722  0.000000000  0.250362487 \n"
+            " 0.246735315  0.252155169  0.250362487  0.000000000 \n");
+}
+
+TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {
+  // Items 2 and 3 are identical, so the pairs (2, 1) and (3, 1) have the same
+  // table, proportions of one half and Divgi's start, which is then already
+  // the root. Pair (2, 1) starts against a previous r of 0 and takes a
+  // second pass that lands on 0.5; pair (3, 1) starts against that 0.5, its
+  // first pass changes r by less than the bound, and it ends one pass
+  // earlier, a few units in the last place away.
+  Matrix x(48, 4, 0.0);
+  for (int s = 0; s < 48; ++s) {
+    x(s, 0) = s < 24 ? 1.0 : 0.0;
+    x(s, 1) = (s < 16 || (s >= 24 && s < 32)) ? 1.0 : 0.0;
+    x(s, 2) = x(s, 1);
+    x(s, 3) = s % 2 == 0 ? 1.0 : 0.0;
+  }
+  TetrachoricRun run;
+  RunTetrachorics(x, run);
+  EXPECT_EQ(run.r(1, 0), 0.5);
+  EXPECT_EQ(run.r(2, 0), 0x1.ffffffffffffbp-2);
+  EXPECT_EQ(run.r(2, 1), 0x1.fee75d62a9c46p-1);
+}
+
 }  // namespace
 }  // namespace vq

@@ -140,10 +140,14 @@ TEST(Triplet, StartLoadingsFollowTheSignOfTheProduct) {
   for (double x : l) EXPECT_GT(x, 0.0);
   l = TripletStartLoadings(-0.4, 0.3, 0.2);  // product below 0: all negative
   for (double x : l) EXPECT_LT(x, 0.0);
-  l = TripletStartLoadings(0.9, 0.9, 0.5);  // sqrt(1.62) is held at 0.99
-  EXPECT_EQ(l[0], 0.99);
+  // sqrt(1.62) is held at 0.99, the single-precision value widened to double
+  // (the constant 0.99 is a single-precision value wherever it stands).
+  l = TripletStartLoadings(0.9, 0.9, 0.5);
+  EXPECT_EQ(l[0], 0.9900000095367432);
+  l = TripletStartLoadings(-0.9, 0.9, 0.5);  // negative, held at -0.99
+  EXPECT_EQ(l[0], -0.9900000095367432);
   l = TripletStartLoadings(0.4, -0.3, 0.0);  // one zero: its opposite at the limit
-  EXPECT_EQ(l[0], -0.99);
+  EXPECT_EQ(l[0], -0.9900000095367432);
   EXPECT_EQ(l[1], 0.0);
   EXPECT_EQ(l[2], 0.0);
   l = TripletStartLoadings(0.0, 0.0, -0.36);  // two zeros: the pair shares the factor
