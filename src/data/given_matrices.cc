@@ -121,7 +121,7 @@ void ReadPattern(RecordSource& source,
 }
 
 void ReadPhi(RecordSource& source, const std::string& phi_file, int factor_count, Matrix& phi) {
-  if (!source.OpenOld(kPhiUnit, phi_file)) {
+  if (!source.OpenOld(kPhiFileUnit, phi_file)) {
     MissingGivenFile(28, "FATAL ERROR! Factor correlation file not found");
   }
   const int m = std::max(factor_count, 0);

@@ -20,7 +20,7 @@
 namespace vq {
 
 constexpr int kGivenMatrixUnit = 10;
-constexpr int kPhiUnit = 17;
+constexpr int kPhiFileUnit = 17;
 
 // Symmetry and unit diagonal are checked to within this.
 constexpr double kCorrelationCheckTolerance = 1e-6;

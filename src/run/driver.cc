@@ -1,12 +1,428 @@
 #include "run/driver.h"
 
+#include <unistd.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "correlation/pearson.h"
+#include "correlation/polychoric.h"
+#include "correlation/smoothing.h"
+#include "correlation/tetrachoric.h"
+#include "correlation/triplet.h"
+#include "data/given_matrices.h"
+#include "data/raw_data.h"
 #include "frame/console.h"
+#include "kernels/failure.h"
+#include "report/matrix_table.h"
+#include "rotation/random_start.h"
+#include "rotation/rotation.h"
+#include "scores/score_phase.h"
+#include "report/edit_descriptors.h"
+#include "run/command_file.h"
+#include "run/report_head.h"
+#include "run/saved_matrices.h"
 
 namespace vq {
+namespace {
 
-void RunAnalysis(const ProgramArguments& /*arguments*/) {
-  ConsoleLine(30, "The analysis driver is not built yet.");
-  PlainStop();
+// Everything one run holds, so that the steps below can be plain functions.
+struct Run {
+  RunOptions options;
+  RunContext context;
+  ParsedInputs inputs;
+  RunFiles files;
+  RunArrays arrays;
+};
+
+bool IsOneOf(const std::string& field, std::initializer_list<std::string_view> words) {
+  for (std::string_view word : words) {
+    if (Is(field, word)) return true;
+  }
+  return false;
+}
+
+// --- Allocation ------------------------------------------------------------------
+
+[[noreturn]] void AllocationFault(std::string_view message) {
+  ConsoleLine(30, message);
+  ConsoleEmptyLines(2);
+  PauseAndStop();
+}
+
+[[noreturn]] void OutOfMemory() {
+  AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run");
+}
+
+// The arrays are zero-filled when they are made, so a request beyond the
+// machine's memory would not fail cleanly but drive it into swapping or end
+// the process from outside. Sizes are added up in doubles, which cannot
+// overflow here, and held against the physical memory.
+void CheckMemory(double doubles) {
+  const long pages = sysconf(_SC_PHYS_PAGES);
+  const long page_size = sysconf(_SC_PAGE_SIZE);
+  if (pages <= 0 || page_size <= 0) return;
+  const double physical = static_cast<double>(pages) * static_cast<double>(page_size);
+  if (doubles * sizeof(double) > physical) OutOfMemory();
+}
+
+void CheckCounts(const RunOptions& options) {
+  if (options.VariableCount < 1) {
+    AllocationFault("FATAL ERROR: Number of variables on >DATA: line must be at least 1");
+  }
+  if (Is(options.InputForm, "RAW") && options.SubjectCount < 1) {
+    AllocationFault("FATAL ERROR: Number of subjects on >DATA: line must be at least 1");
+  }
+}
+
+}  // namespace
+
+RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name) {
+  RunContext context;
+  SplitRunName(full_name, context.RunStem, context.RunDirectory);
+  context.Seed.fixed = arguments.has_seed;
+  context.Seed.value = arguments.seed;
+  return context;
+}
+
+int CorrelationTableWidth(int page_width) { return page_width < 120 ? page_width : 110; }
+
+void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
+  CheckCounts(options);
+  const int p = options.VariableCount;
+  const int n = Is(options.InputForm, "RAW") ? options.SubjectCount : 0;
+  const int m = options.FactorCount > 0 ? options.FactorCount : 0;
+  const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
+  const double pd = p, nd = n, md = m;
+  CheckMemory(nd * pd + nd + (pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 +
+              9.0 * pd * md + md * md);
+  try {
+    if (n > 0) {
+      arrays.ItemData.Reset(n, p);
+      arrays.SubjectIds.assign(static_cast<std::size_t>(n), 0.0);
+    }
+    arrays.CorrelationMatrix.Reset(p, p);
+    arrays.R.Reset(p, p);
+    if (pearson) {
+      arrays.Means.assign(static_cast<std::size_t>(p), 0.0);
+      arrays.StandardDeviations.assign(static_cast<std::size_t>(p), 0.0);
+      arrays.SumsOfProducts.Reset(p, p);
+    }
+    if (m > 0) {
+      arrays.Extraction.Loadings.Reset(p, m);
+      arrays.Extraction.Communalities.assign(static_cast<std::size_t>(p), 0.0);
+      arrays.Extraction.FactorVariance.assign(static_cast<std::size_t>(m), 0.0);
+    }
+  } catch (const std::bad_alloc&) {
+    OutOfMemory();
+  } catch (const std::length_error&) {
+    OutOfMemory();
+  }
+}
+
+void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays) {
+  CheckCounts(options);
+  const int p = options.VariableCount;
+  const int m = options.FactorCount > 0 ? options.FactorCount : 0;
+  const double pd = p, md = m;
+  CheckMemory(9.0 * pd * md + 2.0 * md * md + pd);
+  try {
+    arrays.Extraction.Loadings.Reset(p, m);
+    arrays.Extraction.Communalities.assign(static_cast<std::size_t>(p), 0.0);
+    arrays.Extraction.FactorVariance.assign(static_cast<std::size_t>(m), 0.0);
+    arrays.GivenFactorCorrelations.Reset(m, m);
+  } catch (const std::bad_alloc&) {
+    OutOfMemory();
+  } catch (const std::length_error&) {
+    OutOfMemory();
+  }
+}
+
+namespace {
+
+// --- The correlation road -----------------------------------------------------------
+
+void ReadRawData(Run& run) {
+  ReadItemData(run.inputs.DataFile,
+               run.options.RecordFormat,
+               run.options.SubjectCount,
+               run.options.VariableCount,
+               run.arrays.ItemData,
+               run.arrays.SubjectIds);
+}
+
+void Tetrachorics(Run& run, int guessing_flag) {
+  ComputeTetrachorics(run.arrays.ItemData,
+                      run.options.SubjectCount,
+                      run.options.VariableCount,
+                      run.arrays.CorrelationMatrix,
+                      run.files.Report,
+                      run.context.RunStem,
+                      run.context.RunDirectory,
+                      guessing_flag,
+                      run.inputs.Guessing);
+}
+
+void Pearson(Run& run) {
+  int ifail = kIfailHard;
+  G02BAF(run.options.SubjectCount,
+         run.options.VariableCount,
+         run.arrays.ItemData,
+         run.arrays.Means,
+         run.arrays.StandardDeviations,
+         run.arrays.SumsOfProducts,
+         run.arrays.CorrelationMatrix,
+         ifail);
+}
+
+void SaveRawCorrelations(Run& run) {
+  SaveCorrelationMatrix(
+      run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+}
+
+// Fills CorrelationMatrix by the first branch that fits Coding and InputForm.
+void ComputeCorrelationMatrix(Run& run) {
+  const RunOptions& options = run.options;
+  const bool raw = Is(options.InputForm, "RAW");
+  if (Is(options.Coding, "CD") && raw) {
+    ReadRawData(run);
+    SplitAtMedians(run.arrays.ItemData, options.SubjectCount, options.VariableCount);
+    Tetrachorics(run, 0);
+    SaveRawCorrelations(run);
+  } else if (IsOneOf(options.Coding, {"DI", "DC"}) && raw) {
+    ReadRawData(run);
+    ConsoleLine(30, "Computing tetrachoric correlations");
+    Tetrachorics(run, Is(options.Coding, "DC") ? 1 : 0);
+    SaveRawCorrelations(run);
+  } else if (Is(options.Coding, "OR") && raw) {
+    ReadRawData(run);
+    ConsoleLine(30, "Computing polychoric correlations");
+    ComputePolychorics(run.arrays.ItemData,
+                       options.SubjectCount,
+                       options.VariableCount,
+                       run.arrays.CorrelationMatrix,
+                       run.files.Report);
+    SaveRawCorrelations(run);
+  } else if (Is(options.Coding, "CO") && raw) {
+    ReadRawData(run);
+    ConsoleLine(30, "Computing correlations");
+    Pearson(run);
+    SaveRawCorrelations(run);
+  } else if (Is(options.Coding, "IP") && raw) {
+    ReadRawData(run);
+    IPSAT(options.SubjectCount, options.VariableCount, run.arrays.ItemData);
+    Pearson(run);
+    run.inputs.DataFile.Close();
+    SaveRawCorrelations(run);
+  } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
+    ReadCorrelations(run.inputs.DataFile,
+                     options.DataFile,
+                     options.Coding,
+                     options.VariableCount,
+                     run.arrays.CorrelationMatrix);
+  }
+}
+
+// The smoothed matrix takes the place of CorrelationMatrix.
+void SmoothIfAsked(Run& run) {
+  if (!SmoothingRuns(run.options)) return;
+  ConsoleLine(30, "Smoothing Correlations");
+  const int p = run.options.VariableCount;
+  Matrix smoothed(p, p);
+  SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
+  run.arrays.CorrelationMatrix = std::move(smoothed);
+  SaveSmoothedMatrix(run.options, run.context, run.arrays.CorrelationMatrix);
+}
+
+void ReadLabelsIfAsked(Run& run) {
+  if (!Is(run.options.LabelMode, "LABELS")) return;
+  ParseLabelsLine(run.files.CommandFile, run.options);
+  run.arrays.ItemLabels = run.options.Labels;
+}
+
+// The table "CORRELATION MATRIX": rows and columns bear the labels under
+// "LABELS" (with fields wide enough for them), numbers otherwise.
+void PrintCorrelationMatrix(Run& run, int table_width) {
+  const int p = run.options.VariableCount;
+  const bool labels = Is(run.options.LabelMode, "LABELS");
+  const std::vector<std::string>* names = labels ? &run.arrays.ItemLabels : nullptr;
+  const char label_kind = labels ? 'C' : 'I';
+  int ifail = 0;
+  X04CBF('G',
+         'N',
+         p,
+         p,
+         run.arrays.CorrelationMatrix.data(),
+         p,
+         labels ? "F15.3" : "F8.3",
+         "CORRELATION MATRIX",
+         label_kind,
+         names,
+         label_kind,
+         names,
+         table_width,
+         0,
+         ifail,
+         run.files.Report);
+}
+
+// Steps 1 to 7 of the correlation road.
+void CorrelationRoad(Run& run) {
+  AllocateCorrelationArrays(run.options, run.arrays);
+  ComputeCorrelationMatrix(run);
+  SmoothIfAsked(run);
+  const int table_width = CorrelationTableWidth(run.options.PageWidth);
+  ReadLabelsIfAsked(run);
+  WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
+  if (Is(run.options.Print_Verbosity, "LONG")) PrintCorrelationMatrix(run, table_width);
+}
+
+void TripletTestOfTheRun(Run& run) {
+  RunTripletTest(run.options,
+                 run.arrays.ItemData,
+                 run.options.SubjectCount,
+                 run.options.VariableCount,
+                 run.arrays.CorrelationMatrix,
+                 run.files.Report,
+                 run.context.RunStem,
+                 run.context.RunDirectory);
+}
+
+// Step 10: eigenvalue screen, communalities, fit and unrotated tables. The
+// working copy R keeps the final communalities on its diagonal for the
+// rotations and the scores.
+void FactorAnalysis(Run& run) {
+  run.arrays.R = run.arrays.CorrelationMatrix;
+  RunExtraction(run.options,
+                run.arrays.R,
+                run.arrays.Extraction,
+                run.files.Report,
+                run.context.RunDirectory,
+                run.context.RunStem);
+}
+
+// --- The rotation road ------------------------------------------------------------
+
+void RotationRoad(Run& run) {
+  const RunOptions& options = run.options;
+  AllocateRotationArrays(options, run.arrays);
+  ExtractionResult& given = run.arrays.Extraction;
+  ReadPattern(run.inputs.DataFile,
+              options.DataFile,
+              options.RecordFormat,
+              options.VariableCount,
+              options.FactorCount,
+              given.Loadings);
+  const bool correlated = Is(options.InputForm, "FLD2");
+  if (correlated) {
+    ReadPhi(run.files.FactorCorrelations,
+            options.PhiFile,
+            options.FactorCount,
+            run.arrays.GivenFactorCorrelations);
+  }
+  PrepareGivenPattern(options,
+                      given.Loadings,
+                      correlated ? &run.arrays.GivenFactorCorrelations : nullptr,
+                      options.VariableCount,
+                      options.FactorCount,
+                      given.Communalities,
+                      given.FactorVariance);
+  ReadLabelsIfAsked(run);
+  WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
+}
+
+// --- Common end of both roads ----------------------------------------------------
+
+void CloseRunFiles(Run& run) {
+  run.inputs.DataFile.Close();
+  run.files.Report.Close();
+}
+
+// The normal end: the report is complete once stream 11 is closed.
+void EndOfRun(Run& run) {
+  CloseRunFiles(run);
+  ConsoleLine(30, "Finished");
+}
+
+void FactorScoresOfTheRun(Run& run) {
+  ScoreSources sources;
+  sources.Loadings = &run.arrays.Extraction.Loadings;
+  const RotationResults& rotation = run.arrays.Rotation;
+  if (rotation.orthogonal) {
+    sources.RotatedLoadings = &rotation.RotatedLoadings;
+    sources.ItemOrderLoadings = &rotation.ItemOrderLoadings;
+  }
+  if (rotation.oblique) {
+    sources.ItemOrderPattern = &rotation.ItemOrderPattern;
+    sources.ItemOrderStructure = &rotation.ItemOrderStructure;
+  }
+  RunScorePhase(run.options,
+                run.arrays.ItemData,
+                run.arrays.SubjectIds,
+                run.arrays.Means,
+                run.arrays.StandardDeviations,
+                run.arrays.R,
+                sources,
+                run.arrays.FactorScores,
+                run.files.Report,
+                run.context.RunDirectory,
+                run.context.RunStem);
+}
+
+// Steps 11 to 17, where both roads meet.
+void RotateAndFinish(Run& run) {
+  const RunOptions& options = run.options;
+  if (Is(options.Rotation, "NONE") && Is(options.ScoreMethod, "NONE")) {
+    CloseRunFiles(run);
+    ConsoleLine(30, "Finished");
+    PlainStop();
+  }
+  // Steps 12 to 15: the rotation that `Rotation` names, with its sections,
+  // then the list of sorted items.
+  RunRotation(options,
+              run.arrays.Extraction.Loadings,
+              run.arrays.Extraction.Communalities,
+              run.arrays.R,
+              run.files.Report,
+              run.context.RunDirectory,
+              run.context.RunStem,
+              run.arrays.Rotation);
+  // Step 16: factor scores, their file and plot.
+  FactorScoresOfTheRun(run);
+  EndOfRun(run);
+}
+
+}  // namespace
+
+void RunAnalysis(const ProgramArguments& arguments) {
+  ShowBanner();
+  Run run;
+  OpenCommandFile(arguments, run.files.CommandFile);
+  run.context = MakeRunContext(arguments, run.files.CommandFile.FullName());
+  if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
+
+  ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
+  run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
+  NoteUnmetScoreRequests(run.options);
+
+  if (Is(run.options.Model, "ROT")) {
+    RotationRoad(run);
+  } else {
+    CorrelationRoad(run);
+    if (Is(run.options.Model, "TRP")) {
+      TripletTestOfTheRun(run);
+      EndOfRun(run);
+      return;
+    }
+    if (run.options.FactorCount <= 0 || Is(run.options.Model, "CMT")) {
+      EndOfRun(run);
+      return;
+    }
+    FactorAnalysis(run);
+  }
+  RotateAndFinish(run);
 }
 
 }  // namespace vq

@@ -2,10 +2,14 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "frame/console.h"
+#include "frame/file_dialog.h"
+#include "run/command_file.h"
 #include "run/driver.h"
 
 namespace vq {
@@ -67,7 +71,38 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
   return -1;
 }
 
+// The last net under the run: an array that the memory check of the driver
+// did not foresee (item texts, labels, the guessing vector are made during
+// the parse) and that the machine cannot hold ends the run like the
+// driver's own memory fault, not with an uncaught exception.
+int StopForMemory() {
+  try {
+    ConsoleLine(30, "FATAL ERROR: Not enough memory for the arrays of this run");
+    ConsoleEmptyLines(2);
+    PauseAndStop();
+  } catch (const RunStopped& stop) {
+    ConsoleFlush();
+    return stop.exit_code;
+  }
+}
+
 }  // namespace
+
+void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_file) {
+  std::string name = arguments.command_file;
+  if (name.empty()) {
+    name = ChooseFileToOpen(kCommandFileDialogTitle, ConsoleInputIsTerminal());
+  } else if (!IsExistingFile(name)) {
+    // Named on the command line, the file never passed the dialog, which
+    // would not have accepted it.
+    ConsoleFreeForm("Command file not found: " + name);
+    CancelRun();
+  }
+  if (!command_file.OpenOld(kCommandFileUnit, name)) {
+    ConsoleFreeForm("Command file cannot be opened: " + name);
+    CancelRun();
+  }
+}
 
 int VelquorinMain(int argc, char** argv) {
   ProgramArguments arguments;
@@ -78,6 +113,10 @@ int VelquorinMain(int argc, char** argv) {
   } catch (const RunStopped& stop) {
     ConsoleFlush();
     return stop.exit_code;
+  } catch (const std::bad_alloc&) {
+    return StopForMemory();
+  } catch (const std::length_error&) {
+    return StopForMemory();
   }
   ConsoleFlush();
   return 0;

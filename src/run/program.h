@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "data/record_reader.h"
+
 namespace vq {
 
 struct ProgramArguments {
@@ -12,6 +14,15 @@ struct ProgramArguments {
   bool has_seed = false;     // --seed N: fixed seed for random starts
   long seed = 0;
 };
+
+// The title of the dialog that asks for the command file.
+constexpr char kCommandFileDialogTitle[] = "Open: Select File for Unit 12";
+
+// Opens the command file on stream 12 (status old): the file named on the
+// command line, or else the one chosen in the file dialog (on a terminal;
+// off a terminal the dialog counts as cancelled). A cancelled choice or a
+// command file that cannot be opened ends the run with status 1.
+void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_file);
 
 // What `main` does: parses the arguments (--help, --version, --seed N and
 // one command file), runs the analysis, and returns the exit status. A

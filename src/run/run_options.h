@@ -44,46 +44,46 @@ constexpr int kRecordFormatWidth = 80;
 constexpr int kLabelWidth = 15;
 
 struct RunOptions {
-  std::string Title;            // 80
-  std::string DataFile;         // 50
-  int VariableCount = 0;        // p
-  int SubjectCount = 0;         // N
-  bool HasItemFile = false;     // an ">ITEMS:" line was given
-  std::string ItemFile;         // 50
+  std::string Title;                   // 80
+  std::string DataFile;                // 50
+  int VariableCount = 0;               // p
+  int SubjectCount = 0;                // N
+  bool HasItemFile = false;            // an ">ITEMS:" line was given
+  std::string ItemFile;                // 50
   std::vector<std::string> ItemTexts;  // p texts of 200, with ">ITEMS:"
-  std::string OutFile;          // 35
-  std::string Print_Verbosity;  // 5: "SHORT" or "LONG "
-  std::string Coding;           // 2: "CO", "IP", "DI", "DC", "CD", "OR"
-  std::string InputForm;        // 4: "RAW ", "COR ", "FLD1", "FLD2"
-  std::string Smoothing;        // 2: "SM" smooths; "PS" only shows "Smoothed"
+  std::string OutFile;                 // 35
+  std::string Print_Verbosity;         // 5: "SHORT" or "LONG "
+  std::string Coding;                  // 2: "CO", "IP", "DI", "DC", "CD", "OR"
+  std::string InputForm;               // 4: "RAW ", "COR ", "FLD1", "FLD2"
+  std::string Smoothing;               // 2: "SM" smooths; "PS" only shows "Smoothed"
   bool HasPhiFile = false;
-  std::string PhiFile;          // 50, with "FLD2"
+  std::string PhiFile;  // 50, with "FLD2"
   bool HasGuessFile = false;
-  std::string GuessFile;        // 80, with "DC"
-  std::string Model;            // 4: "PCA ", "PFA ", "ROT ", "TRP ", "CMT "
-  int FactorCount = 0;          // m
-  std::string LabelMode;        // 15: "LABELS", "NOLABELS"
-  std::string SortMode;         // 15: "SORT", "NOSORT"
-  std::string Rotation;         // 8: "VARIMAX", "WVARIMAX", "NONE", "OBLIMIN",
-                                //    "PROMAX", "HK"; "None" for one factor
-  std::string RotationName;     // 25: the name the report shows
-  double ObliminDelta = 0.0;    // with "OBLIMIN"
-  int PromaxPower = 0;          // with "PROMAX"
+  std::string GuessFile;               // 80, with "DC"
+  std::string Model;                   // 4: "PCA ", "PFA ", "ROT ", "TRP ", "CMT "
+  int FactorCount = 0;                 // m
+  std::string LabelMode;               // 15: "LABELS", "NOLABELS"
+  std::string SortMode;                // 15: "SORT", "NOSORT"
+  std::string Rotation;                // 8: "VARIMAX", "WVARIMAX", "NONE", "OBLIMIN",
+                                       //    "PROMAX", "HK"; "None" for one factor
+  std::string RotationName;            // 25: the name the report shows
+  double ObliminDelta = 0.0;           // with "OBLIMIN"
+  int PromaxPower = 0;                 // with "PROMAX"
   double HarrisKaiserParameter = 0.0;  // with "HK"
-  std::string ScoreMethod;      // 8: "REG", "BART", "NOSCORE", "NONE"
-  std::string PlotMode;         // 8: "ALL", "LOADINGS", "SCORES"
+  std::string ScoreMethod;             // 8: "REG", "BART", "NOSCORE", "NONE"
+  std::string PlotMode;                // 8: "ALL", "LOADINGS", "SCORES"
   double CommunalityEpsilon = 0.0001;
   int CommunalityIterations = 200;
   double RotationEpsilon = 0.0001;
   int RotationIterations = 200;
-  std::string RandomStart = "T";          // 1
+  std::string RandomStart = "T";  // 1
   double HyperplaneWidth = 0.2;
   std::string InitialCommunality = "ONE";  // 3: "ONE", "SMC", "HIR"
   int PageWidth = 130;
-  std::string SaveResults = "F";          // 1
-  std::vector<std::string> SaveCodes;     // up to 7 codes of 3
-  std::string RecordFormat;               // 80
-  std::vector<std::string> Labels;        // p texts of 15, with "LABELS"
+  std::string SaveResults = "F";       // 1
+  std::vector<std::string> SaveCodes;  // up to 7 codes of 3
+  std::string RecordFormat;            // 80
+  std::vector<std::string> Labels;     // p texts of 15, with "LABELS"
 };
 
 // True when the fixed-width `field` holds exactly `word` followed by blanks

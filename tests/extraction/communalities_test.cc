@@ -22,7 +22,9 @@ TEST(SmcCommunalities, EquicorrelationKnownValue) {
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(r(i, i), 1.0 / 3.0, 1e-14);
   for (int i = 0; i < 3; ++i) {
     for (int j = 0; j < 3; ++j) {
-      if (i != j) EXPECT_EQ(r(i, j), 0.5);
+      if (i != j) {
+        EXPECT_EQ(r(i, j), 0.5);
+      }
     }
   }
 }

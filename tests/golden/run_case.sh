@@ -4,6 +4,12 @@
 # byte for byte with what the run left (report, saved files, console text,
 # error text and exit status).
 #
+# A case folder holds its inputs (one *.in command file and the files it
+# names), or a file `example` naming a folder of the repository (such as
+# examples/continuous) whose files are the inputs. Optional files: `args`
+# (command-line options, e.g. --seed 1), `stdin` (answers at the pause
+# prompt), and the folder expected/.
+#
 #   run_case.sh <velquorin binary> <case folder> <scratch folder>
 #
 # With VELQUORIN_UPDATE_GOLDEN=1 the expected/ folder is rewritten from the run
@@ -15,11 +21,24 @@ work=$3
 
 rm -rf "$work"
 mkdir -p "$work"
-(cd "$case_dir" && find . -path ./expected -prune -o -type f -print) |
-  while read -r f; do
-    mkdir -p "$work/$(dirname "$f")"
-    cp "$case_dir/$f" "$work/$f"
-  done
+input_dir=$case_dir
+if [ -f "$case_dir/example" ]; then
+  repository=$(cd "$(dirname "$0")/../.." && pwd)
+  input_dir="$repository/$(head -n 1 "$case_dir/example")"
+fi
+# Only the files under version control are inputs, so that outputs left in an
+# example folder by a run by hand are not taken for inputs.
+list_inputs() {
+  if git -C "$input_dir" rev-parse --is-inside-work-tree > /dev/null 2>&1; then
+    (cd "$input_dir" && git ls-files --cached --others --exclude-standard .)
+  else
+    (cd "$input_dir" && find . -type f)
+  fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|\.gitignore\)$'
+}
+list_inputs | while read -r f; do
+  mkdir -p "$work/$(dirname "$f")"
+  cp "$input_dir/$f" "$work/$f"
+done
 inputs=$(cd "$work" && find . -type f | sort)
 
 command_file=$(cd "$work" && ls ./*.in | head -n 1)

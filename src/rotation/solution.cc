@@ -1,0 +1,244 @@
+#include "rotation/solution.h"
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "frame/console.h"
+#include "kernels/rank_sort.h"
+#include "report/edit_descriptors.h"
+#include "report/matrix_table.h"
+#include "report/plots.h"
+#include "report/saved_files.h"
+
+namespace vq {
+
+void DefaultLabels(int p, std::vector<std::string>& item_labels) {
+  item_labels.assign(p, std::string());
+  for (int item = 0; item < p; ++item) {
+    item_labels[item] = PadRight("V" + FormatI(item + 1, 3, 3), kLabelWidth);
+  }
+}
+
+std::vector<std::string> ItemLabelsFor(const RunOptions& options, int p) {
+  std::vector<std::string> labels;
+  if (Is(options.LabelMode, "LABELS")) {
+    labels.assign(p, Blanks(kLabelWidth));
+    for (int item = 0; item < p && item < static_cast<int>(options.Labels.size()); ++item) {
+      labels[item] = PadRight(options.Labels[item], kLabelWidth);
+    }
+  } else if (Is(options.LabelMode, "NOLABELS")) {
+    DefaultLabels(p, labels);
+  } else {
+    labels.assign(p, Blanks(kLabelWidth));
+  }
+  return labels;
+}
+
+void SortLoadings(Matrix& a, int p, int m, std::vector<int>& order) {
+  // The main factor of each row: rank 1 of its absolute loadings; the stable
+  // rank gives a tie to the lower factor.
+  std::vector<int> main_factor(p);
+  std::vector<double> row(m);
+  std::vector<int> ranks(m);
+  for (int item = 0; item < p; ++item) {
+    for (int factor = 0; factor < m; ++factor) row[factor] = std::fabs(a(item, factor));
+    int ifail = 0;
+    M01DAF(row.data(), 1, m, "D", ranks.data(), ifail);
+    for (int factor = 0; factor < m; ++factor) {
+      if (ranks[factor] == 1) main_factor[item] = factor;
+    }
+  }
+
+  // Groups in factor order; inside a group, descending absolute loading on
+  // the group's factor, item order on ties.
+  std::vector<int> sorted_items;
+  sorted_items.reserve(p);
+  for (int factor = 0; factor < m; ++factor) {
+    std::vector<int> group;
+    for (int item = 0; item < p; ++item) {
+      if (main_factor[item] == factor) group.push_back(item);
+    }
+    if (group.empty()) continue;
+    const int size = static_cast<int>(group.size());
+    std::vector<double> values(size);
+    for (int member = 0; member < size; ++member) {
+      values[member] = std::fabs(a(group[member], factor));
+    }
+    std::vector<int> group_ranks(size);
+    int ifail = 0;
+    M01DAF(values.data(), 1, size, "D", group_ranks.data(), ifail);
+    std::vector<int> placed(size);
+    for (int member = 0; member < size; ++member) placed[group_ranks[member] - 1] = group[member];
+    sorted_items.insert(sorted_items.end(), placed.begin(), placed.end());
+  }
+
+  const Matrix original = a;
+  order.assign(p, 0);
+  for (int place = 0; place < p; ++place) {
+    const int item = sorted_items[place];
+    for (int factor = 0; factor < m; ++factor) a(place, factor) = original(item, factor);
+    order[place] = item + 1;
+  }
+}
+
+std::vector<std::string> SortedLabelsFor(const std::vector<std::string>& item_labels,
+                                         const std::vector<int>& order) {
+  std::vector<std::string> sorted(order.size());
+  for (std::size_t place = 0; place < order.size(); ++place) {
+    sorted[place] = item_labels[order[place] - 1];
+  }
+  return sorted;
+}
+
+void HyperplaneCount(const Matrix& a, int p, int m, int factor, OutputFile& stream, double width) {
+  (void)m;
+  int count = 0;
+  for (int item = 0; item < p; ++item) {
+    if (std::fabs(a(item, factor - 1)) <= width) ++count;
+  }
+  const double share = static_cast<double>(count) / static_cast<double>(p);
+  stream.Write("Hyperplane Count (%) for Factor" + FormatI(factor, 3) + " = " + FormatI(count, 3) +
+               " (" + FormatF(share, 3, 2) + ")");
+}
+
+void HyperplaneSection(const Matrix& a, int p, int m, double width, OutputFile& report) {
+  report.EmptyLines(2);
+  report.Write(kHyperplaneBanner);
+  report.EmptyLines(1);
+  for (int factor = 1; factor <= m; ++factor) HyperplaneCount(a, p, m, factor, report, width);
+  report.EmptyLines(2);
+  report.Write(kClosingBanner);
+  report.EmptyLines(1);
+}
+
+void moment(const double* data, int n, double& variance) {
+  if (n < 2) {
+    Pause("n must be at least 2 in subroutine moment");
+    // Fewer than two values have no spread to measure.
+    variance = 0.0;
+    return;
+  }
+  double sum = 0.0;
+  for (int i = 0; i < n; ++i) sum += data[i];
+  const double mean = sum / n;
+  double ep = 0.0;
+  double ss = 0.0;
+  for (int i = 0; i < n; ++i) {
+    const double deviation = data[i] - mean;
+    ep += deviation;
+    ss += deviation * deviation;
+  }
+  variance = (ss - ep * ep / 2.0) / (n - 1);
+}
+
+double ObjectiveFunction(const Matrix& a, int p, int m) {
+  std::vector<double> squares(p);
+  double objective = 0.0;
+  for (int factor = 0; factor < m; ++factor) {
+    for (int item = 0; item < p; ++item) squares[item] = a(item, factor) * a(item, factor);
+    double variance = 0.0;
+    moment(squares.data(), p, variance);
+    objective += variance;
+  }
+  return objective;
+}
+
+void PatternPlotSection(const RunOptions& options,
+                        std::string_view title_line,
+                        const Matrix& a,
+                        int p,
+                        int m,
+                        OutputFile& report) {
+  if (!Is(options.PlotMode, "LOADINGS") && !Is(options.PlotMode, "ALL")) return;
+  report.Write(PadRight(title_line, 80));
+  FactorPatternPlots(a, p, m, report);
+}
+
+void ListSortedItems(const Matrix& a,
+                     int p,
+                     int m,
+                     const std::vector<int>& order,
+                     const std::vector<std::string>& item_texts,
+                     OutputFile& report) {
+  report.EmptyLines(2);
+  report.Write(" SORTED ITEMS");
+  report.EmptyLines(1);
+  int factor = 0;  // 0-based factor of the current header
+  int row = 0;
+  bool new_header = true;
+  while (row < p) {
+    if (new_header) {
+      report.Write("FACTOR: " + FormatI(factor + 1, 4));
+      new_header = false;
+    }
+    if (factor + 1 < m && std::fabs(a(row, factor + 1)) > std::fabs(a(row, factor))) {
+      report.EmptyLines(1);
+      ++factor;
+      new_header = true;
+      continue;
+    }
+    const double loading = a(row, factor);
+    const int item = order[row] - 1;
+    const std::string text =
+        item >= 0 && item < static_cast<int>(item_texts.size()) ? item_texts[item] : std::string();
+    report.Write(std::string(loading > 0.0 ? "TRUE" : "FALSE") + FormatF(loading, 8, 3) +
+                 "  ITEM:" + " " + PadRight(text, kItemTextWidth));
+    ++row;
+  }
+  report.EmptyLines(2);
+}
+
+void PrintTable(OutputFile& report,
+                const Matrix& a,
+                int rows,
+                int cols,
+                std::string_view format,
+                std::string_view title,
+                char labrow,
+                const std::vector<std::string>* labels,
+                int page_width,
+                int trace_number) {
+  int ifail = 0;
+  X04CBF('G',
+         'N',
+         rows,
+         cols,
+         a.data(),
+         rows,
+         format,
+         title,
+         labrow,
+         labrow == 'C' ? labels : nullptr,
+         'I',
+         nullptr,
+         page_width,
+         0,
+         ifail,
+         report);
+  if (trace_number >= 0) TraceLine(ifail, trace_number);
+}
+
+void SaveFactorFile(const RunOptions& options,
+                    const Matrix& loadings,
+                    std::string_view run_directory,
+                    std::string_view run_stem) {
+  if (!WantsCode(options, "FAC")) return;
+  OutputFile file;
+  OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "fac");
+  WriteLoadingRows(file, loadings);
+  file.Close();
+}
+
+void SavePhiFile(const RunOptions& options,
+                 const Matrix& correlations,
+                 std::string_view run_directory,
+                 std::string_view run_stem) {
+  if (!WantsCode(options, "FAC")) return;
+  OutputFile file;
+  OpenSavedFile(file, kPhiUnit, run_directory, run_stem, "phi");
+  WriteMatrixRows(file, correlations, 12, 9, 1, 999);
+  file.Close();
+}
+
+}  // namespace vq

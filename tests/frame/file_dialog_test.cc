@@ -1,0 +1,119 @@
+#include "frame/file_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "frame/console.h"
+
+namespace vq {
+namespace {
+
+// The words of the box after a cancel.
+const char kCancelBox[] = "A File Must be Selected\nTerminate Program?\n";
+
+struct DialogOutcome {
+  bool cancelled = false;
+  int exit_code = 0;
+  std::string name;
+  std::string out;
+};
+
+DialogOutcome Dialog(const std::string& input, bool interactive = true) {
+  DialogOutcome outcome;
+  ConsoleCapture capture(input);
+  try {
+    outcome.name = ChooseFileToOpen("Open: Select File for Unit 12", interactive);
+  } catch (const RunStopped& stop) {
+    outcome.cancelled = stop.kind == RunStopped::Kind::kCancelled;
+    outcome.exit_code = stop.exit_code;
+  }
+  outcome.out = capture.Out();
+  return outcome;
+}
+
+class FileDialog : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/vq_dialog_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    folder_ = pattern;
+    file_ = folder_ + "/run.in";
+    std::FILE* f = std::fopen(file_.c_str(), "w");
+    ASSERT_NE(f, nullptr);
+    std::fclose(f);
+  }
+  void TearDown() override {
+    std::remove(file_.c_str());
+    std::remove(folder_.c_str());
+  }
+  std::string folder_;
+  std::string file_;
+};
+
+TEST_F(FileDialog, ReturnsAnExistingFile) {
+  DialogOutcome outcome = Dialog("  " + file_ + "  \n");
+  EXPECT_FALSE(outcome.cancelled);
+  EXPECT_EQ(outcome.name, file_);
+  EXPECT_EQ(outcome.out, "Open: Select File for Unit 12\n");
+}
+
+TEST_F(FileDialog, EmptyAnswerThenYesEndsWithStatusOne) {
+  DialogOutcome outcome = Dialog("\ny\n");
+  EXPECT_TRUE(outcome.cancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(outcome.out, std::string("Open: Select File for Unit 12\n") + kCancelBox);
+}
+
+TEST_F(FileDialog, NoBringsTheDialogBack) {
+  DialogOutcome outcome = Dialog("\nno\n" + file_ + "\n");
+  EXPECT_FALSE(outcome.cancelled);
+  EXPECT_EQ(outcome.name, file_);
+  EXPECT_EQ(outcome.out,
+            std::string("Open: Select File for Unit 12\n") + kCancelBox +
+                "Open: Select File for Unit 12\n");
+}
+
+TEST_F(FileDialog, EndOfInputIsACancelAndAYes) {
+  DialogOutcome outcome = Dialog("");
+  EXPECT_TRUE(outcome.cancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  outcome = Dialog("\n");  // cancel, then nobody answers the box
+  EXPECT_TRUE(outcome.cancelled);
+}
+
+TEST_F(FileDialog, OtherAnswersAskTheQuestionAgain) {
+  DialogOutcome outcome = Dialog("\nmaybe\nY\n");
+  EXPECT_TRUE(outcome.cancelled);
+  EXPECT_EQ(outcome.out,
+            std::string("Open: Select File for Unit 12\n") + kCancelBox + "Terminate Program?\n");
+}
+
+TEST_F(FileDialog, MissingFilesAndFoldersAreNotAccepted) {
+  const std::string missing = folder_ + "/missing.in";
+  DialogOutcome outcome = Dialog(missing + "\n" + folder_ + "\n" + file_ + "\n");
+  EXPECT_EQ(outcome.name, file_);
+  EXPECT_EQ(outcome.out,
+            "Open: Select File for Unit 12\n" + missing +
+                "\nFile not found. Check the file name and try again.\n"
+                "Open: Select File for Unit 12\n" +
+                folder_ +
+                "\nFile not found. Check the file name and try again.\n"
+                "Open: Select File for Unit 12\n");
+}
+
+TEST_F(FileDialog, OffATerminalNothingIsAsked) {
+  DialogOutcome outcome = Dialog(file_ + "\n", /*interactive=*/false);
+  EXPECT_TRUE(outcome.cancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(outcome.out, kCancelBox);
+}
+
+TEST(ConsoleInput, NeverATerminalUnderCapture) {
+  ConsoleCapture capture;
+  EXPECT_FALSE(ConsoleInputIsTerminal());
+}
+
+}  // namespace
+}  // namespace vq

@@ -1,0 +1,610 @@
+#include "run/command_file.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "run_test_support.h"
+
+namespace vq {
+namespace {
+
+using testing::Col;
+using testing::kPauseLine;
+using testing::kStopLines;
+using testing::ParseOutcome;
+using testing::ParseText;
+using testing::PauseFault;
+
+// A small command file on a given correlation matrix, so that the parse
+// opens no data file. Lines by index: 0 title, 1 data, 2 outfile, 3 metric,
+// 4 model, 5 rotate, 6 score, 7 plot, 8 format.
+std::vector<std::string> BaseLines() {
+  return {">TITLE: Reasoning items",
+          ">DATA: corr.dat 3 100",
+          ">OUTFILE: report.out SHORT",
+          ">METRIC: CO COR NO",
+          ">MODEL: PFA 2 NOLABELS NOSORT",
+          ">ROTATE: VARIMAX",
+          ">SCORE: NOSCORE",
+          ">PLOT: LOADINGS",
+          ">FORMAT: (3F4.0)"};
+}
+
+std::string Join(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
+}
+
+std::string With(int index, const std::string& line) {
+  std::vector<std::string> lines = BaseLines();
+  lines[static_cast<std::size_t>(index)] = line;
+  return Join(lines);
+}
+
+std::string Insert(int index, const std::string& line) {
+  std::vector<std::string> lines = BaseLines();
+  lines.insert(lines.begin() + index, line);
+  return Join(lines);
+}
+
+std::string Pad(const std::string& text, std::size_t width) {
+  return text + std::string(width - text.size(), ' ');
+}
+
+TEST(UpcaseToken, MovesLeftAndRaisesLettersOnly) {
+  std::string field = "  pfa ";
+  UpcaseToken(field);
+  EXPECT_EQ(field, "PFA   ");
+  field = ">title:";
+  UpcaseToken(field);
+  EXPECT_EQ(field, ">TITLE:");
+  field = "a-z_{}9\xe4";
+  UpcaseToken(field);
+  EXPECT_EQ(field, "A-Z_{}9\xe4");
+  field = "    ";
+  UpcaseToken(field);
+  EXPECT_EQ(field, "    ");
+  field = "";
+  UpcaseToken(field);
+  EXPECT_EQ(field, "");
+}
+
+TEST(CommandFile, CompleteFileFillsEveryField) {
+  const std::string text =
+      "* Eight items, first wave\n"
+      "* second comment\n"
+      ">TITLE: Reasoning items\n"
+      ">DATA: items.dat 8 250\n"
+      ">OUTFILE: items.out LONG\n"
+      ">METRIC: OR COR SM\n"
+      ">MODEL: PFA 2 LABELS SORT\n"
+      ">ROTATE: PROMAX 3\n"
+      ">SCORE: NOSCORE\n"
+      ">PLOT: LOADINGS\n"
+      ">TECHNICAL: 0.001 150 0.0002 250 F 0.15 SMC 100 T\n"
+      ">OUTPUT: 2 COR FAC\n"
+      ">FORMAT: (F4.0,8F1.0)\n"
+      ">LABELS: I1 I2 I3 I4 I5 I6 I7 I8\n";
+  ParseOutcome parsed = ParseText(text, /*labels=*/true);
+  ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
+  EXPECT_EQ(parsed.out, "");
+  const RunOptions& o = parsed.options;
+  EXPECT_EQ(o.Title, Pad(" Reasoning items", 80));
+  EXPECT_EQ(o.DataFile, Pad("items.dat", 50));
+  EXPECT_EQ(o.VariableCount, 8);
+  EXPECT_EQ(o.SubjectCount, 250);
+  EXPECT_FALSE(o.HasItemFile);
+  EXPECT_EQ(o.OutFile, Pad("items.out", 35));
+  EXPECT_EQ(o.Print_Verbosity, "LONG ");
+  EXPECT_EQ(o.Coding, "OR");
+  EXPECT_EQ(o.InputForm, "COR ");
+  EXPECT_EQ(o.Smoothing, "SM");
+  EXPECT_EQ(o.Model, "PFA ");
+  EXPECT_EQ(o.FactorCount, 2);
+  EXPECT_EQ(o.LabelMode, Pad("LABELS", 15));
+  EXPECT_EQ(o.SortMode, Pad("SORT", 15));
+  EXPECT_EQ(o.Rotation, "PROMAX  ");
+  EXPECT_EQ(o.RotationName, Pad("Promax", 25));
+  EXPECT_EQ(o.PromaxPower, 3);
+  EXPECT_EQ(o.ScoreMethod, "NOSCORE ");
+  EXPECT_EQ(o.PlotMode, "LOADINGS");
+  EXPECT_EQ(o.CommunalityEpsilon, 0.001);
+  EXPECT_EQ(o.CommunalityIterations, 150);
+  EXPECT_EQ(o.RotationEpsilon, 0.0002);
+  EXPECT_EQ(o.RotationIterations, 250);
+  EXPECT_EQ(o.RandomStart, "F");
+  EXPECT_EQ(o.HyperplaneWidth, 0.15);
+  EXPECT_EQ(o.InitialCommunality, "SMC");
+  EXPECT_EQ(o.PageWidth, 100);
+  EXPECT_EQ(o.SaveResults, "T");
+  EXPECT_EQ(o.SaveCodes, (std::vector<std::string>{"COR", "FAC"}));
+  // Column 9 is part of the record format, blank or not.
+  EXPECT_EQ(o.RecordFormat, Pad(" (F4.0,8F1.0)", 80));
+  ASSERT_EQ(o.Labels.size(), 8u);
+  EXPECT_EQ(o.Labels[0], Pad("I1", 15));
+  EXPECT_EQ(o.Labels[7], Pad("I8", 15));
+}
+
+TEST(CommandFile, KeywordsAndWordsInAnyCaseNamesKeepTheirCase) {
+  const std::string text =
+      ">title: Mixed Case\n"
+      ">Data: Corr.Dat 3 100\n"
+      ">outFile: Report.Out short\n"
+      ">metric: co cor no\n"
+      ">model: pfa 2 nolabels nosort\n"
+      ">rotate: varimax\n"
+      ">score: reg\n"
+      ">plot: Loadings\n"
+      ">technical: 0.0001 200 0.0001 200 t 0.2 smc 130 t\n"
+      ">output: 1 cor\n"
+      ">format: (3f4.0)\n";
+  ParseOutcome parsed = ParseText(text);
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  const RunOptions& o = parsed.options;
+  EXPECT_EQ(o.Title, Pad(" Mixed Case", 80));
+  EXPECT_EQ(o.DataFile, Pad("Corr.Dat", 50));
+  EXPECT_EQ(o.OutFile, Pad("Report.Out", 35));
+  EXPECT_EQ(o.Print_Verbosity, "SHORT");
+  EXPECT_EQ(o.Coding, "CO");
+  EXPECT_EQ(o.Model, "PFA ");
+  EXPECT_EQ(o.LabelMode, Pad("NOLABELS", 15));
+  EXPECT_EQ(o.RotationName, Pad("Varimax", 25));
+  EXPECT_EQ(o.PlotMode, "LOADINGS");
+  EXPECT_EQ(o.RandomStart, "T");
+  EXPECT_EQ(o.SaveCodes, (std::vector<std::string>{"COR"}));
+  EXPECT_EQ(o.RecordFormat, Pad(" (3f4.0)", 80));
+}
+
+TEST(CommandFile, LongWordsAreCutToTheirFields) {
+  ParseOutcome parsed = ParseText(With(3, ">METRIC: CONTINUOUS COR NOSMOOTH"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.Coding, "CO");
+  EXPECT_EQ(parsed.options.InputForm, "COR ");
+  EXPECT_EQ(parsed.options.Smoothing, "NO");
+  // A word cut to its field must still be one of the words: CORRELATIONS is "CORR".
+  parsed = ParseText(With(3, ">METRIC: CO CORRELATIONS NO"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Unrecognized keyword on >METRIC: line"));
+}
+
+TEST(CommandFile, CommentLinesOnlyAtTheTop) {
+  ParseOutcome parsed = ParseText("*a\n* b\n*\n" + Join(BaseLines()));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+  // A "*" line after the title is no comment: it takes the place of ">DATA:".
+  parsed = ParseText(Insert(1, "* c.dat 3 100"));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword  >DATA:   missing"));
+}
+
+TEST(CommandFile, BlankFirstLineIsNoCommentAndGivesTheTitleMessage) {
+  ParseOutcome parsed = ParseText("\n" + Join(BaseLines()));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.kind, RunStopped::Kind::kPlainStop);
+  EXPECT_EQ(parsed.out, "FATAL ERROR: Keyword  >TITLE:   missing\n" + kStopLines);
+}
+
+TEST(CommandFile, TitleKeywordMustStartInColumnOne) {
+  ParseOutcome parsed = ParseText(With(0, " >TITLE: indented"));
+  EXPECT_EQ(parsed.out, "FATAL ERROR: Keyword  >TITLE:   missing\n" + kStopLines);
+}
+
+struct FaultCase {
+  const char* name;
+  std::string text;
+  int column;
+  const char* message;
+};
+
+class KeywordFault : public ::testing::TestWithParam<FaultCase> {};
+
+TEST_P(KeywordFault, MessageColumnEmptyLinesPauseAndStop) {
+  const FaultCase& fault = GetParam();
+  ParseOutcome parsed = ParseText(fault.text);
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.kind, RunStopped::Kind::kPlainStop);
+  EXPECT_EQ(parsed.exit_code, 0);
+  EXPECT_EQ(parsed.out, PauseFault(fault.column, fault.message));
+  EXPECT_EQ(parsed.err, "");
+}
+
+const std::string kFld2Phi = Join({">TITLE: t",
+                                   ">DATA: pattern.dat 3 100",
+                                   ">OUTFILE: r.out SHORT",
+                                   ">METRIC: CO FLD2 NO",
+                                   ">PHY: phi.dat",
+                                   ">MODEL: ROT 2 NOLABELS NOSORT",
+                                   ">ROTATE: VARIMAX",
+                                   ">SCORE: NOSCORE",
+                                   ">PLOT: NONE",
+                                   ">FORMAT: (2F4.0)"});
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryKeyword,
+    KeywordFault,
+    ::testing::Values(
+        FaultCase{
+            "Data", With(1, ">DAT: corr.dat 3 100"), 30, "FATAL ERROR: Keyword  >DATA:   missing"},
+        FaultCase{"OutFile",
+                  With(2, ">OUTFILX: report.out SHORT"),
+                  30,
+                  "FATAL ERROR: Keyword  >OUTFILE:   missing"},
+        FaultCase{"Verbosity",
+                  With(2, ">OUTFILE: report.out MEDIUM"),
+                  30,
+                  "FATAL ERROR: Keyword  Print_Verbosity missing"},
+        FaultCase{"Metric",
+                  With(3, ">METRICS: CO COR NO"),
+                  40,
+                  "FATAL ERROR: Keyword  >METRIC:   missing"},
+        FaultCase{"Coding",
+                  With(3, ">METRIC: XX COR NO"),
+                  30,
+                  "FATAL ERROR: Unrecognized keyword on >METRIC: line"},
+        FaultCase{"InputForm",
+                  With(3, ">METRIC: CO FILE NO"),
+                  30,
+                  "FATAL ERROR: Unrecognized keyword on >METRIC: line"},
+        FaultCase{"Phi", kFld2Phi, 43, "FATAL ERROR: Keyword  >PHI:   missing"},
+        FaultCase{"Model",
+                  With(4, ">MODE: PFA 2 NOLABELS NOSORT"),
+                  30,
+                  "FATAL ERROR: Keyword  >MODEL:   missing"},
+        FaultCase{"Rotate",
+                  With(5, ">ROTATION: VARIMAX"),
+                  30,
+                  "FATAL ERROR: Keyword >ROTATE:    missing"},
+        FaultCase{
+            "Promax", With(5, ">ROTATE: PROMAX three"), 30, "FATAL ERROR: Promax requires a power"},
+        FaultCase{
+            "Score", With(6, ">SCORES: NOSCORE"), 30, "FATAL ERROR: Keyword >SCORE:    missing"},
+        FaultCase{
+            "Plot", With(7, ">PLOTS: LOADINGS"), 30, "FATAL ERROR: Keyword >PLOT:    missing"},
+        FaultCase{
+            "Format", With(8, ">FORMAT (3F4.0)"), 30, "FATAL ERROR: Keyword  >FORMAT:   missing"},
+        FaultCase{"Output",
+                  Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T"),
+                  31,
+                  "FATAL ERROR: Keyword >OUTPUT: missing"},
+        // Combinations that establish no matrix.
+        FaultCase{"CdWithCor",
+                  With(3, ">METRIC: CD COR NO"),
+                  30,
+                  "FATAL ERROR: Coding CD cannot be used with COR on >METRIC: line"},
+        FaultCase{"DcWithCor",
+                  With(3, ">METRIC: DC COR NO"),
+                  30,
+                  "FATAL ERROR: Coding DC cannot be used with COR on >METRIC: line"},
+        FaultCase{"IpWithCor",
+                  With(3, ">METRIC: IP COR NO"),
+                  30,
+                  "FATAL ERROR: Coding IP cannot be used with COR on >METRIC: line"},
+        FaultCase{"Fld1WithPfa",
+                  With(3, ">METRIC: CO FLD1 NO"),
+                  30,
+                  "FATAL ERROR: Input FLD1 on >METRIC: line requires model ROT"},
+        FaultCase{"RotWithCor",
+                  With(4, ">MODEL: ROT 2 NOLABELS NOSORT"),
+                  30,
+                  "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line"},
+        FaultCase{"RotWithoutFactors",
+                  Join({">TITLE: t",
+                        ">DATA: p.dat 3 1",
+                        ">OUTFILE: r.out SHORT",
+                        ">METRIC: CO FLD1 NO",
+                        ">MODEL: ROT 0 NOLABELS NOSORT"}),
+                  30,
+                  "FATAL ERROR: Model ROT requires at least one factor on >MODEL: line"},
+        FaultCase{"TooManyCodes",
+                  Insert(8,
+                         ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T\n"
+                         ">OUTPUT: 8 COR SMO MVN RSD FAC EIG COR COR"),
+                  30,
+                  "FATAL ERROR: At most 7 codes fit on the >OUTPUT: line"},
+        FaultCase{"HugeCount",
+                  Insert(8,
+                         ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T\n"
+                         ">OUTPUT: 1E30 COR"),
+                  30,
+                  "FATAL ERROR: At most 7 codes fit on the >OUTPUT: line"}),
+    [](const ::testing::TestParamInfo<FaultCase>& info) { return info.param.name; });
+
+TEST(CommandFile, PlotsWithoutScoresGiveTwoLines) {
+  ParseOutcome parsed = ParseText(With(7, ">PLOT: ALL"));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.out,
+            Col(30, "FATAL ERROR: You have requested factor score plots") +
+                PauseFault(30, "without computing factor scores."));
+}
+
+TEST(CommandFile, CorForcesNoscoreSoAllGivesThePlotsMessage) {
+  std::vector<std::string> lines = BaseLines();
+  lines[6] = ">SCORE: REG";
+  ParseOutcome parsed = ParseText(Join(lines));
+  ASSERT_FALSE(parsed.stopped);
+  EXPECT_EQ(parsed.options.ScoreMethod, "NOSCORE ");
+  lines[7] = ">PLOT: ALL";
+  parsed = ParseText(Join(lines));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_NE(parsed.out.find("FATAL ERROR: You have requested factor score plots"),
+            std::string::npos);
+}
+
+TEST(CommandFile, ScoresPlotWithNoscorePassesTheParse) {
+  ParseOutcome parsed = ParseText(With(7, ">PLOT: SCORES"));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+}
+
+TEST(CommandFile, ObliminDeltaAboveZeroIsTheStopText) {
+  const std::string text =
+      "*********FATAL ERROR: The Oblimin Delta parameter must be less than 0.0*********";
+  ParseOutcome parsed = ParseText(With(5, ">ROTATE: OBLIMIN 0.1"));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.kind, RunStopped::Kind::kTextStop);
+  EXPECT_EQ(parsed.out, text + "\nProgram Terminated with exit code 0\n");
+
+  parsed = ParseText(With(5, ">ROTATE: OBLIMIN 0"));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+  parsed = ParseText(With(5, ">ROTATE: oblimin -0.5"));
+  ASSERT_FALSE(parsed.stopped);
+  EXPECT_EQ(parsed.options.ObliminDelta, -0.5);
+  EXPECT_EQ(parsed.options.Rotation, "OBLIMIN ");
+  EXPECT_EQ(parsed.options.RotationName, Pad("Oblimin", 25));
+}
+
+TEST(CommandFile, PromaxPowerAndHarrisKaiserParameter) {
+  ParseOutcome parsed = ParseText(With(5, ">ROTATE: PROMAX 4.0"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.PromaxPower, 4);
+  parsed = ParseText(With(5, ">ROTATE: HK 0.5"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.HarrisKaiserParameter, 0.5);
+  EXPECT_EQ(parsed.options.RotationName, Pad("Harris-Kaiser", 25));
+  parsed = ParseText(With(5, ">ROTATE: WVARIMAX"));
+  EXPECT_EQ(parsed.options.RotationName, Pad("Weighted Varimax", 25));
+}
+
+TEST(CommandFile, PromaxWithoutPowerReadsTheNextKeywordAndFails) {
+  // The missing power takes ">SCORE:" from the next line, which is no integer.
+  ParseOutcome parsed = ParseText(With(5, ">ROTATE: PROMAX"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Promax requires a power"));
+  // At the very end of the file the Promax message comes too.
+  parsed = ParseText(
+      ">TITLE: t\n>DATA: c 3 1\n>OUTFILE: r SHORT\n>METRIC: CO COR NO\n"
+      ">MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: PROMAX\n");
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Promax requires a power"));
+}
+
+TEST(CommandFile, UnknownRotationWordIsNoError) {
+  ParseOutcome parsed = ParseText(With(5, ">ROTATE: QUARTIMAX"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.Rotation, "QUARTIMA");
+  EXPECT_EQ(parsed.options.RotationName, std::string(25, ' '));
+}
+
+TEST(CommandFile, ExtraFieldsAreDropped) {
+  ParseOutcome parsed = ParseText(With(5, ">ROTATE: VARIMAX 3 and more"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.Rotation, "VARIMAX ");
+  EXPECT_EQ(parsed.options.ScoreMethod, "NOSCORE ");
+}
+
+TEST(CommandFile, SortOfAnUnrotatedSolutionIsWarnedAndDropped) {
+  std::vector<std::string> lines = BaseLines();
+  lines[4] = ">MODEL: PFA 2 NOLABELS SORT";
+  lines[5] = ">ROTATE: NONE";
+  ParseOutcome parsed = ParseText(Join(lines));
+  ASSERT_FALSE(parsed.stopped);
+  EXPECT_EQ(parsed.out, Col(30, "WARNING: Velquorin does not sort unrotated solutions") + "\n\n");
+  EXPECT_EQ(parsed.options.SortMode, Pad("NOSORT", 15));
+  EXPECT_EQ(parsed.options.Rotation, "NONE    ");
+}
+
+TEST(CommandFile, OneFactorKeepsTheNameAndRotatesNothing) {
+  std::vector<std::string> lines = BaseLines();
+  lines[4] = ">MODEL: PFA 1 NOLABELS SORT";
+  lines[5] = ">ROTATE: PROMAX 3";
+  ParseOutcome parsed = ParseText(Join(lines));
+  ASSERT_FALSE(parsed.stopped);
+  EXPECT_EQ(parsed.out, "");  // no warning: the word was "PROMAX" when it was looked at
+  EXPECT_EQ(parsed.options.Rotation, "None    ");
+  EXPECT_FALSE(Is(parsed.options.Rotation, "NONE"));
+  EXPECT_EQ(parsed.options.RotationName, Pad("Promax", 25));
+  EXPECT_EQ(parsed.options.SortMode, Pad("SORT", 15));
+
+  // With "NONE" the sort warning comes first, then the word becomes "None".
+  lines[5] = ">ROTATE: NONE";
+  parsed = ParseText(Join(lines));
+  EXPECT_EQ(parsed.out, Col(30, "WARNING: Velquorin does not sort unrotated solutions") + "\n\n");
+  EXPECT_EQ(parsed.options.Rotation, "None    ");
+  EXPECT_EQ(parsed.options.RotationName, Pad("None", 25));
+}
+
+TEST(CommandFile, MissingFieldTakesTheNextKeyword) {
+  // No sort word: ">ROTATE:" becomes the sort word and the ">SCORE:" line
+  // fails the rotate test.
+  ParseOutcome parsed = ParseText(With(4, ">MODEL: PFA 2 NOLABELS"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword >ROTATE:    missing"));
+}
+
+TEST(CommandFile, UnquotedNameEndsAtASlash) {
+  ParseOutcome parsed = ParseText(With(1, ">DATA: run/corr.dat 3 100"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  // The slash ends the read: the counts keep their values.
+  EXPECT_EQ(parsed.options.DataFile, Pad("run", 50));
+  EXPECT_EQ(parsed.options.VariableCount, 0);
+  parsed = ParseText(With(1, ">DATA: 'my run/corr.dat' 3 100"));
+  EXPECT_EQ(parsed.options.DataFile, Pad("my run/corr.dat", 50));
+  EXPECT_EQ(parsed.options.VariableCount, 3);
+  parsed = ParseText(With(1, ">DATA: C:\\runs\\corr.dat 3 100"));
+  EXPECT_EQ(parsed.options.DataFile, Pad("C:\\runs\\corr.dat", 50));
+}
+
+TEST(CommandFile, LongNamesAreCut) {
+  const std::string long_name(120, 'n');
+  std::vector<std::string> lines = BaseLines();
+  lines[1] = ">DATA: " + long_name + " 3 100";
+  lines[2] = ">OUTFILE: " + long_name + " SHORT";
+  ParseOutcome parsed = ParseText(Join(lines));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.DataFile, std::string(50, 'n'));
+  EXPECT_EQ(parsed.options.OutFile, std::string(35, 'n'));
+  EXPECT_EQ(parsed.options.VariableCount, 3);
+}
+
+TEST(CommandFile, OneLineBetweenDataAndOutfileIsDropped) {
+  ParseOutcome parsed = ParseText(Insert(2, "anything at all 1 2 3"));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+  parsed = ParseText(Insert(2, ""));  // a blank line counts as that line
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+  // A line that opens with ">OUTFIL" stays and is judged as the outfile line.
+  parsed = ParseText(With(2, ">OUTFILS report.out SHORT"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword  >OUTFILE:   missing"));
+  // Two lines in between: the second is taken for ">OUTFILE:".
+  parsed = ParseText(Insert(2, "first\nsecond x y"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword  >OUTFILE:   missing"));
+}
+
+TEST(CommandFile, BlankLinesBeforeListLinesAreSkipped) {
+  ParseOutcome parsed = ParseText(Insert(4, "\n   \n"));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+  // Before ">FORMAT:" a blank line counts, behind a ">TECHNICAL:" line.
+  parsed = ParseText(Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 F\n"));
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword  >FORMAT:   missing"));
+  // Without ">TECHNICAL:" its probe, a list read, has already passed over the
+  // blank line and steps back to ">FORMAT:" itself.
+  parsed = ParseText(Insert(8, ""));
+  EXPECT_FALSE(parsed.stopped) << parsed.out;
+}
+
+TEST(CommandFile, TechnicalAbsentGivesDefaultsAndNoOutputLine) {
+  ParseOutcome parsed = ParseText(Join(BaseLines()));
+  ASSERT_FALSE(parsed.stopped);
+  const RunOptions& o = parsed.options;
+  EXPECT_EQ(o.CommunalityEpsilon, 0.0001);
+  EXPECT_EQ(o.CommunalityIterations, 200);
+  EXPECT_EQ(o.RotationEpsilon, 0.0001);
+  EXPECT_EQ(o.RotationIterations, 200);
+  EXPECT_EQ(o.RandomStart, "T");
+  EXPECT_EQ(o.HyperplaneWidth, 0.2);
+  EXPECT_EQ(o.InitialCommunality, "ONE");
+  EXPECT_EQ(o.PageWidth, 130);
+  EXPECT_EQ(o.SaveResults, "F");
+  EXPECT_TRUE(o.SaveCodes.empty());
+}
+
+TEST(CommandFile, TechnicalWithoutSavingNeedsNoOutputLine) {
+  ParseOutcome parsed = ParseText(Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 HIR 90 F"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.InitialCommunality, "HIR");
+  EXPECT_EQ(parsed.options.PageWidth, 90);
+}
+
+TEST(CommandFile, OutputCountIsARealTruncated) {
+  ParseOutcome parsed = ParseText(
+      Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T\n>OUTPUT: 3.0 eig COR FAC RSD"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.SaveCodes, (std::vector<std::string>{"EIG", "COR", "FAC"}));
+  parsed = ParseText(
+      Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T\n>OUTPUT: 7.9 A B C D E F G"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.SaveCodes.size(), 7u);
+  parsed = ParseText(Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T\n>OUTPUT: 0"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_TRUE(parsed.options.SaveCodes.empty());
+}
+
+TEST(CommandFile, LabelsGoOnOverLinesAndKeepTheirCase) {
+  std::vector<std::string> lines = BaseLines();
+  lines[4] = ">MODEL: PFA 2 LABELS NOSORT";
+  lines.push_back(">labels: first Second\n  'third item'\n");
+  ParseOutcome parsed = ParseText(Join(lines), /*labels=*/true);
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  EXPECT_EQ(parsed.options.Labels,
+            (std::vector<std::string>{Pad("first", 15), Pad("Second", 15), Pad("third item", 15)}));
+}
+
+TEST(CommandFile, LabelsLineMissing) {
+  std::vector<std::string> lines = BaseLines();
+  lines.push_back(">LABEL: a b c");
+  ParseOutcome parsed = ParseText(Join(lines), /*labels=*/true);
+  EXPECT_EQ(parsed.out, PauseFault(30, "FATAL ERROR: Keyword  >LABELS:   missing"));
+}
+
+TEST(CommandFile, FileEndingEarlyIsASevereReadError) {
+  ParseOutcome parsed = ParseText(">TITLE: t\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n");
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.kind, RunStopped::Kind::kSevere);
+  EXPECT_EQ(parsed.exit_code, 24);
+  EXPECT_EQ(parsed.err, "severe (24): end-of-file during read, unit 12, file test.in\n");
+  EXPECT_EQ(parsed.out, "");
+  parsed = ParseText("");
+  EXPECT_EQ(parsed.exit_code, 24);
+  parsed = ParseText("* only a comment\n");
+  EXPECT_EQ(parsed.exit_code, 24);
+}
+
+TEST(CommandFile, UnreadableCountIsASevereReadError) {
+  ParseOutcome parsed = ParseText(With(1, ">DATA: corr.dat three 100"));
+  EXPECT_TRUE(parsed.stopped);
+  EXPECT_EQ(parsed.kind, RunStopped::Kind::kSevere);
+  EXPECT_EQ(parsed.exit_code, 59);
+}
+
+TEST(CommandFile, OverLongLines) {
+  std::vector<std::string> lines = BaseLines();
+  lines[0] = ">TITLE: " + std::string(100000, 'x');
+  lines[7] = ">PLOT: " + std::string(100000, 'L') + " " + std::string(5000, ' ') + "tail";
+  ParseOutcome parsed = ParseText(Join(lines));
+  ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
+  EXPECT_EQ(parsed.options.Title, " " + std::string(79, 'x'));
+  EXPECT_EQ(parsed.options.PlotMode, "LLLLLLLL");
+}
+
+// Every command file, however damaged, ends in a parse that returns or a
+// stop; never in a crash or a hang. The mutations are deterministic.
+TEST(CommandFile, DamagedFilesEndCleanly) {
+  const std::string base = Join(BaseLines());
+  std::uint32_t state = 12345u;
+  auto next = [&state]() {
+    state = state * 1103515245u + 12345u;
+    return (state >> 8) & 0xffffffu;
+  };
+  for (int trial = 0; trial < 400; ++trial) {
+    std::string text = base;
+    if (trial % 4 == 0) {
+      text.resize(next() % (text.size() + 1));  // cut anywhere
+    } else {
+      const int changes = 1 + static_cast<int>(next() % 6);
+      for (int change = 0; change < changes; ++change) {
+        const std::size_t at = next() % text.size();
+        text[at] = static_cast<char>(next() % 256);  // any byte, NUL included
+      }
+    }
+    // Raw data would be opened in the working directory; keep to given matrices.
+    for (std::size_t at = text.find("RAW"); at != std::string::npos; at = text.find("RAW"))
+      text[at] = 'X';
+    ParseOutcome parsed = ParseText(text);
+    if (parsed.stopped) {
+      EXPECT_TRUE(parsed.kind == RunStopped::Kind::kPlainStop ||
+                  parsed.kind == RunStopped::Kind::kTextStop ||
+                  parsed.kind == RunStopped::Kind::kSevere)
+          << "trial " << trial;
+    }
+  }
+}
+
+TEST(CommandFile, BinaryGarbage) {
+  std::string text;
+  std::uint32_t state = 99u;
+  for (int i = 0; i < 5000; ++i) {
+    state = state * 1664525u + 1013904223u;
+    text.push_back(static_cast<char>(state >> 24));
+  }
+  ParseOutcome parsed = ParseText(text);
+  EXPECT_TRUE(parsed.stopped);
+}
+
+}  // namespace
+}  // namespace vq

@@ -1,0 +1,66 @@
+// Helpers shared by the tests of the run folder: expected console text of the
+// ways a parse ends, and a parse of a command file held in a string.
+#ifndef VELQUORIN_TESTS_RUN_RUN_TEST_SUPPORT_H_
+#define VELQUORIN_TESTS_RUN_RUN_TEST_SUPPORT_H_
+
+#include <string>
+#include <string_view>
+
+#include "data/record_reader.h"
+#include "frame/console.h"
+#include "run/command_file.h"
+#include "run/run_options.h"
+
+namespace vq::testing {
+
+// A console line whose text starts in `column` (the control position is
+// column 1 and not shown).
+inline std::string Col(int column, std::string_view text) {
+  return std::string(static_cast<std::size_t>(column - 2), ' ') + std::string(text) + "\n";
+}
+
+inline const std::string kStopLines =
+    "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
+inline const std::string kPauseLine = "Pause - Enter command<CR> or <CR> to continue.\n";
+
+// The console text of a fault of the usual form: message from `column`, two
+// empty lines, the pause prompt, the stop.
+inline std::string PauseFault(int column, std::string_view message) {
+  return Col(column, message) + "\n\n" + kPauseLine + kStopLines;
+}
+
+struct ParseOutcome {
+  bool stopped = false;
+  RunStopped::Kind kind = RunStopped::Kind::kPlainStop;
+  int exit_code = 0;
+  std::string stop_text;
+  std::string out;  // console
+  std::string err;  // error channel
+  RunOptions options;
+};
+
+// Parses `text` as a command file (stream 12, name "test.in") up to
+// ">FORMAT:", and with `labels` also the ">LABELS:" line after it.
+inline ParseOutcome ParseText(const std::string& text, bool labels = false) {
+  ParseOutcome outcome;
+  RecordSource source;
+  source.OpenText(12, "test.in", text);
+  ParsedInputs inputs;
+  ConsoleCapture capture;
+  try {
+    ParseCommandFile(source, outcome.options, inputs);
+    if (labels) ParseLabelsLine(source, outcome.options);
+  } catch (const RunStopped& stop) {
+    outcome.stopped = true;
+    outcome.kind = stop.kind;
+    outcome.exit_code = stop.exit_code;
+    outcome.stop_text = stop.text;
+  }
+  outcome.out = capture.Out();
+  outcome.err = capture.Err();
+  return outcome;
+}
+
+}  // namespace vq::testing
+
+#endif  // VELQUORIN_TESTS_RUN_RUN_TEST_SUPPORT_H_
