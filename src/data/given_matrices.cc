@@ -20,9 +20,14 @@ namespace {
   PauseAndStop();
 }
 
-// One list read of `count` values into row `row` of `matrix`.
+// One list read of `count` values into row `row` of `matrix`. The row is
+// gathered first so that an empty value or a slash leaves an element with
+// the value it had, as it would leave any other item of a list read.
 void ReadRow(RecordSource& source, Matrix& matrix, int row, int count) {
   std::vector<double> values(static_cast<std::size_t>(count), 0.0);
+  for (int column = 0; column < count; ++column) {
+    values[static_cast<std::size_t>(column)] = matrix(row, column);
+  }
   std::vector<ListItem> items;
   items.reserve(values.size());
   for (double& value : values) items.push_back(RealItem(value));

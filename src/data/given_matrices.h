@@ -27,10 +27,11 @@ constexpr double kCorrelationCheckTolerance = 1e-6;
 
 // Opens `data_file` on stream 10 (status old), shows "Reading Correlations"
 // from column 30, and reads p rows, one list read of p values per row, into
-// the rows of `correlation_matrix` (reshaped to p by p); each read drops the
-// rest of its last line. Then `WarnAboutGivenCorrelations`. A file that
-// cannot be opened: under `coding` "DI" one empty line, "FATAL ERROR! Input
-// correlation matrix not found" from column 27, two empty lines, pause and
+// the rows of `correlation_matrix` (reshaped to p by p, and so cleared, when
+// it has another shape); each read drops the rest of its last line, and an
+// element that a read leaves empty (two commas, a slash) keeps its value. Then
+// `WarnAboutGivenCorrelations`. A file that cannot be opened: under `coding` "DI" one empty line,
+// "FATAL ERROR! Input correlation matrix not found" from column 27, two empty lines, pause and
 // stop; under any other coding severe error 29 on stream 10.
 void ReadCorrelations(RecordSource& source,
                       const std::string& data_file,
@@ -61,9 +62,10 @@ void ReadPattern(RecordSource& source,
                  Matrix& pattern);
 
 // Opens `phi_file` on stream 17 (status old) and reads m rows, one list read
-// of m values per row, into the rows of `phi` (reshaped to m by m). A file
-// that cannot be opened: one empty line, "FATAL ERROR! Factor correlation
-// file not found" from column 28, two empty lines, pause and stop.
+// of m values per row, into the rows of `phi` (reshaped to m by m as above;
+// an element left empty keeps its value). A file that cannot be opened: one
+// empty line, "FATAL ERROR! Factor correlation file not found" from column
+// 28, two empty lines, pause and stop.
 void ReadPhi(RecordSource& source, const std::string& phi_file, int factor_count, Matrix& phi);
 
 }  // namespace vq

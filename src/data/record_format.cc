@@ -194,6 +194,16 @@ struct FormatCompiler {
     return true;
   }
 
+  // The width of a data field standing right here: false, with nothing
+  // taken, when there is none. A width of 0 is a failure: a field must read
+  // at least one column on input, and one of none would quietly give 0.
+  bool FieldWidth(long long& width) {
+    const std::size_t start = at;
+    if (!Number(width)) return false;
+    if (width == 0) return Fail(start);
+    return true;
+  }
+
   bool Literal() {
     const char quote = text[at];
     long long length = 0;
@@ -219,7 +229,7 @@ struct FormatCompiler {
   // w.d of a real field. Without a width: the default width and decimals.
   bool WidthAndDecimals(FormatOp& op) {
     long long width = 0;
-    if (!Number(width)) {
+    if (!FieldWidth(width)) {
       if (failed) return false;
       op.width = kDefaultRealWidth;
       op.decimals = kDefaultRealDecimals;
@@ -237,7 +247,7 @@ struct FormatCompiler {
   // Optional w and .m of integer fields.
   bool WidthAndMinimum(FormatOp& op, int default_width) {
     long long width = 0;
-    if (!Number(width)) {
+    if (!FieldWidth(width)) {
       if (failed) return false;
       op.width = default_width;
       return true;
@@ -280,7 +290,7 @@ struct FormatCompiler {
       case 'A': {
         op.kind = FormatOpKind::kText;
         long long width = 0;
-        if (Number(width)) {
+        if (FieldWidth(width)) {
           op.width = static_cast<int>(width);
         } else {
           if (failed) return false;
@@ -307,7 +317,7 @@ struct FormatCompiler {
       case 'L': {
         op.kind = FormatOpKind::kLogical;
         long long width = 0;
-        if (Number(width)) {
+        if (FieldWidth(width)) {
           op.width = static_cast<int>(width);
         } else {
           if (failed) return false;

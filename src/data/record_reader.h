@@ -92,7 +92,8 @@ std::string SevereErrorText(int number);
 // :, $, \, 'text', "text", nHtext, BN, BZ, kP, S, SP, SS, repeat counts and
 // n(...) groups. Case does not matter. Commas and blanks separate elements;
 // a number (count, width, decimals) is written without blanks inside. A real
-// field without a width (F, E, D, G alone) is F25.16. Groups inside the outer
+// field without a width (F, E, D, G alone) is F25.16; a width of 0 (F0.0,
+// A0) is a syntax error, since a field reads at least one column. Groups inside the outer
 // parentheses nest at most 8 deep. Compilation ends at the parenthesis that
 // closes the first one.
 //

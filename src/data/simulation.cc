@@ -204,21 +204,39 @@ bool WriteItemFile(const std::string& path,
     return false;
   }
   bool ok = true;
+  // A field of asterisks would make the file unreadable as data, so a value
+  // that does not fit its field ends the write like a failed one.
+  std::string misfit;
   std::string record;
   for (int subject = 0; subject < scores.rows && ok; ++subject) {
     record = FormatI(subject + 1, layout.id_width);
-    for (int item = 0; item < scores.cols; ++item) {
-      const double value = scores(subject, item);
-      record += layout.decimals == 0 ? FormatI(std::llround(value), layout.field_width)
-                                     : FormatF(value, layout.field_width, layout.decimals);
+    if (record.find('*') != std::string::npos || record.empty()) {
+      misfit = "subject " + std::to_string(subject + 1) + " does not fit its field of " +
+               std::to_string(layout.id_width) + " columns";
+      break;
     }
+    for (int item = 0; item < scores.cols && misfit.empty(); ++item) {
+      const double value = scores(subject, item);
+      const std::string field = layout.decimals == 0
+                                    ? FormatI(std::llround(value), layout.field_width)
+                                    : FormatF(value, layout.field_width, layout.decimals);
+      if (field.find('*') != std::string::npos || field.empty()) {
+        char shown[32];
+        std::snprintf(shown, sizeof shown, "%g", value);
+        misfit = "score " + std::string(shown) + " of subject " + std::to_string(subject + 1) +
+                 ", item " + std::to_string(item + 1) + " does not fit its field of " +
+                 std::to_string(layout.field_width) + " columns";
+      }
+      record += field;
+    }
+    if (!misfit.empty()) break;
     record += '\n';
     ok = std::fwrite(record.data(), 1, record.size(), file) == record.size();
   }
   ok = std::fclose(file) == 0 && ok;
-  if (!ok) {
+  if (!ok || !misfit.empty()) {
     std::remove(partial.c_str());
-    error = "write to " + partial + " failed";
+    error = misfit.empty() ? "write to " + partial + " failed" : misfit;
     return false;
   }
   if (std::rename(partial.c_str(), path.c_str()) != 0) {

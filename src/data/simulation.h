@@ -94,7 +94,8 @@ std::string ItemRecordFormat(const ItemFileLayout& layout, int p);
 
 // Writes the n by p `scores` to `path`, one record per subject, through a
 // temporary file that is renamed into place when complete, so that a failed
-// write leaves no partial file. Returns false (with `error` set) on failure.
+// write leaves no partial file. Returns false (with `error` set) on failure,
+// and also when an id or a score does not fit its field (no file is left).
 bool WriteItemFile(const std::string& path,
                    const Matrix& scores,
                    const ItemFileLayout& layout,

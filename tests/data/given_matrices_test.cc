@@ -55,6 +55,22 @@ TEST(ReadCorrelations, TwoRowsOnOneLineLoseTheSecond) {
   EXPECT_EQ(r(1, 1), 1.0);
 }
 
+TEST(ReadCorrelations, EmptyValuesAndASlashLeaveElementsAsTheyWere) {
+  // The elements are the items of the list reads: two commas or a slash
+  // leave an element with the value it had before the read.
+  ScratchFile file("cor_nulls.dat", "1,,.25\n.5 1 /\n.25 .125 1\n");
+  ConsoleCapture capture;
+  RecordSource source;
+  Matrix r(3, 3, -7.0);
+  ReadCorrelations(source, file.path(), "CO", 3, r);
+  EXPECT_EQ(r(0, 0), 1.0);
+  EXPECT_EQ(r(0, 1), -7.0);
+  EXPECT_EQ(r(0, 2), 0.25);
+  EXPECT_EQ(r(1, 1), 1.0);
+  EXPECT_EQ(r(1, 2), -7.0);
+  EXPECT_EQ(r(2, 1), 0.125);
+}
+
 TEST(ReadCorrelations, ALowerTriangleRunsOutOfValues) {
   ScratchFile file("cor_lower.dat", "1\n.5 1\n.3 .2 1\n");
   ConsoleCapture capture;
@@ -167,6 +183,16 @@ TEST(ReadPhi, MValuesPerRow) {
   EXPECT_EQ(phi(1, 0), 0.3);
   EXPECT_EQ(phi(1, 1), 1.0);
   EXPECT_EQ(source.unit(), 17);
+}
+
+TEST(ReadPhi, AnEmptyValueLeavesTheElementAsItWas) {
+  ScratchFile file("phi_null.dat", "1,,\n.3 1\n");
+  RecordSource source;
+  Matrix phi(2, 2, 0.5);
+  ReadPhi(source, file.path(), 2, phi);
+  EXPECT_EQ(phi(0, 0), 1.0);
+  EXPECT_EQ(phi(0, 1), 0.5);
+  EXPECT_EQ(phi(1, 0), 0.3);
 }
 
 TEST(ReadPhi, MissingFile) {

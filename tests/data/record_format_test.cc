@@ -283,6 +283,19 @@ TEST(CompileFormat, NamesTheRestFromTheFirstWrongCharacter) {
   EXPECT_EQ(CompileRest("(99999999999F1.0)"), "99999999999F1.0)");
 }
 
+TEST(CompileFormat, AFieldOfNoColumnsIsRefused) {
+  // A data field must read at least one column: F0.0 would give every
+  // item 0 and move nowhere.
+  EXPECT_EQ(CompileRest("(F4.0,20F0.0)"), "0.0)");
+  EXPECT_EQ(CompileRest("(E0.2)"), "0.2)");
+  EXPECT_EQ(CompileRest("(2A0,F1.0)"), "0,F1.0)");
+  EXPECT_EQ(CompileRest("(I0)"), "0)");
+  EXPECT_EQ(CompileRest("(Z0.1)"), "0.1)");
+  EXPECT_EQ(CompileRest("(L0)"), "0)");
+  // Column moves of no columns and a scale of 0 stay what they are.
+  EXPECT_EQ(CompileRest("(0X,T1,0P,F10.0)"), "ok");
+}
+
 TEST(CompileFormat, GroupsNestEightDeep) {
   EXPECT_EQ(CompileRest("((((((((( F1.0 )))))))))"), "ok");
   EXPECT_EQ(CompileRest("((((((((((F1.0))))))))))"), "(F1.0))))))))))");

@@ -114,5 +114,22 @@ TEST(Simulation, ItemFileLayoutAndRecordFormat) {
   EXPECT_FALSE(error.empty());
 }
 
+TEST(Simulation, AValueThatDoesNotFitItsFieldIsRefused) {
+  // Asterisks in the file would stop the run that reads it (a field that
+  // is no number); the file is not written at all.
+  Matrix scores(10, 1, 5.0);
+  const std::string path = ::testing::TempDir() + "simulation_too_wide.dat";
+  std::remove(path.c_str());
+  std::string error;
+  EXPECT_FALSE(WriteItemFile(path, scores, ItemFileLayout{1, 3, 0}, error));
+  EXPECT_EQ(error, "subject 10 does not fit its field of 1 columns");
+  EXPECT_FALSE(std::ifstream(path).good());
+  EXPECT_FALSE(std::ifstream(path + ".partial").good());
+  scores(3, 0) = -12.5;
+  EXPECT_FALSE(WriteItemFile(path, scores, ItemFileLayout{6, 4, 2}, error));
+  EXPECT_EQ(error, "score -12.5 of subject 4, item 1 does not fit its field of 4 columns");
+  EXPECT_FALSE(std::ifstream(path).good());
+}
+
 }  // namespace
 }  // namespace vq
