@@ -4,12 +4,13 @@
 // from, and writes its part of the report: the eigenvalue screen, the fit
 // analysis and the unrotated tables.
 //
-// The driver calls RunExtraction once, with m = FactorCount above 0 and
-// Model "PCA" or "PFA"; the phase prints its own opening console line
-// ("Performing factor analysis" or "Performing principal components
-// analysis"), so the driver does not. When RunExtraction returns true the run
-// ends here (Rotation "NONE" and ScoreMethod "NONE"): the driver closes the
-// data and report streams, shows "Finished" and makes the plain stop.
+// The driver calls RunExtraction once, with m = FactorCount above 0 and any
+// Model but "ROT", "TRP" and "CMT"; the phase prints its own opening console
+// line ("Performing factor analysis" or "Performing principal components
+// analysis"), so the driver does not. A model word outside the known ones
+// gets no such line and is extracted as "PFA" from the unit diagonal. When RunExtraction returns
+// true the run ends here (Rotation "NONE" and ScoreMethod "NONE"): the driver closes the data and
+// report streams, shows "Finished" and makes the plain stop.
 #ifndef VELQUORIN_EXTRACTION_EXTRACTION_H_
 #define VELQUORIN_EXTRACTION_EXTRACTION_H_
 

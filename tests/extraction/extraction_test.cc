@@ -412,6 +412,35 @@ TEST(RunExtraction, FacFileOnlyForUnrotatedPrincipalFactors) {
   EXPECT_FALSE(std::filesystem::exists(varimax_dir + "case.fac"));
 }
 
+TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiagonal) {
+  // A model word outside the five is not refused: extraction runs as for
+  // "PFA" but from the unit diagonal, with no console line of its own, no
+  // message at the limit of passes and no fac file.
+  RunOptions factors = ExtractionOptions("PFA", 6, 2);
+  factors.CommunalityIterations = 6;
+  factors.Rotation = PadRight("NONE", kRotationWidth);
+  factors.RotationName = PadRight("None", kRotationNameWidth);
+  factors.ScoreMethod = PadRight("NONE", kScoreMethodWidth);
+  factors.SaveResults = "T";
+  factors.SaveCodes = {"FAC"};
+  PhaseRun reference(factors, FromLoadings(kTwoFactorLoadings), FreshDirectory("model_pfa"));
+  ASSERT_FALSE(reference.stopped) << reference.console;
+  ASSERT_EQ(reference.result.IterationCount, 6);
+
+  RunOptions other = factors;
+  other.Model = PadRight("FA", kModelWidth);
+  other.InitialCommunality = PadRight("SMC", kInitialCommunalityWidth);
+  const std::string dir = FreshDirectory("model_other");
+  PhaseRun run(other, FromLoadings(kTwoFactorLoadings), dir);
+  ASSERT_FALSE(run.stopped) << run.console;
+  EXPECT_EQ(run.result.IterationCount, 6);
+  EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
+  EXPECT_EQ(run.result.Communalities, reference.result.Communalities);
+  EXPECT_EQ(run.console, kColumn30 + "Iteration:   6\n");
+  EXPECT_EQ(run.report.Text().find("Failed to Converge"), std::string::npos);
+  EXPECT_FALSE(std::filesystem::exists(dir + "case.fac"));
+}
+
 TEST(EndsAfterExtraction, NoRotationAndNoScores) {
   RunOptions options = ExtractionOptions("PFA", 6, 1);
   options.Rotation = PadRight("NONE", kRotationWidth);
