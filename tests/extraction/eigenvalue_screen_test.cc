@@ -104,6 +104,25 @@ TEST(EigenvalueScreen, MoreThanThirtyValues) {
   EXPECT_EQ(lines[7],
             "        14      15      16      17      18      19      20      21      22     "
             " 23      24      25      26");
+
+  // The plot shows the first 30 ranks only: 30 points, each alone in its
+  // column, in the grid between the two tick lines.
+  int plot = 0;
+  while (plot < static_cast<int>(lines.size()) && lines[plot] != " Eigenvalue Plot") ++plot;
+  ASSERT_LT(plot + 1, static_cast<int>(lines.size()));
+  // The tick string; the bottom line repeats it, with a label or without.
+  const std::string ticks = lines[plot + 1].substr(12);
+  int points = 0;
+  int row = plot + 2;
+  for (; row < static_cast<int>(lines.size()) && lines[row].substr(12) != ticks; ++row) {
+    const std::string cells = lines[row].substr(13, lines[row].size() - 14);
+    for (char cell : cells) {
+      ASSERT_TRUE(cell == ' ' || cell == '.' || cell == '+' || cell == '1') << lines[row];
+      if (cell == '1') ++points;
+    }
+  }
+  EXPECT_LT(row, static_cast<int>(lines.size()));
+  EXPECT_EQ(points, 30);
 }
 
 }  // namespace
