@@ -328,6 +328,21 @@ TEST_F(Driver, ExitStatusOfTheProcess) {
   EXPECT_EQ(status({"velquorin", "fault.in"}), 0);
 }
 
+TEST_F(Driver, OnlyHelpVersionAndSeedWithItsNumberAreOptions) {
+  auto status = [](std::vector<std::string> words) {
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    ConsoleCapture capture;
+    return VelquorinMain(static_cast<int>(argv.size()), argv.data());
+  };
+  WriteFile("fault.in", "\n");
+  EXPECT_EQ(status({"velquorin", "--seed", "7", "fault.in"}), 0);
+  EXPECT_EQ(status({"velquorin", "-h"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed=7", "fault.in"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed", "99999999999999999999999", "fault.in"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed", "7x", "fault.in"}), 2);
+}
+
 TEST_F(Driver, ItemTextsAndGuessingAreReadDuringTheParse) {
   WriteFile("texts.txt", "First item text\nSecond\nThird one\n");
   WriteFile("guess.dat", "0.25 0.2\n0.5\n");
