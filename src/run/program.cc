@@ -3,10 +3,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "frame/console.h"
 #include "frame/file_dialog.h"
@@ -94,7 +96,10 @@ void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_fi
   } else if (!IsExistingFile(name)) {
     // Named on the command line, the file never passed the dialog, which
     // would not have accepted it.
-    ConsoleFreeForm("Command file not found: " + name);
+    std::error_code error;
+    const bool exists = std::filesystem::exists(name, error);
+    ConsoleFreeForm((exists ? "Command file is not a plain file: " : "Command file not found: ") +
+                    name);
     CancelRun();
   }
   if (!command_file.OpenOld(kCommandFileUnit, name)) {

@@ -1,6 +1,7 @@
 #include "run/driver.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -87,6 +88,14 @@ TEST_F(Driver, MissingCommandFileEndsWithStatusOne) {
   EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
   EXPECT_EQ(outcome.exit_code, 1);
   EXPECT_EQ(AfterBanner(outcome.out), "Command file not found: nothing.in\n");
+}
+
+TEST_F(Driver, ACommandFileThatIsAPipeIsRefusedBeforeItIsOpened) {
+  ASSERT_EQ(mkfifo("pipe.in", 0600), 0);
+  RunOutcome outcome = Run("pipe.in");
+  EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(AfterBanner(outcome.out), "Command file is not a plain file: pipe.in\n");
 }
 
 TEST_F(Driver, WithoutCommandFileOffATerminalTheDialogIsCancelled) {
