@@ -276,6 +276,27 @@ TEST_F(Driver, GivenMatrixFilesThatAreMissing) {
             "\n" + PauseFault(27, "FATAL ERROR! Factor Pattern file not found"));
 }
 
+TEST_F(Driver, AReportNamedLikeAnInputFileIsRefusedAndTheInputKept) {
+  const std::string data = "   1123\n   2231\n   3312\n";
+  WriteFile("d.dat", data);
+  const std::string rest =
+      " SHORT\n>METRIC: OR RAW NO\n>MODEL: PFA 1 NOLABELS NOSORT\n>ROTATE: NONE\n"
+      ">SCORE: NONE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n";
+  const std::string refused = Col(30, "FATAL ERROR: >OUTFILE: names an input file of this run") +
+                              "\n\n" + kPauseLine + kStopLines;
+
+  WriteFile("data.in", ">TITLE: t\n>DATA: d.dat 3 3\n>OUTFILE: d.dat" + rest);
+  RunOutcome outcome = Run("data.in");
+  EXPECT_EQ(AfterBanner(outcome.out), refused);
+  EXPECT_EQ(ReadWhole("d.dat"), data);
+
+  const std::string self = ">TITLE: t\n>DATA: d.dat 3 3\n>OUTFILE: './self.in'" + rest;
+  WriteFile("self.in", self);
+  outcome = Run("self.in");
+  EXPECT_EQ(AfterBanner(outcome.out), refused);
+  EXPECT_EQ(ReadWhole("self.in"), self);
+}
+
 TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
   WriteFile("raw.in",
             ">TITLE: t\n>DATA: nodata.dat 3 10\n>OUTFILE: r.out SHORT\n"
