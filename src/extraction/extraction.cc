@@ -90,15 +90,11 @@ double RunPass(Matrix& r, int p, int m, IterationState& state) {
   return trace;
 }
 
-// The communality iteration. "PCA" stops after its first pass; "PFA" goes on
-// while the sum of the communalities moves by more than the epsilon and the
-// limit of passes is not reached.
-void IterateCommunalities(const RunOptions& options,
-                          Matrix& r,
-                          int p,
-                          int m,
-                          bool principal_factors,
-                          IterationState& state) {
+// The communality iteration. "PCA" stops after its first pass (`iterate`
+// false); "PFA" goes on while the sum of the communalities moves by more
+// than the epsilon and the limit of passes is not reached.
+void IterateCommunalities(
+    const RunOptions& options, Matrix& r, int p, int m, bool iterate, IterationState& state) {
   double change = 1.0;
   double communality_sum = p;
   state.iteration = 1;
@@ -119,7 +115,7 @@ void IterateCommunalities(const RunOptions& options,
           "ERROR 100:  SERIOUS PROBLEMS OCCURED DURING ITERATION" + FormatI(state.iteration, 3));
       PauseAndStop();
     }
-    if (!principal_factors) change = 0.0;
+    if (!iterate) change = 0.0;
     ++state.iteration;
   }
 }
@@ -267,11 +263,16 @@ bool RunExtraction(const RunOptions& options,
   const int p = options.VariableCount;
   const int m = options.FactorCount;
   const bool principal_factors = Is(options.Model, "PFA");
+  // Only "PCA" stops after one pass. A model word that is neither shows no
+  // console line and iterates like "PFA", from the unit diagonal.
+  const bool one_pass = Is(options.Model, "PCA");
 
-  ConsoleLine(kConsoleColumn,
-              principal_factors ? "Performing factor analysis"
-                                : "Performing principal components analysis");
-  ConsoleEmptyLines(1);
+  if (principal_factors || one_pass) {
+    ConsoleLine(kConsoleColumn,
+                principal_factors ? "Performing factor analysis"
+                                  : "Performing principal components analysis");
+    ConsoleEmptyLines(1);
+  }
 
   Matrix r0 = r;
   EigenvalueScreen(r, p, report, options.PageWidth, options, run_directory, run_stem);
@@ -285,7 +286,7 @@ bool RunExtraction(const RunOptions& options,
   }
 
   IterationState state;
-  IterateCommunalities(options, r, p, m, principal_factors, state);
+  IterateCommunalities(options, r, p, m, !one_pass, state);
 
   ReflectFactors(state.loadings, p, m);
   // The count alone decides: a last allowed pass that met the epsilon still

@@ -231,6 +231,36 @@ TEST_F(Driver, NoFactorsEndsNormallyWithoutAModelLine) {
   EXPECT_NE(report.find("Number of factors =   0\n"), std::string::npos);
 }
 
+// The line of the report that counts the passes of the communality iteration.
+std::string IterationLine(const std::string& report) {
+  const std::size_t at = report.find("Number of iterations during communality estimation:");
+  return at == std::string::npos ? std::string() : report.substr(at, report.find('\n', at) - at);
+}
+
+TEST_F(Driver, AnUnknownModelWordIteratesAsPrincipalFactorsWithoutAConsoleLine) {
+  WriteFile("c.dat", "1 .5 .4 .3\n.5 1 .3 .2\n.4 .3 1 .1\n.3 .2 .1 1\n");
+  auto command_file = [](const std::string& model) {
+    return ">TITLE: t\n>DATA: c.dat 4 100\n>OUTFILE: r.out SHORT\n>METRIC: CO COR NO\n"
+           ">MODEL: " +
+           model +
+           " 1 NOLABELS NOSORT\n>ROTATE: NONE\n>SCORE: NONE\n>PLOT: NONE\n"
+           ">FORMAT: (F4.0)\n";
+  };
+  WriteFile("pfa.in", command_file("PFA"));
+  RunOutcome outcome = Run("pfa.in");
+  ASSERT_EQ(outcome.kind, RunStopped::Kind::kPlainStop) << outcome.out << outcome.err;
+  const std::string pfa_passes = IterationLine(ReadWhole("r.out"));
+  ASSERT_NE(pfa_passes, "Number of iterations during communality estimation:   1");
+
+  WriteFile("xyz.in", command_file("XYZ"));
+  outcome = Run("xyz.in");
+  ASSERT_EQ(outcome.kind, RunStopped::Kind::kPlainStop) << outcome.out << outcome.err;
+  EXPECT_EQ(outcome.out.find("Performing"), std::string::npos) << outcome.out;
+  const std::string report = ReadWhole("r.out");
+  EXPECT_EQ(IterationLine(report), pfa_passes);
+  EXPECT_EQ(report.find("Model ="), std::string::npos);
+}
+
 TEST_F(Driver, LabelsFaultAfterTheCorrelationsLeavesAReportWithoutHead) {
   WriteFile("c.dat", kIdentity3);
   WriteFile("lab.in",
