@@ -224,6 +224,11 @@ void ReadModelLine(RecordSource& source, RunOptions& options) {
   if (rotate_given && !given_pattern) {
     ParseFault(30, "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line");
   }
+  // The triplet test counts the response patterns of the subjects' scores,
+  // which a given correlation matrix does not have.
+  if (Is(options.Model, "TRP") && !Is(options.InputForm, "RAW")) {
+    ParseFault(30, "FATAL ERROR: Model TRP requires input RAW on >METRIC: line");
+  }
   if (rotate_given && options.FactorCount < 1) {
     ParseFault(30, "FATAL ERROR: Model ROT requires at least one factor on >MODEL: line");
   }

@@ -288,6 +288,12 @@ INSTANTIATE_TEST_SUITE_P(
                   With(4, ">MODEL: ROT 2 NOLABELS NOSORT"),
                   30,
                   "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line"},
+        // The triplet test counts response patterns of the scores: a given
+        // correlation matrix has none (the run read scores it never had).
+        FaultCase{"TripletsWithCor",
+                  With(4, ">MODEL: TRP 2 NOLABELS NOSORT"),
+                  30,
+                  "FATAL ERROR: Model TRP requires input RAW on >METRIC: line"},
         FaultCase{"RotWithoutFactors",
                   Join({">TITLE: t",
                         ">DATA: p.dat 3 1",
