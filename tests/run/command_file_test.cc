@@ -500,6 +500,23 @@ TEST(CommandFile, TechnicalAbsentGivesDefaultsAndNoOutputLine) {
   EXPECT_TRUE(o.SaveCodes.empty());
 }
 
+TEST(CommandFile, TechnicalEndedByASlashKeepsTheDefaultsOfTheValuesNotRead) {
+  // A slash ends the list read; every value behind it keeps its default,
+  // the words as well as the numbers.
+  ParseOutcome parsed = ParseText(Insert(8, ">TECHNICAL: 0.001 50 / 0.5 9 X 0.9 HIR 60 T"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  const RunOptions& o = parsed.options;
+  EXPECT_EQ(o.CommunalityEpsilon, 0.001);
+  EXPECT_EQ(o.CommunalityIterations, 50);
+  EXPECT_EQ(o.RotationEpsilon, 0.0001);
+  EXPECT_EQ(o.RotationIterations, 200);
+  EXPECT_EQ(o.RandomStart, "T");
+  EXPECT_EQ(o.HyperplaneWidth, 0.2);
+  EXPECT_EQ(o.InitialCommunality, "ONE");
+  EXPECT_EQ(o.PageWidth, 130);
+  EXPECT_EQ(o.SaveResults, "F");
+}
+
 TEST(CommandFile, TechnicalWithoutSavingNeedsNoOutputLine) {
   ParseOutcome parsed = ParseText(Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 HIR 90 F"));
   ASSERT_FALSE(parsed.stopped) << parsed.out;
