@@ -192,7 +192,9 @@ void TraceLine(int status, int number) {
   if (status == 0) return;
   char field[32];
   std::snprintf(field, sizeof field, "%10d", number);
-  ConsoleFreeForm(std::string("Problem occured at line ") + field);
+  // Written by the format 'Problem occured at line ' I10: nothing stands in
+  // front of the text, so its first letter is the record's control position.
+  ConsoleRecord(std::string("Problem occured at line ") + field);
 }
 
 ConsoleCapture::ConsoleCapture(std::string input) {

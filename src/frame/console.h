@@ -92,8 +92,9 @@ void Pause(std::string_view text = {});
 // A normal end reached inside a phase ("Finished" already shown): status 0.
 [[noreturn]] void EndRunNormally();
 
-// "Problem occured at line " with `number` in 10 positions, when `status` is
-// not 0. Nothing when it is 0.
+// The record "Problem occured at line " with `number` in 10 positions, when
+// `status` is not 0; its "P" is the control position and is not shown.
+// Nothing when `status` is 0.
 void TraceLine(int status, int number);
 
 // --- Input -----------------------------------------------------------------

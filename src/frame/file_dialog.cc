@@ -48,7 +48,9 @@ bool IsExistingFile(const std::string& name) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(name, error);
   if (error) return false;
-  return std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+  // A command file is read from its start three times: a pipe or a device
+  // cannot be, and opening a pipe waits until something writes to it.
+  return std::filesystem::is_regular_file(status);
 }
 
 std::string ChooseFileToOpen(std::string_view title, bool interactive) {

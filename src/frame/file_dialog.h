@@ -20,7 +20,8 @@ namespace vq {
 // answer it.
 bool ConsoleInputIsTerminal();
 
-// True when `name` names an existing file that is not a directory.
+// True when `name` names an existing plain file (a link to one included):
+// not a folder, a pipe or a device.
 bool IsExistingFile(const std::string& name);
 
 // Asks for an existing file with `title` as the prompt and returns its name.

@@ -8,13 +8,13 @@
 
 namespace vq {
 
-OutputFile::~OutputFile() { Close(); }
+OutputFile::~OutputFile() { CloseQuietly(); }
 
 OutputFile::OutputFile(OutputFile&& other) noexcept { *this = std::move(other); }
 
 OutputFile& OutputFile::operator=(OutputFile&& other) noexcept {
   if (this != &other) {
-    Close();
+    CloseQuietly();
     unit_ = other.unit_;
     path_ = std::move(other.path_);
     file_ = other.file_;
@@ -68,12 +68,21 @@ void OutputFile::EmptyLines(int count) {
   for (int i = 0; i < count; ++i) Write("");
 }
 
-void OutputFile::Close() {
-  if (!open_) return;
+bool OutputFile::CloseQuietly() {
+  if (!open_) return true;
   open_ = false;
-  if (file_ != nullptr) {
-    std::fclose(file_);
-    file_ = nullptr;
+  if (file_ == nullptr) return true;
+  // A write refused on the way (a full disk) leaves the stream's error flag
+  // set; the last buffer is only written by the flush of the close.
+  const bool written = std::fflush(file_) == 0 && std::ferror(file_) == 0;
+  const bool closed = std::fclose(file_) == 0;
+  file_ = nullptr;
+  return written && closed;
+}
+
+void OutputFile::Close() {
+  if (!CloseQuietly()) {
+    SevereError(38, "error during write, unit " + std::to_string(unit_) + ", file " + path_);
   }
 }
 

@@ -3,9 +3,11 @@
 // given: trailing blanks are kept (writers that drop them do so themselves).
 //
 // A file is opened with status "unknown": created if absent, written from its
-// start over any earlier content. An open that fails is a severe error of the
-// reading layer with the stream's number and the file's name, which ends the
-// run. Tests open a file in memory and read its text back.
+// start over any earlier content. An open that fails, or a close that finds
+// records lost, is a severe error of the reading layer with the stream's
+// number and the file's name, which ends the run. A file that is dropped
+// without `Close` (at the end of the process, or while a stop unwinds) is
+// closed without a word. Tests open a file in memory and read its text back.
 #ifndef VELQUORIN_FRAME_OUTPUT_FILE_H_
 #define VELQUORIN_FRAME_OUTPUT_FILE_H_
 
@@ -35,7 +37,9 @@ class OutputFile {
   // Writes `count` empty records.
   void EmptyLines(int count);
 
-  // Flushes and closes. Closing a closed file does nothing.
+  // Flushes and closes. Closing a closed file does nothing. A file that did
+  // not take all its records (a full disk) ends the run with severe error 38
+  // (error during write), so that no run ends normally on a lost report.
   void Close();
 
   bool is_open() const { return open_; }
@@ -45,6 +49,10 @@ class OutputFile {
   const std::string& Text() const { return memory_; }
 
  private:
+  // Closes without a word; false when records were lost. Used where a stop
+  // may be under way (destructor, move), which must not be stopped again.
+  bool CloseQuietly();
+
   int unit_ = 0;
   std::string path_;
   std::FILE* file_ = nullptr;

@@ -44,6 +44,8 @@ void OpenSavedFile(OutputFile& file,
 
 void WriteMatrixRows(
     OutputFile& file, const Matrix& matrix, int w, int d, int gap, int per_record) {
+  // An X edit on output only moves the position: its blanks are written when
+  // a value follows, so the gap behind the last value of a record is not.
   for (int row = 0; row < matrix.rows; ++row) {
     std::string record;
     for (int col = 0; col < matrix.cols; ++col) {
@@ -51,8 +53,8 @@ void WriteMatrixRows(
         file.Write(record);
         record.clear();
       }
+      if (!record.empty()) record += Blanks(gap);
       record += FormatF(matrix(row, col), w, d);
-      record += Blanks(gap);
     }
     file.Write(record);
   }

@@ -54,7 +54,8 @@ void OpenSavedFile(OutputFile& file,
 // Writes the rows of `matrix` (rows x cols), one record per row, each value
 // by Fw.d followed by `gap` blanks, with at most `per_record` values in a
 // record (a repeat count of 999 or 9999 in the layout: a longer row goes on
-// in a further record).
+// in a further record). As with nX on output, the gap behind the last value
+// of a record is not written: records end on a digit.
 //   "999( F12.9 1X )": WriteMatrixRows(file, a, 12, 9, 1, 999)
 //   "999( F8.3 )":     WriteMatrixRows(file, a, 8, 3, 0, 999)
 void WriteMatrixRows(

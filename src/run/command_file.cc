@@ -224,6 +224,11 @@ void ReadModelLine(RecordSource& source, RunOptions& options) {
   if (rotate_given && !given_pattern) {
     ParseFault(30, "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line");
   }
+  // The triplet test counts the response patterns of the subjects' scores,
+  // which a given correlation matrix does not have.
+  if (Is(options.Model, "TRP") && !Is(options.InputForm, "RAW")) {
+    ParseFault(30, "FATAL ERROR: Model TRP requires input RAW on >METRIC: line");
+  }
   if (rotate_given && options.FactorCount < 1) {
     ParseFault(30, "FATAL ERROR: Model ROT requires at least one factor on >MODEL: line");
   }
@@ -322,26 +327,22 @@ void ReadPlotLine(RecordSource& source, RunOptions& options) {
 }
 
 // ">TECHNICAL:" may be left out as a whole; the probe's line is then read
-// again by the next step.
+// again by the next step. The nine values start at their defaults, which
+// also stay for the values behind a slash on the line.
 void ReadTechnicalLine(RecordSource& source, RunOptions& options) {
+  options.CommunalityEpsilon = 0.0001;
+  options.CommunalityIterations = 200;
+  options.RotationEpsilon = 0.0001;
+  options.RotationIterations = 200;
+  options.RandomStart = "T";
+  options.HyperplaneWidth = 0.2;
+  options.InitialCommunality = "ONE";
+  options.PageWidth = 130;
+  options.SaveResults = "F";
   const std::string probe = ReadKeyword(source, kTechnicalKeyWidth);
   source.StepBack();
-  if (!Is(probe, ">TECHNICAL:")) {
-    options.CommunalityEpsilon = 0.0001;
-    options.CommunalityIterations = 200;
-    options.RotationEpsilon = 0.0001;
-    options.RotationIterations = 200;
-    options.RandomStart = "T";
-    options.HyperplaneWidth = 0.2;
-    options.InitialCommunality = "ONE";
-    options.PageWidth = 130;
-    options.SaveResults = "F";
-    return;
-  }
+  if (!Is(probe, ">TECHNICAL:")) return;
   std::string keyword = Field(kTechnicalKeyWidth);
-  options.RandomStart = Field(kRandomStartWidth);
-  options.InitialCommunality = Field(kInitialCommunalityWidth);
-  options.SaveResults = Field(kSaveResultsWidth);
   const ListItem items[] = {TextItem(keyword, kTechnicalKeyWidth),
                             RealItem(options.CommunalityEpsilon),
                             IntegerItem(options.CommunalityIterations),

@@ -2,10 +2,13 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 #include "correlation/pearson.h"
 #include "correlation/polychoric.h"
@@ -16,14 +19,14 @@
 #include "data/raw_data.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
+#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
-#include "scores/score_phase.h"
-#include "report/edit_descriptors.h"
 #include "run/command_file.h"
 #include "run/report_head.h"
 #include "run/saved_matrices.h"
+#include "scores/score_phase.h"
 
 namespace vq {
 namespace {
@@ -66,6 +69,27 @@ void CheckMemory(double doubles) {
   if (pages <= 0 || page_size <= 0) return;
   const double physical = static_cast<double>(pages) * static_cast<double>(page_size);
   if (doubles * sizeof(double) > physical) OutOfMemory();
+}
+
+// The report is written over from its start as soon as it is opened. A
+// report named like a file the run reads (in any spelling of its path)
+// would destroy that file: the command file, the data or given matrix, the
+// item texts, the guessing vector or the factor correlations.
+void CheckReportIsNoInput(const RunOptions& options, const RecordSource& command_file) {
+  const std::filesystem::path report{std::string(TrimRight(options.OutFile))};
+  std::vector<std::string> inputs = {command_file.FullName(),
+                                     std::string(TrimRight(options.DataFile))};
+  if (options.HasItemFile) inputs.emplace_back(TrimRight(options.ItemFile));
+  if (options.HasGuessFile) inputs.emplace_back(TrimRight(options.GuessFile));
+  if (options.HasPhiFile) inputs.emplace_back(TrimRight(options.PhiFile));
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (!input.empty() && std::filesystem::equivalent(report, input, error) && !error) {
+      ConsoleLine(30, "FATAL ERROR: >OUTFILE: names an input file of this run");
+      ConsoleEmptyLines(2);
+      PauseAndStop();
+    }
+  }
 }
 
 void CheckCounts(const RunOptions& options) {
@@ -404,6 +428,7 @@ void RunAnalysis(const ProgramArguments& arguments) {
   if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
+  CheckReportIsNoInput(run.options, run.files.CommandFile);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
   NoteUnmetScoreRequests(run.options);
 

@@ -1,11 +1,14 @@
 #include "run/program.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "frame/console.h"
 #include "frame/file_dialog.h"
@@ -29,7 +32,7 @@ const char kUsage[] =
 int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
   for (int i = 1; i < argc; ++i) {
     std::string_view arg = argv[i];
-    if (arg == "--help" || arg == "-h") {
+    if (arg == "--help") {
       std::fputs(kUsage, stdout);
       return 0;
     }
@@ -37,20 +40,18 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
       std::printf("velquorin %s\n", VELQUORIN_VERSION);
       return 0;
     }
-    if (arg == "--seed" || arg.rfind("--seed=", 0) == 0) {
-      std::string value;
-      if (arg == "--seed") {
-        if (i + 1 >= argc) {
-          std::fprintf(stderr, "velquorin: --seed needs a number\n");
-          return 2;
-        }
-        value = argv[++i];
-      } else {
-        value = std::string(arg.substr(7));
+    if (arg == "--seed") {
+      if (i + 1 >= argc) {
+        std::fprintf(stderr, "velquorin: --seed needs a number\n");
+        return 2;
       }
+      const std::string value = argv[++i];
       char* end = nullptr;
+      errno = 0;
       long seed = std::strtol(value.c_str(), &end, 10);
-      if (value.empty() || *end != '\0') {
+      // A number beyond the range of a long would be replaced by the limit:
+      // two different seeds would then give the same run without a word.
+      if (value.empty() || *end != '\0' || errno == ERANGE) {
         std::fprintf(stderr, "velquorin: --seed needs a whole number, not \"%s\"\n", value.c_str());
         return 2;
       }
@@ -95,7 +96,10 @@ void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_fi
   } else if (!IsExistingFile(name)) {
     // Named on the command line, the file never passed the dialog, which
     // would not have accepted it.
-    ConsoleFreeForm("Command file not found: " + name);
+    std::error_code error;
+    const bool exists = std::filesystem::exists(name, error);
+    ConsoleFreeForm((exists ? "Command file is not a plain file: " : "Command file not found: ") +
+                    name);
     CancelRun();
   }
   if (!command_file.OpenOld(kCommandFileUnit, name)) {

@@ -70,14 +70,21 @@ TEST(Console, SevereErrorGoesToTheErrorChannelWithItsNumber) {
 TEST(Console, StopWithTextReplacesTheStopLine) {
   ConsoleCapture capture;
   EXPECT_THROW(StopWithText("*********FATAL ERROR: x*********"), RunStopped);
-  EXPECT_EQ(capture.Out(), "*********FATAL ERROR: x*********\nProgram Terminated with exit code 0\n");
+  EXPECT_EQ(capture.Out(),
+            "*********FATAL ERROR: x*********\nProgram Terminated with exit code 0\n");
 }
 
-TEST(Console, TraceLine) {
+TEST(Console, TraceLineIsARecordWhoseFirstLetterIsTheControlPosition) {
+  // The format 'Problem occured at line ' I10 has no blank in front: its
+  // first character takes the control position of the console record and is
+  // not shown, like the blank in front of every other console line.
   ConsoleCapture capture;
   TraceLine(0, 1258);
   TraceLine(3, 1258);
-  EXPECT_EQ(capture.Out(), "Problem occured at line       1258\n");
+  TraceLine(-1, 3985);
+  EXPECT_EQ(capture.Out(),
+            "roblem occured at line       1258\n"
+            "roblem occured at line       3985\n");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "frame/file_dialog.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <string>
@@ -101,6 +102,19 @@ TEST_F(FileDialog, MissingFilesAndFoldersAreNotAccepted) {
                 folder_ +
                 "\nFile not found. Check the file name and try again.\n"
                 "Open: Select File for Unit 12\n");
+}
+
+TEST_F(FileDialog, PipesAndDevicesAreNoCommandFiles) {
+  // A command file is read three times from its start; a pipe cannot be
+  // read again, and opening one blocks until something writes to it.
+  const std::string pipe = folder_ + "/pipe.in";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_FALSE(IsExistingFile(pipe));
+  EXPECT_FALSE(IsExistingFile("/dev/null"));
+  EXPECT_TRUE(IsExistingFile(file_));
+  DialogOutcome outcome = Dialog(pipe + "\n" + file_ + "\n");
+  EXPECT_EQ(outcome.name, file_);
+  std::remove(pipe.c_str());
 }
 
 TEST_F(FileDialog, OffATerminalNothingIsAsked) {

@@ -39,9 +39,22 @@ TEST(WriteMatrixRows, Layouts) {
   a(1, 0) = -0.25;
   a(1, 1) = 1.0;
   WriteMatrixRows(file, a, 12, 9, 1);
+  // "999( F12.9 1X )": the 1X behind the last value of a record transmits
+  // nothing, so a record ends on its last digit.
   EXPECT_EQ(file.Text(),
-            " 1.000000000 -0.250000000 \n"
-            "-0.250000000  1.000000000 \n");
+            " 1.000000000 -0.250000000\n"
+            "-0.250000000  1.000000000\n");
+}
+
+TEST(WriteMatrixRows, GapsStandBetweenValuesNeverAtTheEndOfARecord) {
+  OutputFile file;
+  file.OpenInMemory(22);
+  Matrix a(1, 5, 1.5);
+  // "9999( F9.3 2X )" cut at a ceiling of 3 values a record.
+  WriteMatrixRows(file, a, 9, 3, 2, 3);
+  EXPECT_EQ(file.Text(),
+            "    1.500      1.500      1.500\n"
+            "    1.500      1.500\n");
 }
 
 TEST(WriteMatrixRows, RowsLongerThanTheRepeatGoOnInAFurtherRecord) {

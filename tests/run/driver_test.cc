@@ -1,6 +1,7 @@
 #include "run/driver.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -87,6 +88,14 @@ TEST_F(Driver, MissingCommandFileEndsWithStatusOne) {
   EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
   EXPECT_EQ(outcome.exit_code, 1);
   EXPECT_EQ(AfterBanner(outcome.out), "Command file not found: nothing.in\n");
+}
+
+TEST_F(Driver, ACommandFileThatIsAPipeIsRefusedBeforeItIsOpened) {
+  ASSERT_EQ(mkfifo("pipe.in", 0600), 0);
+  RunOutcome outcome = Run("pipe.in");
+  EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
+  EXPECT_EQ(outcome.exit_code, 1);
+  EXPECT_EQ(AfterBanner(outcome.out), "Command file is not a plain file: pipe.in\n");
 }
 
 TEST_F(Driver, WithoutCommandFileOffATerminalTheDialogIsCancelled) {
@@ -222,6 +231,36 @@ TEST_F(Driver, NoFactorsEndsNormallyWithoutAModelLine) {
   EXPECT_NE(report.find("Number of factors =   0\n"), std::string::npos);
 }
 
+// The line of the report that counts the passes of the communality iteration.
+std::string IterationLine(const std::string& report) {
+  const std::size_t at = report.find("Number of iterations during communality estimation:");
+  return at == std::string::npos ? std::string() : report.substr(at, report.find('\n', at) - at);
+}
+
+TEST_F(Driver, AnUnknownModelWordIteratesAsPrincipalFactorsWithoutAConsoleLine) {
+  WriteFile("c.dat", "1 .5 .4 .3\n.5 1 .3 .2\n.4 .3 1 .1\n.3 .2 .1 1\n");
+  auto command_file = [](const std::string& model) {
+    return ">TITLE: t\n>DATA: c.dat 4 100\n>OUTFILE: r.out SHORT\n>METRIC: CO COR NO\n"
+           ">MODEL: " +
+           model +
+           " 1 NOLABELS NOSORT\n>ROTATE: NONE\n>SCORE: NONE\n>PLOT: NONE\n"
+           ">FORMAT: (F4.0)\n";
+  };
+  WriteFile("pfa.in", command_file("PFA"));
+  RunOutcome outcome = Run("pfa.in");
+  ASSERT_EQ(outcome.kind, RunStopped::Kind::kPlainStop) << outcome.out << outcome.err;
+  const std::string pfa_passes = IterationLine(ReadWhole("r.out"));
+  ASSERT_NE(pfa_passes, "Number of iterations during communality estimation:   1");
+
+  WriteFile("xyz.in", command_file("XYZ"));
+  outcome = Run("xyz.in");
+  ASSERT_EQ(outcome.kind, RunStopped::Kind::kPlainStop) << outcome.out << outcome.err;
+  EXPECT_EQ(outcome.out.find("Performing"), std::string::npos) << outcome.out;
+  const std::string report = ReadWhole("r.out");
+  EXPECT_EQ(IterationLine(report), pfa_passes);
+  EXPECT_EQ(report.find("Model ="), std::string::npos);
+}
+
 TEST_F(Driver, LabelsFaultAfterTheCorrelationsLeavesAReportWithoutHead) {
   WriteFile("c.dat", kIdentity3);
   WriteFile("lab.in",
@@ -267,6 +306,27 @@ TEST_F(Driver, GivenMatrixFilesThatAreMissing) {
             "\n" + PauseFault(27, "FATAL ERROR! Factor Pattern file not found"));
 }
 
+TEST_F(Driver, AReportNamedLikeAnInputFileIsRefusedAndTheInputKept) {
+  const std::string data = "   1123\n   2231\n   3312\n";
+  WriteFile("d.dat", data);
+  const std::string rest =
+      " SHORT\n>METRIC: OR RAW NO\n>MODEL: PFA 1 NOLABELS NOSORT\n>ROTATE: NONE\n"
+      ">SCORE: NONE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n";
+  const std::string refused = Col(30, "FATAL ERROR: >OUTFILE: names an input file of this run") +
+                              "\n\n" + kPauseLine + kStopLines;
+
+  WriteFile("data.in", ">TITLE: t\n>DATA: d.dat 3 3\n>OUTFILE: d.dat" + rest);
+  RunOutcome outcome = Run("data.in");
+  EXPECT_EQ(AfterBanner(outcome.out), refused);
+  EXPECT_EQ(ReadWhole("d.dat"), data);
+
+  const std::string self = ">TITLE: t\n>DATA: d.dat 3 3\n>OUTFILE: './self.in'" + rest;
+  WriteFile("self.in", self);
+  outcome = Run("self.in");
+  EXPECT_EQ(AfterBanner(outcome.out), refused);
+  EXPECT_EQ(ReadWhole("self.in"), self);
+}
+
 TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
   WriteFile("raw.in",
             ">TITLE: t\n>DATA: nodata.dat 3 10\n>OUTFILE: r.out SHORT\n"
@@ -299,14 +359,14 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   EXPECT_EQ(file.unit(), 15);
   file.Close();
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.cor"),
-            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
 
   options.Smoothing = "SM";
   options.InputForm = "RAW ";
   options.SaveCodes = {"SMO"};
   SaveSmoothedMatrix(options, context, r);
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.smo"),
-            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
   std::filesystem::remove(folder_ + "/wave1.smo");
   options.InputForm = "COR ";
   options.Coding = "CO";
@@ -326,6 +386,21 @@ TEST_F(Driver, ExitStatusOfTheProcess) {
   EXPECT_EQ(status({"velquorin", "cut.in"}), 24);
   WriteFile("fault.in", "\n");
   EXPECT_EQ(status({"velquorin", "fault.in"}), 0);
+}
+
+TEST_F(Driver, OnlyHelpVersionAndSeedWithItsNumberAreOptions) {
+  auto status = [](std::vector<std::string> words) {
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    ConsoleCapture capture;
+    return VelquorinMain(static_cast<int>(argv.size()), argv.data());
+  };
+  WriteFile("fault.in", "\n");
+  EXPECT_EQ(status({"velquorin", "--seed", "7", "fault.in"}), 0);
+  EXPECT_EQ(status({"velquorin", "-h"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed=7", "fault.in"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed", "99999999999999999999999", "fault.in"}), 2);
+  EXPECT_EQ(status({"velquorin", "--seed", "7x", "fault.in"}), 2);
 }
 
 TEST_F(Driver, ItemTextsAndGuessingAreReadDuringTheParse) {
@@ -413,8 +488,8 @@ TEST(DriverPieces, CorrelationFileLayouts) {
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
   EXPECT_EQ(file.Text(),
-            " 1.000000000  0.123456789 \n"
-            " 0.123456789  1.000000000 \n");
+            " 1.000000000  0.123456789\n"
+            " 0.123456789  1.000000000\n");
   options.Coding = "IP";
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
