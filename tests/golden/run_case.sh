@@ -6,7 +6,9 @@
 #
 # A case folder holds its inputs (one *.in command file and the files it
 # names), or a file `example` naming a folder of the repository (such as
-# examples/continuous) whose files are the inputs. Optional files: `args`
+# examples/continuous) whose files are the inputs. Where an example folder
+# holds more than one command file, `example` names the one to run instead
+# (examples/continuous/short.in). Optional files: `args`
 # (command-line options, e.g. --seed 1), `stdin` (answers at the pause
 # prompt), and the folder expected/.
 #
@@ -22,9 +24,14 @@ work=$3
 rm -rf "$work"
 mkdir -p "$work"
 input_dir=$case_dir
+command_name=
 if [ -f "$case_dir/example" ]; then
   repository=$(cd "$(dirname "$0")/../.." && pwd)
   input_dir="$repository/$(head -n 1 "$case_dir/example")"
+  if [ -f "$input_dir" ]; then
+    command_name=$(basename "$input_dir")
+    input_dir=$(dirname "$input_dir")
+  fi
 fi
 # Only the files under version control are inputs, so that outputs left in an
 # example folder by a run by hand are not taken for inputs.
@@ -41,7 +48,11 @@ list_inputs | while read -r f; do
 done
 inputs=$(cd "$work" && find . -type f | sort)
 
-command_file=$(cd "$work" && ls ./*.in | head -n 1)
+if [ -n "$command_name" ]; then
+  command_file=./$command_name
+else
+  command_file=$(cd "$work" && ls ./*.in | head -n 1)
+fi
 args=()
 if [ -f "$case_dir/args" ]; then
   read -r -a args < "$case_dir/args"
