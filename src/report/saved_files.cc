@@ -44,6 +44,9 @@ void OpenSavedFile(OutputFile& file,
 
 void WriteMatrixRows(
     OutputFile& file, const Matrix& matrix, int w, int d, int gap, int per_record) {
+  // The gap of a layout such as "999( F12.9 1X )" stands between values
+  // only: an X edit descriptor transmits nothing by itself, so the one
+  // behind the last value of a record does not lengthen the record.
   for (int row = 0; row < matrix.rows; ++row) {
     std::string record;
     for (int col = 0; col < matrix.cols; ++col) {
@@ -51,8 +54,8 @@ void WriteMatrixRows(
         file.Write(record);
         record.clear();
       }
+      if (!record.empty()) record += Blanks(gap);
       record += FormatF(matrix(row, col), w, d);
-      record += Blanks(gap);
     }
     file.Write(record);
   }

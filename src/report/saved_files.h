@@ -52,9 +52,10 @@ void OpenSavedFile(OutputFile& file,
                    std::string_view extension);
 
 // Writes the rows of `matrix` (rows x cols), one record per row, each value
-// by Fw.d followed by `gap` blanks, with at most `per_record` values in a
-// record (a repeat count of 999 or 9999 in the layout: a longer row goes on
-// in a further record).
+// by Fw.d with `gap` blanks between values, with at most `per_record` values
+// in a record (a repeat count of 999 or 9999 in the layout: a longer row goes
+// on in a further record). No record ends in the gap: an X edit descriptor
+// behind the last value transmits nothing.
 //   "999( F12.9 1X )": WriteMatrixRows(file, a, 12, 9, 1, 999)
 //   "999( F8.3 )":     WriteMatrixRows(file, a, 8, 3, 0, 999)
 void WriteMatrixRows(

@@ -173,7 +173,7 @@ TEST(Tetrachoric, FrequencyFileTextWithTheWarningAtExactlyFive) {
             "\n\n");
   EXPECT_EQ(FormatF((11.0 * 28 - 5.0 * 20) / std::sqrt(48.0 * 31 * 16 * 33), 5, 3), "0.235");
   EXPECT_EQ(run.files.dff.Text(), "   1  0.2500\n   2  0.4844\n");
-  EXPECT_EQ(run.files.ser.Text(), " 0.000000000  0.190330855 \n 0.190330855  0.000000000 \n");
+  EXPECT_EQ(run.files.ser.Text(), " 0.000000000  0.190330855\n 0.190330855  0.000000000\n");
 }
 
 TEST(Tetrachoric, FrequenciesAboveFiveGetNoWarning) {
@@ -223,7 +223,7 @@ TEST(Tetrachoric, SingleVariableGivesUnitMatrixAndEmptyTables) {
   EXPECT_EQ(run.r(0, 0), 1.0);
   EXPECT_EQ(run.files.frq.Text(),
             "\n\n         Bias Corrected Cell Frequencies and Correlations\n\n\n");
-  EXPECT_EQ(run.files.ser.Text(), " 0.000000000 \n");
+  EXPECT_EQ(run.files.ser.Text(), " 0.000000000\n");
 }
 
 TEST(Tetrachoric, GuessingCorrectionClampsCellsAtZero) {
@@ -307,10 +307,10 @@ TEST(Tetrachoric, PinnedBitsOfAFourItemRun) {
   EXPECT_EQ(run.report.Text(),
             "                !!!WARNING: CORRELATION   2   1    AT BOUNDARY!!!\n\n");
   EXPECT_EQ(run.files.ser.Text(),
-            " 0.000000000  0.000000005  0.248507411  0.250133433 \n"
-            " 0.000000005  0.000000000  0.247698684  0.249509511 \n"
-            " 0.248507411  0.247698684  0.000000000  0.247698684 \n"
-            " 0.250133433  0.249509511  0.247698684  0.000000000 \n");
+            " 0.000000000  0.000000005  0.248507411  0.250133433\n"
+            " 0.000000005  0.000000000  0.247698684  0.249509511\n"
+            " 0.248507411  0.247698684  0.000000000  0.247698684\n"
+            " 0.250133433  0.249509511  0.247698684  0.000000000\n");
 }
 
 TEST(Tetrachoric, PinnedBitsOfAFourItemRunCorrectedForGuessing) {
@@ -325,10 +325,10 @@ TEST(Tetrachoric, PinnedBitsOfAFourItemRunCorrectedForGuessing) {
   EXPECT_EQ(run.report.Text(), "");
   // A corrected cell of 0 makes a term of the standard error infinite: 0.
   EXPECT_EQ(run.files.ser.Text(),
-            " 0.000000000  0.000000000  0.251753886  0.246735315 \n"
-            " 0.000000000  0.000000000  0.256988722  0.252155169 \n"
-            " 0.251753886  0.256988722  0.000000000  0.250362487 \n"
-            " 0.246735315  0.252155169  0.250362487  0.000000000 \n");
+            " 0.000000000  0.000000000  0.251753886  0.246735315\n"
+            " 0.000000000  0.000000000  0.256988722  0.252155169\n"
+            " 0.251753886  0.256988722  0.000000000  0.250362487\n"
+            " 0.246735315  0.252155169  0.250362487  0.000000000\n");
 }
 
 TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {

@@ -229,7 +229,7 @@ TEST(Triplet, FewerThanThreeVariablesPrintZeroPercent) {
   OutputFile mvn;
   mvn.OpenInMemory(22);
   WriteTripletFile(mvn, summary);
-  EXPECT_EQ(mvn.Text(), "\n    0.000      0.000  \n");
+  EXPECT_EQ(mvn.Text(), "\n    0.000      0.000\n");
 }
 
 TEST(Triplet, SavedFileLayout) {
@@ -239,7 +239,7 @@ TEST(Triplet, SavedFileLayout) {
   OutputFile mvn;
   mvn.OpenInMemory(22);
   WriteTripletFile(mvn, summary);
-  EXPECT_EQ(mvn.Text(), "    1.235     12.500  \n  100.000      0.000     50.000  \n");
+  EXPECT_EQ(mvn.Text(), "    1.235     12.500\n  100.000      0.000     50.000\n");
 }
 
 TEST(Triplet, ProportionOfZeroStopsTheRun) {

@@ -40,8 +40,19 @@ TEST(WriteMatrixRows, Layouts) {
   a(1, 1) = 1.0;
   WriteMatrixRows(file, a, 12, 9, 1);
   EXPECT_EQ(file.Text(),
-            " 1.000000000 -0.250000000 \n"
-            "-0.250000000  1.000000000 \n");
+            " 1.000000000 -0.250000000\n"
+            "-0.250000000  1.000000000\n");
+}
+
+// An X edit descriptor transmits nothing by itself: the 1X or 2X behind the
+// last value of a record does not lengthen the record, here or where a row
+// longer than the repeat goes on in a further record.
+TEST(WriteMatrixRows, TheGapBehindTheLastValueOfARecordIsNotWritten) {
+  OutputFile file;
+  file.OpenInMemory(22);
+  Matrix a(1, 3, 1.25);
+  WriteMatrixRows(file, a, 9, 3, 2, 2);
+  EXPECT_EQ(file.Text(), "    1.250      1.250\n    1.250\n");
 }
 
 TEST(WriteMatrixRows, RowsLongerThanTheRepeatGoOnInAFurtherRecord) {

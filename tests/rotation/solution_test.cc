@@ -226,7 +226,7 @@ TEST_F(SavedFileTest, FacAndPhiOnlyWhenAskedFor) {
   SaveFactorFile(options, loadings, Directory(), "run.in");
   SavePhiFile(options, phi, Directory(), "run.in");
   EXPECT_EQ(Read("run.fac"), "   1   0.5000 -0.2500\n   2   0.1250  0.7500\n");
-  EXPECT_EQ(Read("run.phi"), " 1.000000000  0.300000000 \n 0.300000000  1.000000000 \n");
+  EXPECT_EQ(Read("run.phi"), " 1.000000000  0.300000000\n 0.300000000  1.000000000\n");
 }
 
 }  // namespace

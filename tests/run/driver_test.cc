@@ -299,14 +299,14 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   EXPECT_EQ(file.unit(), 15);
   file.Close();
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.cor"),
-            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
 
   options.Smoothing = "SM";
   options.InputForm = "RAW ";
   options.SaveCodes = {"SMO"};
   SaveSmoothedMatrix(options, context, r);
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.smo"),
-            " 0.500000000  0.500000000 \n 0.500000000  0.500000000 \n");
+            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
   std::filesystem::remove(folder_ + "/wave1.smo");
   options.InputForm = "COR ";
   options.Coding = "CO";
@@ -413,8 +413,8 @@ TEST(DriverPieces, CorrelationFileLayouts) {
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
   EXPECT_EQ(file.Text(),
-            " 1.000000000  0.123456789 \n"
-            " 0.123456789  1.000000000 \n");
+            " 1.000000000  0.123456789\n"
+            " 0.123456789  1.000000000\n");
   options.Coding = "IP";
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
