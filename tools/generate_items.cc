@@ -24,6 +24,11 @@
 //                            the latent responses clearly non-normal
 //   --upper-share Q          share of the upper point under twopoint
 //                            (default 0.15: a skewed mixture)
+//   --guessing G1,G2,...     dichotomous items only: one chance per item that
+//                            a subject who fails it guesses right (a 0
+//                            becomes a 1), as in items with given answers;
+//                            the guesses come from a stream of their own, so
+//                            the file without them is unchanged
 //   --help                   this text
 //
 // The file has one record per subject: the subject's number in columns 1-6,
@@ -59,6 +64,8 @@ constexpr const char* kUsage =
     "  --spread D               shift item thresholds evenly from -D to +D\n"
     "  --latent SHAPE           normal (default) or twopoint (non-normal factors)\n"
     "  --upper-share Q          share of the upper point under twopoint (0.15)\n"
+    "  --guessing G1,G2,...     dichotomous only: per item, the chance that a\n"
+    "                           subject who fails it guesses right\n"
     "  --help                   this text\n";
 
 bool ParseNumber(std::string_view text, double& value) {
@@ -91,7 +98,7 @@ int main(int argc, char** argv) {
   double subjects = 0, items = 0, seed = -1, factors = 1, loading = 0.6, factor_correlation = 0;
   double spread = 0, upper_share = 0.15;
   std::string out, kind = "ordered", latent = "normal";
-  std::vector<double> loadings, thresholds;
+  std::vector<double> loadings, thresholds, guessing;
   bool have_thresholds = false;
 
   for (int k = 1; k < argc; ++k) {
@@ -130,6 +137,8 @@ int main(int argc, char** argv) {
       latent = value;
     } else if (option == "--upper-share") {
       ok = ParseNumber(value, upper_share);
+    } else if (option == "--guessing") {
+      ok = ParseList(value, guessing);
     } else {
       return Fail("unknown option " + std::string(option));
     }
@@ -150,6 +159,13 @@ int main(int argc, char** argv) {
   const int m = static_cast<int>(factors);
   if (!loadings.empty() && static_cast<int>(loadings.size()) != p) {
     return Fail("--loadings needs one value per item");
+  }
+  if (!guessing.empty()) {
+    if (kind != "dichotomous") return Fail("--guessing needs --kind dichotomous");
+    if (static_cast<int>(guessing.size()) != p) return Fail("--guessing needs one value per item");
+    for (double chance : guessing) {
+      if (!(chance >= 0.0 && chance < 1.0)) return Fail("--guessing values must lie in [0, 1)");
+    }
   }
   if (!have_thresholds) {
     if (kind == "dichotomous") thresholds = {0.0};
@@ -182,6 +198,18 @@ int main(int argc, char** argv) {
   vq::Matrix scores;
   if (!vq::SimulateItemScores(model, n, static_cast<std::uint64_t>(seed), scores)) {
     return Fail("the factor correlations are not positive definite or a loading is too large");
+  }
+  if (!guessing.empty()) {
+    // One uniform deviate per score, drawn whether or not the score is a 0,
+    // from a stream seeded apart from the one of the scores.
+    vq::PortableRandom guesses;
+    vq::SeedRandom(guesses, static_cast<std::uint64_t>(seed) ^ 0x9E3779B97F4A7C15ULL);
+    for (int subject = 0; subject < n; ++subject) {
+      for (int item = 0; item < p; ++item) {
+        const bool guessed = vq::NextUniform(guesses) < guessing[item];
+        if (scores(subject, item) == 0.0 && guessed) scores(subject, item) = 1.0;
+      }
+    }
   }
   vq::ItemFileLayout layout;
   if (kind == "continuous") {
