@@ -105,7 +105,9 @@ void IterateCommunalities(
   state.rhat.Reset(p, p);
 
   while (change > options.CommunalityEpsilon && state.iteration <= options.CommunalityIterations) {
-    ConsoleOverwrite(kConsoleColumn, "Iteration: " + FormatI(state.iteration, 3));
+    // The text ends in a blank of its own, and one more blank stands
+    // before the number.
+    ConsoleOverwrite(kConsoleColumn, "Iteration: " + Blanks(1) + FormatI(state.iteration, 3));
     const double previous_sum = communality_sum;
     communality_sum = RunPass(r, p, m, state);
     change = std::fabs(previous_sum - communality_sum);

@@ -146,7 +146,7 @@ void DF2OBL(int nvar,
     for (int j = 1; j < nf; ++j) {
       for (int l = 0; l < j; ++l) {
         for (int item = 0; item < nvar; ++item) {
-          f += (b(item, l) * b(item, l) - g * s[l]) * b(item, j) * b(item, j);
+          f += (b(item, l) * b(item, l) - g * s[l]) * (b(item, j) * b(item, j));
         }
       }
     }
@@ -172,9 +172,10 @@ void DF2OBL(int nvar,
         double sum_y = 0.0;
         for (int item = 0; item < nvar; ++item) {
           const double e = v[item] * v[item] - g * s[k];
-          sum_p += e * u[item] * u[item];
+          // e times the square: the square is formed first.
+          sum_p += e * (u[item] * u[item]);
           sum_q += e * u[item] * v[item];
-          sum_r += e * v[item] * v[item];
+          sum_r += e * (v[item] * v[item]);
           sum_x += v[item] * v[item] * row_term[item];
           sum_y += u[item] * v[item] * row_term[item];
         }

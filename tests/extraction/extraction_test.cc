@@ -177,9 +177,10 @@ TEST(RunExtraction, PrincipalComponentsOfAnEquicorrelationMatrix) {
     EXPECT_NEAR(run.result.Communalities[i], 0.625, 1e-12);
   }
   EXPECT_EQ(run.result.IterationCount, 1);
+  // The counter is the text "Iteration: ", one blank more, and the pass as I3.
   EXPECT_EQ(
       run.console,
-      kColumn30 + "Performing principal components analysis\n\n" + kColumn30 + "Iteration:   1\n");
+      kColumn30 + "Performing principal components analysis\n\n" + kColumn30 + "Iteration:    1\n");
   const std::vector<std::string> lines = run.ReportLines();
   EXPECT_GE(FindLine(lines, "Number of iterations during communality estimation:   1"), 0);
   // "PCA" never fails to converge, whatever the limit of passes.
@@ -208,7 +209,7 @@ TEST(RunExtraction, NegativeEigenvalueAmongTheFactorsIsError100) {
   for (const char* model : {"PCA", "PFA"}) {
     PhaseRun run(ExtractionOptions(model, 4, 4), Indefinite());
     EXPECT_TRUE(run.stopped) << model;
-    EXPECT_NE(run.console.find("\n" + kColumn30 + "Iteration:   1\n" + kColumn30 +
+    EXPECT_NE(run.console.find("\n" + kColumn30 + "Iteration:    1\n" + kColumn30 +
                                "ERROR 100:  SERIOUS PROBLEMS OCCURED DURING ITERATION  1\n"),
               std::string::npos)
         << run.console;
@@ -254,7 +255,7 @@ TEST(RunExtraction, LastAllowedPassGivesTheMessageEvenWhenItConverged) {
   PhaseRun run(options, Equicorrelation(5, 0.8));
   ASSERT_FALSE(run.stopped) << run.console;
   EXPECT_EQ(run.result.IterationCount, 1);
-  EXPECT_NE(run.console.find("Iteration:   1\n" + kColumn30 +
+  EXPECT_NE(run.console.find("Iteration:    1\n" + kColumn30 +
                              "**** Communalities Failed to Converge ****\n"),
             std::string::npos)
       << run.console;
@@ -287,7 +288,7 @@ TEST(RunExtraction, ExhaustedLimitUsesTheLastPass) {
   PhaseRun run(options, FromLoadings(kTwoFactorLoadings));
   ASSERT_FALSE(run.stopped);
   EXPECT_EQ(run.result.IterationCount, 3);
-  EXPECT_NE(run.console.find("Iteration:   3\n" + kColumn30 + "**** Communalities"),
+  EXPECT_NE(run.console.find("Iteration:    3\n" + kColumn30 + "**** Communalities"),
             std::string::npos)
       << run.console;
 }
@@ -473,7 +474,7 @@ TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiag
   EXPECT_EQ(run.result.IterationCount, 6);
   EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
   EXPECT_EQ(run.result.Communalities, reference.result.Communalities);
-  EXPECT_EQ(run.console, kColumn30 + "Iteration:   6\n");
+  EXPECT_EQ(run.console, kColumn30 + "Iteration:    6\n");
   EXPECT_EQ(run.report.Text().find("Failed to Converge"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(dir + "case.fac"));
 }
