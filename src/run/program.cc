@@ -12,6 +12,7 @@
 
 #include "frame/console.h"
 #include "frame/file_dialog.h"
+#include "kernels/parallel.h"
 #include "run/command_file.h"
 #include "run/driver.h"
 
@@ -19,12 +20,14 @@ namespace vq {
 namespace {
 
 const char kUsage[] =
-    "usage: velquorin [--seed N] [command-file.in]\n"
+    "usage: velquorin [--seed N] [--threads N] [command-file.in]\n"
     "\n"
     "Runs the factor analysis described by the command file and writes its\n"
     "report and saved result files. Without a command file, asks for one.\n"
     "\n"
     "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
+    "  --threads N threads for the correlation estimators and the triplet\n"
+    "              test (default: every core); results never depend on N\n"
     "  --help      this text\n"
     "  --version   the program's version\n";
 
@@ -57,6 +60,18 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
       }
       arguments.has_seed = true;
       arguments.seed = seed;
+      continue;
+    }
+    if (arg == "--threads") {
+      const std::string value = i + 1 < argc ? argv[++i] : "";
+      char* end = nullptr;
+      errno = 0;
+      const long threads = std::strtol(value.c_str(), &end, 10);
+      if (value.empty() || *end != '\0' || errno == ERANGE || threads < 1 || threads > 1024) {
+        std::fprintf(stderr, "velquorin: --threads needs a number from 1 to 1024\n");
+        return 2;
+      }
+      SetThreadCount(static_cast<int>(threads));
       continue;
     }
     if (arg.size() > 1 && arg[0] == '-') {
