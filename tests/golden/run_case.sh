@@ -1,28 +1,54 @@
 #!/usr/bin/env bash
-# Runs one golden case: copies the case's inputs to a scratch folder, runs the
-# program on its command file there, and compares every file under expected/
-# byte for byte with what the run left (report, saved files, console text,
-# error text and exit status).
+# Runs one golden case twice, with one thread and with two, and compares
+# every file under expected/ byte for byte with what each run left (report,
+# saved files, console text, error text and exit status).
+#
+# Each run gets a scratch folder of its own under the scratch folder given,
+# threads1/ and threads2/, with a fresh copy of the case's inputs; the
+# program is started there on the command file, with `--threads 1` or
+# `--threads 2` ahead of the case's own options. The estimators that work
+# pair by pair or triplet by triplet share their work among the threads,
+# and a run must not depend on how it was shared: the two runs must leave
+# the same files with the same bytes, and both must match expected/. A run
+# that leaves a file that expected/ does not hold fails as well.
 #
 # A case folder holds its inputs (one *.in command file and the files it
 # names), or a file `example` naming a folder of the repository (such as
 # examples/continuous) whose files are the inputs. Where an example folder
 # holds more than one command file, `example` names the one to run instead
-# (examples/continuous/short.in). Optional files: `args`
-# (command-line options, e.g. --seed 1), `stdin` (answers at the pause
+# (examples/continuous/labels.in). Optional files: `args` (command-line
+# options, e.g. --seed 1 for a random start), `stdin` (answers at the pause
 # prompt), and the folder expected/.
 #
-#   run_case.sh <velquorin binary> <case folder> <scratch folder>
+#   run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>
 #
-# With VELQUORIN_UPDATE_GOLDEN=1 the expected/ folder is rewritten from the run
-# instead; read every changed file before committing it.
+# With --update (what `make golden-update` passes) the expected/ folder is
+# rewritten from the run with one thread instead, and only when the two runs
+# agree; read every changed file before committing it. Without --update the
+# case folder is never written to.
 set -u
+update=0
+if [ "${1:-}" = --update ]; then
+  update=1
+  shift
+fi
+if [ $# -ne 3 ]; then
+  echo "usage: run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>" >&2
+  exit 2
+fi
+# The runs start in their scratch folders: every path is made absolute first.
+absolute() {
+  case $1 in
+    /*) echo "$1" ;;
+    *) echo "$PWD/$1" ;;
+  esac
+}
 binary=$1
-case_dir=$2
-work=$3
+[[ $binary == */* ]] && binary=$(absolute "$binary")
+case_dir=$(absolute "${2%/}")
+work=$(absolute "$3")
+thread_counts=(1 2)
 
-rm -rf "$work"
-mkdir -p "$work"
 input_dir=$case_dir
 command_name=
 if [ -f "$case_dir/example" ]; then
@@ -32,6 +58,10 @@ if [ -f "$case_dir/example" ]; then
     command_name=$(basename "$input_dir")
     input_dir=$(dirname "$input_dir")
   fi
+  if [ ! -d "$input_dir" ]; then
+    echo "no example folder $input_dir for $case_dir"
+    exit 1
+  fi
 fi
 # Only the files under version control are inputs, so that outputs left in an
 # example folder by a run by hand are not taken for inputs.
@@ -40,19 +70,11 @@ list_inputs() {
     (cd "$input_dir" && git ls-files --cached --others --exclude-standard .)
   else
     (cd "$input_dir" && find . -type f)
-  fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|\.gitignore\)$'
+  fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|\.gitignore\)$' |
+    sed -e 's|^\./||' -e 's|^|./|'
 }
-list_inputs | while read -r f; do
-  mkdir -p "$work/$(dirname "$f")"
-  cp "$input_dir/$f" "$work/$f"
-done
-inputs=$(cd "$work" && find . -type f | sort)
+inputs=$(list_inputs | sort)
 
-if [ -n "$command_name" ]; then
-  command_file=./$command_name
-else
-  command_file=$(cd "$work" && ls ./*.in | head -n 1)
-fi
 args=()
 if [ -f "$case_dir/args" ]; then
   read -r -a args < "$case_dir/args"
@@ -60,36 +82,105 @@ fi
 stdin_file=/dev/null
 [ -f "$case_dir/stdin" ] && stdin_file="$case_dir/stdin"
 
-(cd "$work" && "$binary" "${args[@]}" "$command_file" \
-   < "$stdin_file" > console.txt 2> stderr.txt)
-echo $? > "$work/status"
+# Runs the case with $1 threads in $2: the inputs are copied there, the run
+# leaves console.txt, stderr.txt and status beside its own files.
+run_once() {
+  local threads=$1 scratch=$2 command_file
+  rm -rf "$scratch"
+  mkdir -p "$scratch"
+  while read -r f; do
+    [ -n "$f" ] || continue
+    mkdir -p "$scratch/$(dirname "$f")"
+    cp "$input_dir/$f" "$scratch/$f"
+  done <<< "$inputs"
+  if [ -n "$command_name" ]; then
+    command_file=./$command_name
+  else
+    command_file=$(cd "$scratch" && ls ./*.in | head -n 1)
+  fi
+  (cd "$scratch" && "$binary" --threads "$threads" "${args[@]}" "$command_file" \
+     < "$stdin_file" > console.txt 2> stderr.txt)
+  echo $? > "$scratch/status"
+}
 
-if [ "${VELQUORIN_UPDATE_GOLDEN:-0}" = 1 ]; then
+# The files a run left beside its inputs, one ./name a line, sorted.
+list_outputs() {
+  (cd "$1" && find . -type f | sort) | grep -vxF -f <(echo "$inputs")
+}
+
+# Compares the files of folder $1 that $3 lists with those of folder $2;
+# prints what differs, and returns 1 if anything does.
+compare_folders() {
+  local expected=$1 actual=$2 listed=$3 differs=0
+  while read -r f; do
+    [ -n "$f" ] || continue
+    if [ ! -f "$actual/$f" ]; then
+      echo "missing output: $f"
+      differs=1
+    elif ! cmp -s "$expected/$f" "$actual/$f"; then
+      echo "differs: $f"
+      diff -u "$expected/$f" "$actual/$f" | head -n 40
+      differs=1
+    fi
+  done <<< "$listed"
+  return $differs
+}
+
+rm -rf "$work"
+for threads in "${thread_counts[@]}"; do
+  run_once "$threads" "$work/threads$threads"
+done
+
+# The runs with one and with two threads must agree on every file.
+first="$work/threads${thread_counts[0]}"
+status=0
+for threads in "${thread_counts[@]:1}"; do
+  other="$work/threads$threads"
+  if [ "$(list_outputs "$first")" != "$(list_outputs "$other")" ]; then
+    echo "the runs with --threads ${thread_counts[0]} and --threads $threads left different files:"
+    diff <(list_outputs "$first") <(list_outputs "$other")
+    status=1
+  fi
+  if ! compare_folders "$first" "$other" "$(list_outputs "$first")" > "$work/threads.diff"; then
+    echo "the runs with --threads ${thread_counts[0]} (---) and --threads $threads (+++) differ:"
+    cat "$work/threads.diff"
+    status=1
+  fi
+done
+
+if [ $update = 1 ]; then
+  if [ $status != 0 ]; then
+    echo "not updated: $case_dir (the run depends on the thread count)"
+    exit 1
+  fi
   rm -rf "$case_dir/expected"
   mkdir -p "$case_dir/expected"
-  (cd "$work" && find . -type f | sort) | while read -r f; do
-    if ! grep -qxF "$f" <<< "$inputs"; then
-      mkdir -p "$case_dir/expected/$(dirname "$f")"
-      cp "$work/$f" "$case_dir/expected/$f"
-    fi
+  list_outputs "$first" | while read -r f; do
+    mkdir -p "$case_dir/expected/$(dirname "$f")"
+    cp "$first/$f" "$case_dir/expected/$f"
   done
   echo "updated $case_dir/expected"
   exit 0
 fi
 
-status=0
 if [ ! -d "$case_dir/expected" ]; then
   echo "no expected/ folder in $case_dir"
   exit 1
 fi
-while read -r f; do
-  if [ ! -f "$work/$f" ]; then
-    echo "missing output: $f"
-    status=1
-  elif ! cmp -s "$case_dir/expected/$f" "$work/$f"; then
-    echo "differs: $f"
-    diff -u "$case_dir/expected/$f" "$work/$f" | head -n 40
+expected_files=$(cd "$case_dir/expected" && find . -type f | sort)
+for threads in "${thread_counts[@]}"; do
+  scratch="$work/threads$threads"
+  if ! compare_folders "$case_dir/expected" "$scratch" "$expected_files" \
+       > "$work/expected.diff"; then
+    echo "the run with --threads $threads (+++) differs from expected/ (---):"
+    cat "$work/expected.diff"
     status=1
   fi
-done < <(cd "$case_dir/expected" && find . -type f | sort)
+  unexpected=$(list_outputs "$scratch" | grep -vxF -f <(echo "$expected_files"))
+  if [ -n "$unexpected" ]; then
+    echo "the run with --threads $threads left files that expected/ does not hold:"
+    echo "$unexpected"
+    status=1
+  fi
+done
 exit $status
