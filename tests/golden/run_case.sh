@@ -63,15 +63,20 @@ if [ -f "$case_dir/example" ]; then
     exit 1
   fi
 fi
-# Only the files under version control are inputs, so that outputs left in an
-# example folder by a run by hand are not taken for inputs.
+expected_files=
+if [ -d "$case_dir/expected" ]; then
+  expected_files=$(cd "$case_dir/expected" && find . -type f | sort)
+fi
+# Only the files under version control (or not ignored by it) are inputs, and
+# none that expected/ holds, so that outputs left in an example folder by a
+# run by hand are not taken for inputs.
 list_inputs() {
   if git -C "$input_dir" rev-parse --is-inside-work-tree > /dev/null 2>&1; then
     (cd "$input_dir" && git ls-files --cached --others --exclude-standard .)
   else
     (cd "$input_dir" && find . -type f)
   fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|\.gitignore\)$' |
-    sed -e 's|^\./||' -e 's|^|./|'
+    sed -e 's|^\./||' -e 's|^|./|' | grep -vxF -f <(echo "$expected_files")
 }
 inputs=$(list_inputs | sort)
 
@@ -167,7 +172,6 @@ if [ ! -d "$case_dir/expected" ]; then
   echo "no expected/ folder in $case_dir"
   exit 1
 fi
-expected_files=$(cd "$case_dir/expected" && find . -type f | sort)
 for threads in "${thread_counts[@]}"; do
   scratch="$work/threads$threads"
   if ! compare_folders "$case_dir/expected" "$scratch" "$expected_files" \
