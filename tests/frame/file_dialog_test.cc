@@ -53,42 +53,30 @@ class FileDialog : public ::testing::Test {
   std::string file_;
 };
 
-TEST_F(FileDialog, ReturnsAnExistingFile) {
-  DialogOutcome outcome = Dialog("  " + file_ + "  \n");
-  EXPECT_FALSE(outcome.cancelled);
-  EXPECT_EQ(outcome.name, file_);
-  EXPECT_EQ(outcome.out, "Open: Select File for Unit 12\n");
-}
-
-TEST_F(FileDialog, EmptyAnswerThenYesEndsWithStatusOne) {
-  DialogOutcome outcome = Dialog("\ny\n");
-  EXPECT_TRUE(outcome.cancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(outcome.out, std::string("Open: Select File for Unit 12\n") + kCancelBox);
-}
-
-TEST_F(FileDialog, NoBringsTheDialogBack) {
-  DialogOutcome outcome = Dialog("\nno\n" + file_ + "\n");
-  EXPECT_FALSE(outcome.cancelled);
-  EXPECT_EQ(outcome.name, file_);
-  EXPECT_EQ(outcome.out,
-            std::string("Open: Select File for Unit 12\n") + kCancelBox +
-                "Open: Select File for Unit 12\n");
-}
-
-TEST_F(FileDialog, EndOfInputIsACancelAndAYes) {
-  DialogOutcome outcome = Dialog("");
-  EXPECT_TRUE(outcome.cancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  outcome = Dialog("\n");  // cancel, then nobody answers the box
-  EXPECT_TRUE(outcome.cancelled);
-}
-
-TEST_F(FileDialog, OtherAnswersAskTheQuestionAgain) {
-  DialogOutcome outcome = Dialog("\nmaybe\nY\n");
-  EXPECT_TRUE(outcome.cancelled);
-  EXPECT_EQ(outcome.out,
-            std::string("Open: Select File for Unit 12\n") + kCancelBox + "Terminate Program?\n");
+TEST_F(FileDialog, AnswersToThePromptAndToTheCancelBox) {
+  const std::string open = "Open: Select File for Unit 12\n";
+  // An empty answer or the end of the input cancels; at the box yes or the
+  // end of the input ends the run with status 1, no shows the dialog again,
+  // and any other answer asks the question again.
+  struct Case {
+    std::string input;
+    bool cancelled;
+    std::string out;
+  } cases[] = {
+      {"  " + file_ + "  \n", false, open},
+      {"\ny\n", true, open + kCancelBox},
+      {"\nno\n" + file_ + "\n", false, open + kCancelBox + open},
+      {"\nmaybe\nY\n", true, open + kCancelBox + "Terminate Program?\n"},
+      {"", true, open + kCancelBox},
+      {"\n", true, open + kCancelBox},
+  };
+  for (const Case& c : cases) {
+    DialogOutcome outcome = Dialog(c.input);
+    EXPECT_EQ(outcome.cancelled, c.cancelled) << c.input;
+    EXPECT_EQ(outcome.exit_code, c.cancelled ? 1 : 0) << c.input;
+    EXPECT_EQ(outcome.name, c.cancelled ? "" : file_) << c.input;
+    EXPECT_EQ(outcome.out, c.out) << c.input;
+  }
 }
 
 TEST_F(FileDialog, MissingFilesAndFoldersAreNotAccepted) {
@@ -122,11 +110,6 @@ TEST_F(FileDialog, OffATerminalNothingIsAsked) {
   EXPECT_TRUE(outcome.cancelled);
   EXPECT_EQ(outcome.exit_code, 1);
   EXPECT_EQ(outcome.out, kCancelBox);
-}
-
-TEST(ConsoleInput, NeverATerminalUnderCapture) {
-  ConsoleCapture capture;
-  EXPECT_FALSE(ConsoleInputIsTerminal());
 }
 
 }  // namespace

@@ -172,40 +172,36 @@ std::vector<int> Levels(const std::vector<std::string>& lines) {
   return levels;
 }
 
-TEST(DVHSTP, StepOfTheScale) {
+TEST(DVHSTP, StepAndLevelsOfTheScale) {
+  // One class holds `top`, every other class `rest`: the step, the top level
+  // and the last level of the body.
+  struct Case {
+    int bar;
+    double top, rest;
+    std::size_t rows;
+    int first, second, last;
+  } cases[] = {
+      {20, 50, 0, 50, 50, 49, 1},      // step 1 up to a spread of 50
+      {20, 100, 0, 50, 100, 98, 2},    // step trunc(2.98001) = 2
+      {20, 51, 0, 26, 52, 50, 2},      // 51 is odd with the step 2: top level 52
+      {3, 103, 0, 35, 104, 101, 2},    // step 3, 103 mod 3 = 1: top level 104
+      {0, 200, 40, 41, 200, 196, 40},  // step 4 over a large smallest count
+  };
+  for (const Case& c : cases) {
+    std::vector<double> counts(41, c.rest);
+    counts[c.bar] = c.top;
+    std::vector<int> levels = Levels(Histogram(counts));
+    ASSERT_EQ(levels.size(), c.rows) << c.top;
+    EXPECT_EQ(levels[0], c.first) << c.top;
+    EXPECT_EQ(levels[1], c.second) << c.top;
+    EXPECT_EQ(levels.back(), c.last) << c.top;
+  }
+  // The bar of 51 grows from level 50 down, not from the top level 52.
   std::vector<double> counts(41, 0.0);
-  counts[20] = 50;
-  std::vector<int> levels = Levels(Histogram(counts));
-  ASSERT_EQ(levels.size(), 50u);
-  EXPECT_EQ(levels.front(), 50);
-  EXPECT_EQ(levels.back(), 1);
-
-  counts[20] = 100;
-  levels = Levels(Histogram(counts));
-  ASSERT_EQ(levels.size(), 50u);
-  EXPECT_EQ(levels.front(), 100);
-  EXPECT_EQ(levels[1], 98);
-  EXPECT_EQ(levels.back(), 2);
-
-  // 51 is odd with the step 2: the top level is 52, and the bar of 51
-  // starts at level 50.
   counts[20] = 51;
   std::vector<std::string> lines = Histogram(counts);
-  levels = Levels(lines);
-  ASSERT_EQ(levels.size(), 26u);
-  EXPECT_EQ(levels.front(), 52);
-  EXPECT_EQ(levels.back(), 2);
   EXPECT_EQ(lines[3][2 * 21 + 10 - 1], ' ');
   EXPECT_EQ(lines[4][2 * 21 + 10 - 1], 'I');
-}
-
-TEST(DVHSTP, TopLevelNeedNotBeAMultipleOfTheStep) {
-  std::vector<double> counts(41, 0.0);
-  counts[3] = 103;  // step trunc(2.06 + 0.98001) = 3, 103 mod 3 = 1
-  std::vector<int> levels = Levels(Histogram(counts));
-  EXPECT_EQ(levels.front(), 104);
-  EXPECT_EQ(levels[1], 101);
-  EXPECT_EQ(levels.back(), 2);
 }
 
 TEST(DVHSTP, BodyEndsAtTheSmallestCount) {
@@ -213,24 +209,10 @@ TEST(DVHSTP, BodyEndsAtTheSmallestCount) {
   std::vector<double> counts(41, 2.0);
   counts[10] = 4;
   std::vector<std::string> lines = Histogram(counts);
-  std::vector<int> levels = Levels(lines);
-  std::vector<int> expected = {4, 3, 2};
-  EXPECT_EQ(levels, expected);
-  EXPECT_EQ(
-      lines[5], "     2  * " + [] {
-        std::string bars;
-        for (int k = 0; k < 41; ++k) bars += " I";
-        return bars;
-      }() + "   *");
-
-  // A large spread over a large smallest count: the step stays above 1 and
-  // the levels run down to the first one at or below the smallest count.
-  counts.assign(41, 40.0);
-  counts[0] = 200;  // step trunc(4 + 0.98001) = 4
-  levels = Levels(Histogram(counts));
-  EXPECT_EQ(levels.front(), 200);
-  EXPECT_EQ(levels[1], 196);
-  EXPECT_EQ(levels.back(), 40);
+  EXPECT_EQ(Levels(lines), (std::vector<int>{4, 3, 2}));
+  std::string bars;
+  for (int k = 0; k < 41; ++k) bars += " I";
+  EXPECT_EQ(lines[5], "     2  * " + bars + "   *");
 }
 
 TEST(DVHSTP, ClassNumbersUnderTheirBars) {

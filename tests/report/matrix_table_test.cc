@@ -14,20 +14,19 @@ namespace {
 
 // Runs X04CBF on `a` and returns the lines it wrote.
 struct Table {
-  Matrix a;
+  Matrix a = {};
   std::string format = "F8.3";
-  std::string title;
+  std::string title = "";
   char labrow = 'I';
-  std::vector<std::string> rlabs;
+  std::vector<std::string> rlabs = {};
   char labcol = 'I';
-  std::vector<std::string> clabs;
+  std::vector<std::string> clabs = {};
   int ncols = 130;
   int indent = 0;
 
-  std::vector<std::string> Print() const {
-    OutputFile out;
+  // Prints the table on `out` with the failure protocol `ifail`.
+  void Run(int& ifail, OutputFile& out) const {
     out.OpenInMemory(11);
-    int ifail = 0;
     X04CBF('G',
            'N',
            a.rows,
@@ -44,6 +43,11 @@ struct Table {
            indent,
            ifail,
            out);
+  }
+  std::vector<std::string> Print() const {
+    OutputFile out;
+    int ifail = 0;
+    Run(ifail, out);
     EXPECT_EQ(ifail, 0);
     std::vector<std::string> lines;
     std::string text = out.Text();
@@ -56,6 +60,15 @@ struct Table {
   }
 };
 
+// A matrix from its rows.
+Matrix FromRows(const std::vector<std::vector<double>>& rows) {
+  Matrix a(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
+  for (int i = 0; i < a.rows; ++i) {
+    for (int j = 0; j < a.cols; ++j) a(i, j) = rows[i][j];
+  }
+  return a;
+}
+
 Matrix Filled(int rows, int cols) {
   Matrix a(rows, cols);
   for (int j = 0; j < cols; ++j) {
@@ -64,26 +77,53 @@ Matrix Filled(int rows, int cols) {
   return a;
 }
 
-TEST(X04CBF, InterFactorCorrelations) {
-  Table t;
-  t.a = Matrix(2, 2);
-  t.a(0, 0) = t.a(1, 1) = 1.0;
-  t.a(0, 1) = t.a(1, 0) = 0.312;
-  t.title = "PROMAX: Inter-factor Correlations";
-  std::vector<std::string> expected = {
-      " PROMAX: Inter-factor Correlations",
-      "          1       2",
-      " 1    1.000   0.312",
-      " 2    0.312   1.000",
+// Small tables printed whole: the layout example of the inter-factor
+// correlations, label and title rules, empty matrices and edit descriptors.
+TEST(X04CBF, SmallTablesWhole) {
+  const std::string fs_title = "Correlations of Factors with Factor Score Estimates";
+  const std::string blank(15, ' ');
+  struct Case {
+    Table t;
+    std::string text;
+  } cases[] = {
+      {{FromRows({{1.0, 0.312}, {0.312, 1.0}}), "F8.3", "PROMAX: Inter-factor Correlations"},
+       " PROMAX: Inter-factor Correlations\n"
+       "          1       2\n"
+       " 1    1.000   0.312\n"
+       " 2    0.312   1.000\n"},
+      // Column labels: the first 8 characters, right edge on R + 1 + 8 = 10.
+      {{Filled(1, 2), "F8.3", "", 'N', {}, 'C', {"LONGLABEL_ABCDE", "  "}},
+       "  LONGLABE\n     1.010   1.020\n"},
+      // A blank row label takes two positions, one further than no label.
+      {{Matrix(1, 2, 0.95), "F8.3", fs_title, 'C', {blank}},
+       " " + fs_title + "\n          1       2\n      0.950   0.950\n"},
+      {{Matrix(1, 2, 0.95), "F8.3", fs_title, 'N'},
+       " " + fs_title + "\n         1       2\n     0.950   0.950\n"},
+      // Titles wrap in pieces of W - 1; a blank title prints no line.
+      {{Filled(1, 1), "F8.3", "ABCDEFGHIJKLMNOPQRSTUVW   ", 'I', {}, 'I', {}, 12},
+       " ABCDEFGHIJK\n LMNOPQRSTUV\n W\n          1\n 1    1.010\n"},
+      {{Filled(1, 1), "F8.3", "ABCDEFGHIJKLMNOPQRSTUV", 'I', {}, 'I', {}, 12},
+       " ABCDEFGHIJK\n LMNOPQRSTUV\n          1\n 1    1.010\n"},
+      {{Filled(1, 1), "F8.3", "      ", 'I', {}, 'I', {}, 12}, "          1\n 1    1.010\n"},
+      {{Filled(1, 1), "F8.3", "AB", 'I', {}, 'I', {}, 130, 3},
+       "    AB\n             1\n    1    1.010\n"},
+      {{Matrix(0, 3), "F8.3", "Unrotated Factor Loadings"}, " Unrotated Factor Loadings\n"},
+      {{Matrix(4, 0), "F8.3", "Unrotated Factor Loadings"}, " Unrotated Factor Loadings\n"},
+      // No minus on a zero, asterisks when too wide, halves away from zero.
+      {{FromRows({{-0.0001, -0.312, 12345.0, 2.5}}), "F8.3", "", 'N', {}, 'N'},
+       "     0.000  -0.312********   2.500\n"},
+      {{Matrix(1, 1, 1.5), "F10.3", "", 'N', {}, 'N'}, "       1.500\n"},
+      {{Matrix(1, 1, 1.5), "F8.2", "", 'N', {}, 'N'}, "      1.50\n"},
   };
-  EXPECT_EQ(t.Print(), expected);
+  for (const Case& c : cases) {
+    std::string text;
+    for (const std::string& line : c.t.Print()) text += line + "\n";
+    EXPECT_EQ(text, c.text);
+  }
 }
 
 TEST(X04CBF, FifteenCharacterLabelsGiveFourteenColumnsABlock) {
-  Table t;
-  t.a = Filled(2, 15);
-  t.labrow = 'C';
-  t.rlabs = {"ABCDEFGHIJKLMNO", "   short  "};
+  Table t{Filled(2, 15), "F8.3", "", 'C', {"ABCDEFGHIJKLMNO", "   short  "}};
   std::vector<std::string> lines = t.Print();
   // R = 16: the label in positions 2 to 16, position 17 blank, the first
   // field in positions 18 to 25; 14 columns in the first block.
@@ -101,36 +141,52 @@ TEST(X04CBF, FifteenCharacterLabelsGiveFourteenColumnsABlock) {
   EXPECT_EQ(lines[6], "           short    2.150");
 }
 
-TEST(X04CBF, RowNumbersBelowHundredGiveFifteenColumns) {
-  Table t;
-  t.a = Filled(10, 16);
+TEST(X04CBF, RowNumberWidthsAndBlocks) {
+  // p = 9 takes two positions, p = 10 three.
+  Table t{Filled(9, 1)};
   std::vector<std::string> lines = t.Print();
+  EXPECT_EQ(lines[0], "          1");
+  EXPECT_EQ(lines[9], " 9    9.010");
+  t.a = Filled(10, 16);
+  lines = t.Print();
   ASSERT_EQ(lines.size(), 11u + 1u + 11u);
+  EXPECT_EQ(lines[0].substr(0, 12), "           1");
   EXPECT_EQ(lines[1].size(), 3u + 1u + 15u * 8u);  // R = 3, C = 15
   EXPECT_EQ(lines[0].substr(lines[0].size() - 2), "15");
+  EXPECT_EQ(lines[10].substr(0, 12), " 10   10.010");
   EXPECT_EQ(lines[11], " ");
   EXPECT_EQ(lines[12], "          16");
   EXPECT_EQ(lines[22], " 10   10.160");
+
+  // N = C gives one block; N = C + 1 a second block of one column.
+  t = Table{Filled(1, 15), "F8.3", "", 'N'};
+  t.ncols = 3 + 15 * 8;  // C = (123 - 1 - 1) / 8 = 15
+  EXPECT_EQ(t.Print().size(), 2u);
+  t.a = Filled(1, 16);
+  lines = t.Print();
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_EQ(lines[2], " ");
+  EXPECT_EQ(lines[3], "        16");
+  EXPECT_EQ(lines[4], "     1.160");
 }
 
 TEST(X04CBF, CorrelationMatrixWidths) {
   // W = 110, F8.3, row numbers: 13 columns a block.
-  Table narrow;
-  narrow.a = Filled(20, 14);
-  narrow.ncols = 110;
+  Table narrow{Filled(20, 14), "F8.3", "", 'I', {}, 'I', {}, 110};
   std::vector<std::string> lines = narrow.Print();
   EXPECT_EQ(lines[1].size(), 3u + 1u + 13u * 8u);
   EXPECT_EQ(lines[21], " ");
   EXPECT_EQ(lines[22], "          14");
 
   // W = 110, F15.3, 15-character labels on rows and columns: 6 a block.
-  Table wide;
-  wide.a = Filled(2, 7);
-  wide.format = "F15.3";
-  wide.ncols = 110;
-  wide.labrow = wide.labcol = 'C';
-  wide.rlabs = {"FIRST_ITEM_NAME", "SECOND"};
-  wide.clabs = {"C1", "C2", "C3", "C4", "C5", "   C6   ", "SEVENTH_ITEM_XY"};
+  Table wide{Filled(2, 7),
+             "F15.3",
+             "",
+             'C',
+             {"FIRST_ITEM_NAME", "SECOND"},
+             'C',
+             {"C1", "C2", "C3", "C4", "C5", "   C6   ", "SEVENTH_ITEM_XY"},
+             110};
   lines = wide.Print();
   ASSERT_EQ(lines.size(), 7u);
   EXPECT_EQ(lines[0],
@@ -144,57 +200,8 @@ TEST(X04CBF, CorrelationMatrixWidths) {
   EXPECT_EQ(lines[6], "          SECOND" + Blanks(11) + "2.070");
 }
 
-TEST(X04CBF, ColumnLabelsAreCutToTheFieldWidth) {
-  Table t;
-  t.a = Filled(1, 2);
-  t.labrow = 'N';
-  t.labcol = 'C';
-  t.clabs = {"LONGLABEL_ABCDE", "  "};
-  std::vector<std::string> lines = t.Print();
-  ASSERT_EQ(lines.size(), 2u);
-  // The first 8 characters, right edge on position R + 1 + 8 = 10.
-  EXPECT_EQ(lines[0], "  LONGLABE");
-  EXPECT_EQ(lines[1], "     1.010   1.020");
-}
-
-TEST(X04CBF, NineRowsTakeTwoPositionsTenTakeThree) {
-  Table nine;
-  nine.a = Filled(9, 1);
-  std::vector<std::string> lines = nine.Print();
-  EXPECT_EQ(lines[0], "          1");
-  EXPECT_EQ(lines[9], " 9    9.010");
-
-  Table ten;
-  ten.a = Filled(10, 1);
-  lines = ten.Print();
-  EXPECT_EQ(lines[0], "           1");
-  EXPECT_EQ(lines[1], "  1    1.010");
-  EXPECT_EQ(lines[10], " 10   10.010");
-}
-
-TEST(X04CBF, BlankLabelTakesTwoPositions) {
-  // The table of correlations of factors with their estimates.
-  Table t;
-  t.a = Matrix(1, 2, 0.95);
-  t.labrow = 'C';
-  t.rlabs = {std::string(15, ' ')};
-  t.title = "Correlations of Factors with Factor Score Estimates";
-  std::vector<std::string> lines = t.Print();
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[1], "          1       2");
-  EXPECT_EQ(lines[2], "      0.950   0.950");
-
-  Table none = t;
-  none.labrow = 'N';
-  lines = none.Print();
-  EXPECT_EQ(lines[2], "     0.950   0.950");
-}
-
 TEST(X04CBF, LabelWidthIsThatOfTheWholeTable) {
-  Table t;
-  t.a = Filled(2, 16);
-  t.labrow = 'C';
-  t.rlabs = {"A", "LONGER"};
+  Table t{Filled(2, 16), "F8.3", "", 'C', {"A", "LONGER"}};
   std::vector<std::string> lines = t.Print();
   // R = 7 in both blocks: C = (130 - 8) / 8 = 15.
   ASSERT_EQ(lines.size(), 7u);
@@ -203,85 +210,12 @@ TEST(X04CBF, LabelWidthIsThatOfTheWholeTable) {
   EXPECT_EQ(lines[6], " LONGER    2.160");
 }
 
-TEST(X04CBF, ExactBlockAndOneMore) {
-  Table exact;
-  exact.a = Filled(1, 15);
-  exact.labrow = 'N';
-  exact.ncols = 3 + 15 * 8;  // C = (123 - 1 - 1) / 8 = 15
-  std::vector<std::string> lines = exact.Print();
-  ASSERT_EQ(lines.size(), 2u);
-
-  Table more = exact;
-  more.a = Filled(1, 16);
-  lines = more.Print();
-  ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(lines[2], " ");
-  EXPECT_EQ(lines[3], "        16");
-  EXPECT_EQ(lines[4], "     1.160");
-}
-
-TEST(X04CBF, LongTitleWrapsAndBlankTitlePrintsNothing) {
-  Table t;
-  t.a = Filled(1, 1);
-  t.ncols = 12;  // pieces of 11 characters
-  t.title = "ABCDEFGHIJKLMNOPQRSTUVW   ";
-  std::vector<std::string> lines = t.Print();
-  ASSERT_EQ(lines.size(), 5u);
-  EXPECT_EQ(lines[0], " ABCDEFGHIJK");
-  EXPECT_EQ(lines[1], " LMNOPQRSTUV");
-  EXPECT_EQ(lines[2], " W");
-
-  t.title = "ABCDEFGHIJKLMNOPQRSTUV";  // exactly two pieces
-  EXPECT_EQ(t.Print().size(), 4u);
-
-  t.title = "      ";
-  lines = t.Print();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], "          1");
-
-  t.title = "AB";
-  t.ncols = 130;
-  t.indent = 3;
-  lines = t.Print();
-  EXPECT_EQ(lines[0], "    AB");
-  EXPECT_EQ(lines[1], "             1");
-  EXPECT_EQ(lines[2], "    1    1.010");
-}
-
-TEST(X04CBF, EmptyMatrixPrintsTheTitleOnly) {
-  Table t;
-  t.title = "Unrotated Factor Loadings";
-  t.a = Matrix(0, 3);
-  std::vector<std::string> expected = {" Unrotated Factor Loadings"};
-  EXPECT_EQ(t.Print(), expected);
-  t.a = Matrix(4, 0);
-  EXPECT_EQ(t.Print(), expected);
-}
-
 TEST(X04CBF, NarrowPageIsFailureSeven) {
   ConsoleCapture capture;
+  Table t{Filled(2, 2), "F8.3", "A title", 'C', {"ABCDEFGHIJKLMNO", "B"}, 'I', {}, 24};
   OutputFile out;
-  out.OpenInMemory(11);
-  Matrix a = Filled(2, 2);
-  std::vector<std::string> labels = {"ABCDEFGHIJKLMNO", "B"};
   int ifail = 0;
-  EXPECT_THROW(X04CBF('G',
-                      'N',
-                      2,
-                      2,
-                      a.data(),
-                      2,
-                      "F8.3",
-                      "A title",
-                      'C',
-                      &labels,
-                      'I',
-                      nullptr,
-                      24,
-                      0,
-                      ifail,
-                      out),
-               RunStopped);
+  EXPECT_THROW(t.Run(ifail, out), RunStopped);
   EXPECT_EQ(out.Text(), "");
   EXPECT_EQ(capture.Out(),
             "** ABNORMAL EXIT from NAG Library routine X04CBF: IFAIL =     7\n"
@@ -291,59 +225,33 @@ TEST(X04CBF, NarrowPageIsFailureSeven) {
             "Stop - Program terminated.\n"
             "Program Terminated with exit code 0\n");
 
-  // One position wider is enough: 25 - 16 - 1 = 8.
-  out.OpenInMemory(11);
-  X04CBF('G', 'N', 2, 2, a.data(), 2, "F8.3", "", 'C', &labels, 'N', nullptr, 25, 0, ifail, out);
-  EXPECT_EQ(ifail, 0);
-  EXPECT_EQ(out.Text(),
-            " ABCDEFGHIJKLMNO    1.010\n               B    2.010\n \n"
-            " ABCDEFGHIJKLMNO    1.020\n               B    2.020\n");
-}
-
-TEST(X04CBF, QuietFailureReturnsSeven) {
-  ConsoleCapture capture;
-  OutputFile out;
-  out.OpenInMemory(11);
-  Matrix a = Filled(1, 1);
-  int ifail = 1;
-  X04CBF('G', 'N', 1, 1, a.data(), 1, "F8.3", "T", 'I', nullptr, 'I', nullptr, 9, 0, ifail, out);
+  // Quiet: failure 7 comes back, and nothing is printed anywhere.
+  ifail = 1;
+  t.Run(ifail, out);
   EXPECT_EQ(ifail, 7);
-  EXPECT_EQ(capture.Out(), "");
   EXPECT_EQ(out.Text(), "");
+
+  // One position wider is enough: 25 - 16 - 1 = 8.
+  t.title = "";
+  t.labcol = 'N';
+  t.ncols = 25;
+  std::vector<std::string> expected = {" ABCDEFGHIJKLMNO    1.010",
+                                       "               B    2.010",
+                                       " ",
+                                       " ABCDEFGHIJKLMNO    1.020",
+                                       "               B    2.020"};
+  EXPECT_EQ(t.Print(), expected);
 }
 
 TEST(X04CBF, PageWidthsOutsideTheRangeTakeEighty) {
   for (int ncols : {0, -5, 133, 500}) {
-    Table t;
-    t.a = Filled(1, 12);
-    t.labrow = 'N';
-    t.ncols = ncols;
+    Table t{Filled(1, 12), "F8.3", "", 'N', {}, 'I', {}, ncols};
     std::vector<std::string> lines = t.Print();
     // (80 - 1 - 1) / 8 = 9 columns, and every value is there.
     ASSERT_EQ(lines.size(), 5u) << ncols;
     EXPECT_EQ(lines[1].size(), 2u + 9u * 8u);
     EXPECT_EQ(lines[4], "     1.100   1.110   1.120");
   }
-}
-
-TEST(X04CBF, ValuesFollowTheEditDescriptor) {
-  Table t;
-  t.a = Matrix(1, 4);
-  t.a(0, 0) = -0.0001;
-  t.a(0, 1) = -0.312;
-  t.a(0, 2) = 12345.0;
-  t.a(0, 3) = 2.5;
-  t.labrow = 'N';
-  t.labcol = 'N';
-  std::vector<std::string> expected = {"     0.000  -0.312********   2.500"};
-  EXPECT_EQ(t.Print(), expected);
-  t.format = "F10.3";
-  t.a = Matrix(1, 1, 1.5);
-  expected = {"       1.500"};
-  EXPECT_EQ(t.Print(), expected);
-  t.format = "F8.2";
-  expected = {"      1.50"};
-  EXPECT_EQ(t.Print(), expected);
 }
 
 TEST(WriteTrimmedRecord, DropsTrailingBlanksKeepsOne) {

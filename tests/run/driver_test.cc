@@ -21,8 +21,6 @@ namespace vq {
 namespace {
 
 using testing::Col;
-using testing::kPauseLine;
-using testing::kStopLines;
 using testing::PauseFault;
 
 struct RunOutcome {
@@ -78,79 +76,15 @@ class Driver : public ::testing::Test {
     return last == std::string::npos ? out : out.substr(last + border.size());
   }
 
+  // Runs the command file `text`, written as "run.in".
+  RunOutcome RunText(const std::string& text) {
+    WriteFile("run.in", text);
+    return Run("run.in");
+  }
+
   std::string folder_;
   std::filesystem::path previous_;
 };
-
-TEST_F(Driver, MissingCommandFileEndsWithStatusOne) {
-  RunOutcome outcome = Run("nothing.in");
-  EXPECT_TRUE(outcome.stopped);
-  EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(AfterBanner(outcome.out), "Command file not found: nothing.in\n");
-}
-
-TEST_F(Driver, ACommandFileThatIsAPipeIsRefusedBeforeItIsOpened) {
-  ASSERT_EQ(mkfifo("pipe.in", 0600), 0);
-  RunOutcome outcome = Run("pipe.in");
-  EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(AfterBanner(outcome.out), "Command file is not a plain file: pipe.in\n");
-}
-
-TEST_F(Driver, WithoutCommandFileOffATerminalTheDialogIsCancelled) {
-  RunOutcome outcome = Run("");
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(AfterBanner(outcome.out), "A File Must be Selected\nTerminate Program?\n");
-}
-
-TEST_F(Driver, BannerFirstThenTheParseFault) {
-  WriteFile("fault.in",
-            ">TITLE: t\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n>METRIC: XX COR NO\n");
-  RunOutcome outcome = Run("fault.in");
-  EXPECT_TRUE(outcome.stopped);
-  EXPECT_EQ(outcome.out.substr(0, 8), std::string(8, '\n'));
-  EXPECT_EQ(AfterBanner(outcome.out),
-            PauseFault(30, "FATAL ERROR: Unrecognized keyword on >METRIC: line"));
-  EXPECT_FALSE(std::filesystem::exists("r.out"));  // the report opens after ">FORMAT:"
-}
-
-TEST_F(Driver, ATruncatedCommandFileIsASevereErrorOnStream12) {
-  WriteFile("cut.in", ">TITLE: t\n>DATA: c.dat 3");
-  RunOutcome outcome = Run("cut.in");
-  EXPECT_EQ(outcome.kind, RunStopped::Kind::kSevere);
-  EXPECT_EQ(outcome.exit_code, 24);
-  EXPECT_EQ(outcome.err.rfind("severe (24): end-of-file during read, unit 12, file ", 0), 0u)
-      << outcome.err;
-}
-
-const char kCorrelationRun[] =
-    ">TITLE: t\n>DATA: c.dat %d 100\n>OUTFILE: r.out SHORT\n>METRIC: CO COR NO\n"
-    ">MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n>SCORE: NOSCORE\n>PLOT: NONE\n"
-    ">FORMAT: (F4.0)\n";
-
-std::string CorrelationRun(int p) {
-  char text[512];
-  std::snprintf(text, sizeof text, kCorrelationRun, p);
-  return text;
-}
-
-TEST_F(Driver, NoVariablesIsStoppedBeforeAnyArray) {
-  WriteFile("none.in", CorrelationRun(0));
-  RunOutcome outcome = Run("none.in");
-  EXPECT_EQ(AfterBanner(outcome.out),
-            PauseFault(30, "FATAL ERROR: Number of variables on >DATA: line must be at least 1"));
-  // The report was opened after ">FORMAT:" and has no head.
-  EXPECT_TRUE(std::filesystem::exists("r.out"));
-  EXPECT_EQ(std::filesystem::file_size("r.out"), 0u);
-}
-
-TEST_F(Driver, ArraysBeyondTheMachinesMemoryAreStopped) {
-  WriteFile("huge.in", CorrelationRun(2000000000));
-  RunOutcome outcome = Run("huge.in");
-  EXPECT_EQ(AfterBanner(outcome.out),
-            PauseFault(30, "FATAL ERROR: Not enough memory for the arrays of this run"));
-}
 
 std::string ReadWhole(const std::string& name) {
   std::ifstream in(name, std::ios::binary);
@@ -159,76 +93,77 @@ std::string ReadWhole(const std::string& name) {
   return text.str();
 }
 
+// A command file on the given matrix c.dat of 3 variables, with the
+// >METRIC: and >MODEL: fields given, the data line and more lines behind
+// >FORMAT: as asked.
+std::string Command(const std::string& metric,
+                    const std::string& model,
+                    const std::string& data = "c.dat 3 100",
+                    const std::string& behind = "") {
+  return ">TITLE: t\n>DATA: " + data + "\n>OUTFILE: r.out SHORT\n>METRIC: " + metric +
+         "\n>MODEL: " + model + "\n>ROTATE: VARIMAX\n>SCORE: NOSCORE\n>PLOT: NONE\n" +
+         ">FORMAT: (F4.0)\n" + behind;
+}
+
 const char kIdentity3[] = "1 0 0\n0 1 0\n0 0 1\n";
 
-TEST_F(Driver, CorrelationMatrixOnlyEndsNormallyWithTheHead) {
+TEST_F(Driver, CommandFilesThatCannotBeRead) {
+  ASSERT_EQ(mkfifo("pipe.in", 0600), 0);
+  const std::pair<std::string, std::string> cases[] = {
+      {"nothing.in", "Command file not found: nothing.in\n"},
+      {"pipe.in", "Command file is not a plain file: pipe.in\n"},
+      // Without a name, off a terminal, the dialog is cancelled.
+      {"", "A File Must be Selected\nTerminate Program?\n"},
+  };
+  for (const auto& [name, message] : cases) {
+    RunOutcome outcome = Run(name);
+    EXPECT_EQ(outcome.kind, RunStopped::Kind::kCancelled) << name;
+    EXPECT_EQ(outcome.exit_code, 1) << name;
+    EXPECT_EQ(AfterBanner(outcome.out), message);
+  }
+}
+
+TEST_F(Driver, BannerFirstThenTheParseFault) {
+  RunOutcome outcome = RunText(Command("XX COR NO", ""));
+  EXPECT_TRUE(outcome.stopped);
+  EXPECT_EQ(outcome.out.substr(0, 8), std::string(8, '\n'));
+  EXPECT_EQ(AfterBanner(outcome.out),
+            PauseFault(30, "FATAL ERROR: Unrecognized keyword on >METRIC: line"));
+  EXPECT_FALSE(std::filesystem::exists("r.out"));  // the report opens after ">FORMAT:"
+
+  outcome = RunText(">TITLE: t\n>DATA: c.dat 3");
+  EXPECT_EQ(outcome.exit_code, 24);
+  EXPECT_EQ(outcome.err.rfind("severe (24): end-of-file during read, unit 12, file ", 0), 0u)
+      << outcome.err;
+}
+
+TEST_F(Driver, CountsThatGiveNoArrays) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"c.dat 0 100", "FATAL ERROR: Number of variables on >DATA: line must be at least 1"},
+      {"c.dat 2000000000 100", "FATAL ERROR: Not enough memory for the arrays of this run"},
+  };
+  for (const auto& [data, message] : cases) {
+    RunOutcome outcome = RunText(Command("CO COR NO", "PFA 2 NOLABELS NOSORT", data));
+    EXPECT_EQ(AfterBanner(outcome.out), PauseFault(30, message));
+    // The report was opened after ">FORMAT:" and has no head.
+    EXPECT_EQ(ReadWhole("r.out"), "");
+  }
+}
+
+TEST_F(Driver, CorrelationMatrixOnlyAndNoFactorsEndNormallyWithoutAModelLine) {
   WriteFile("c.dat", kIdentity3);
-  WriteFile("cmt.in",
-            ">TITLE: matrix only\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: DI COR NO\n>MODEL: CMT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
-  RunOutcome outcome = Run("cmt.in");
-  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
-  EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Correlations") + Col(30, "Finished"));
-  const std::string report = ReadWhole("r.out");
-  EXPECT_NE(report.find(std::string(34, ' ') + "Velquorin 2.0 \n"), std::string::npos);
-  EXPECT_NE(report.find(PadRight(">FORMAT: (F4.0)", 200) + "\n"), std::string::npos);
-  EXPECT_EQ(report.find("Model ="), std::string::npos);
-  EXPECT_NE(report.find("The rotation is: Varimax"), std::string::npos);
-}
-
-TEST_F(Driver, LongPrintsTheCorrelationMatrixAfterTheHead) {
-  WriteFile("c.dat", "1 .5 0\n.5 1 0\n0 0 1\n");
-  WriteFile("long.in",
-            ">TITLE: long\n>DATA: c.dat 3 100\n>OUTFILE: r.out LONG\n"
-            ">METRIC: CO COR NO\n>MODEL: CMT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
-  RunOutcome outcome = Run("long.in");
-  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
-  const std::string table =
-      "Hyperplane width = 0.200\n\n\n"
-      " CORRELATION MATRIX\n"
-      "          1       2       3\n"
-      " 1    1.000   0.500   0.000\n"
-      " 2    0.500   1.000   0.000\n"
-      " 3    0.000   0.000   1.000\n";
-  const std::string report = ReadWhole("r.out");
-  ASSERT_GE(report.size(), table.size());
-  EXPECT_EQ(report.substr(report.size() - table.size()), table);
-}
-
-TEST_F(Driver, LongWithLabelsUsesThemOnBothSides) {
-  WriteFile("c.dat", "1 .5\n.5 1\n");
-  WriteFile("long.in",
-            ">TITLE: long\n>DATA: c.dat 2 100\n>OUTFILE: r.out LONG\n"
-            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABELS: first second\n");
-  RunOutcome outcome = Run("long.in");
-  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
-  // Labels of up to 6 characters: R = 7, fields of F15.3 in positions 9-23
-  // and 24-38, column labels ending on their right edges.
-  const std::string table =
-      " CORRELATION MATRIX\n"
-      "                  first         second\n"
-      "  first           1.000          0.500\n"
-      " second           0.500          1.000\n";
-  const std::string report = ReadWhole("r.out");
-  ASSERT_GE(report.size(), table.size());
-  EXPECT_EQ(report.substr(report.size() - table.size()), table);
-}
-
-TEST_F(Driver, NoFactorsEndsNormallyWithoutAModelLine) {
-  WriteFile("c.dat", kIdentity3);
-  WriteFile("m0.in",
-            ">TITLE: no factors\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: OR COR NO\n>MODEL: PCA 0 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
-  RunOutcome outcome = Run("m0.in");
-  EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
-  EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Correlations") + Col(30, "Finished"));
-  const std::string report = ReadWhole("r.out");
-  EXPECT_EQ(report.find("Model ="), std::string::npos);
-  EXPECT_NE(report.find("Number of factors =   0\n"), std::string::npos);
+  const std::pair<std::string, std::string> cases[] = {{"DI COR NO", "CMT 2 NOLABELS NOSORT"},
+                                                       {"OR COR NO", "PCA 0 NOLABELS NOSORT"}};
+  for (const auto& [metric, model] : cases) {
+    RunOutcome outcome = RunText(Command(metric, model));
+    EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
+    EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Correlations") + Col(30, "Finished"));
+    const std::string report = ReadWhole("r.out");
+    EXPECT_NE(report.find(std::string(34, ' ') + "Velquorin 2.0 \n"), std::string::npos);
+    EXPECT_NE(report.find(PadRight(">FORMAT: (F4.0)", 200) + "\n"), std::string::npos);
+    EXPECT_EQ(report.find("Model ="), std::string::npos) << model;
+    EXPECT_NE(report.find("The rotation is: Varimax"), std::string::npos);
+  }
 }
 
 // The line of the report that counts the passes of the communality iteration.
@@ -261,28 +196,19 @@ TEST_F(Driver, AnUnknownModelWordIteratesAsPrincipalFactorsWithoutAConsoleLine) 
   EXPECT_EQ(report.find("Model ="), std::string::npos);
 }
 
-TEST_F(Driver, LabelsFaultAfterTheCorrelationsLeavesAReportWithoutHead) {
+TEST_F(Driver, LabelsLine) {
   WriteFile("c.dat", kIdentity3);
-  WriteFile("lab.in",
-            ">TITLE: labels\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABEL: a b c\n");
-  RunOutcome outcome = Run("lab.in");
-  EXPECT_TRUE(outcome.stopped);
+  // A fault comes to light after the correlations and leaves a report
+  // without a head.
+  RunOutcome outcome =
+      RunText(Command("CO COR NO", "CMT 2 LABELS NOSORT", "c.dat 3 100", ">LABEL: a b c\n"));
   EXPECT_EQ(
       AfterBanner(outcome.out),
       Col(30, "Reading Correlations") + PauseFault(30, "FATAL ERROR: Keyword  >LABELS:   missing"));
-  EXPECT_TRUE(std::filesystem::exists("r.out"));
-  EXPECT_EQ(std::filesystem::file_size("r.out"), 0u);
-}
-
-TEST_F(Driver, LabelsAreReadAndListedAsTheirFixedLine) {
-  WriteFile("c.dat", kIdentity3);
-  WriteFile("lab.in",
-            ">TITLE: labels\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: CO COR NO\n>MODEL: CMT 2 LABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n>LABELS: a b\n c\n");
-  RunOutcome outcome = Run("lab.in");
+  EXPECT_EQ(ReadWhole("r.out"), "");
+  // Labels are read over lines and listed as their fixed line.
+  outcome =
+      RunText(Command("CO COR NO", "CMT 2 LABELS NOSORT", "c.dat 3 100", ">LABELS: a b\n c\n"));
   EXPECT_FALSE(outcome.stopped) << outcome.out << outcome.err;
   const std::string report = ReadWhole("r.out");
   EXPECT_NE(report.find("\n>LABELS: Label names . . . \n"), std::string::npos);
@@ -290,18 +216,10 @@ TEST_F(Driver, LabelsAreReadAndListedAsTheirFixedLine) {
 }
 
 TEST_F(Driver, GivenMatrixFilesThatAreMissing) {
-  WriteFile("di.in",
-            ">TITLE: t\n>DATA: missing.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: DI COR NO\n>MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0)\n");
-  RunOutcome outcome = Run("di.in");
+  RunOutcome outcome = RunText(Command("DI COR NO", "PFA 2 NOLABELS NOSORT", "missing.dat 3 100"));
   EXPECT_EQ(AfterBanner(outcome.out),
             "\n" + PauseFault(27, "FATAL ERROR! Input correlation matrix not found"));
-  WriteFile("rot.in",
-            ">TITLE: t\n>DATA: missing.dat 3 100\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: CO FLD1 NO\n>MODEL: ROT 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (2F4.0)\n");
-  outcome = Run("rot.in");
+  outcome = RunText(Command("CO FLD1 NO", "ROT 2 NOLABELS NOSORT", "missing.dat 3 100"));
   EXPECT_EQ(AfterBanner(outcome.out),
             "\n" + PauseFault(27, "FATAL ERROR! Factor Pattern file not found"));
 }
@@ -312,8 +230,8 @@ TEST_F(Driver, AReportNamedLikeAnInputFileIsRefusedAndTheInputKept) {
   const std::string rest =
       " SHORT\n>METRIC: OR RAW NO\n>MODEL: PFA 1 NOLABELS NOSORT\n>ROTATE: NONE\n"
       ">SCORE: NONE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n";
-  const std::string refused = Col(30, "FATAL ERROR: >OUTFILE: names an input file of this run") +
-                              "\n\n" + kPauseLine + kStopLines;
+  const std::string refused =
+      PauseFault(30, "FATAL ERROR: >OUTFILE: names an input file of this run");
 
   WriteFile("data.in", ">TITLE: t\n>DATA: d.dat 3 3\n>OUTFILE: d.dat" + rest);
   RunOutcome outcome = Run("data.in");
@@ -326,14 +244,8 @@ TEST_F(Driver, AReportNamedLikeAnInputFileIsRefusedAndTheInputKept) {
   EXPECT_EQ(AfterBanner(outcome.out), refused);
   EXPECT_EQ(ReadWhole("self.in"), self);
 }
-
 TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
-  WriteFile("raw.in",
-            ">TITLE: t\n>DATA: nodata.dat 3 10\n>OUTFILE: r.out SHORT\n"
-            ">METRIC: OR RAW NO\n>MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: VARIMAX\n"
-            ">SCORE: NOSCORE\n>PLOT: NONE\n>FORMAT: (F4.0,3F1.0)\n");
-  RunOutcome outcome = Run("raw.in");
-  EXPECT_EQ(outcome.kind, RunStopped::Kind::kSevere);
+  RunOutcome outcome = RunText(Command("OR RAW NO", "PFA 2 NOLABELS NOSORT", "nodata.dat 3 10"));
   EXPECT_EQ(outcome.exit_code, 24);
   EXPECT_EQ(AfterBanner(outcome.out), Col(30, "Reading Data"));
   EXPECT_EQ(outcome.err, "severe (24): end-of-file during read, unit 10, file nodata.dat\n");
@@ -373,30 +285,19 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   SaveSmoothedMatrix(options, context, r);
   EXPECT_FALSE(std::filesystem::exists(folder_ + "/wave1.smo"));
 }
-
-TEST_F(Driver, ExitStatusOfTheProcess) {
+TEST_F(Driver, ExitStatusAndOptionsOfTheProcess) {
   auto status = [](std::vector<std::string> words) {
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     ConsoleCapture capture;
     return VelquorinMain(static_cast<int>(argv.size()), argv.data());
   };
-  EXPECT_EQ(status({"velquorin", "--seed", "3", "missing.in"}), 1);
   WriteFile("cut.in", ">TITLE: t\n");
+  WriteFile("fault.in", "\n");
+  EXPECT_EQ(status({"velquorin", "--seed", "3", "missing.in"}), 1);
   EXPECT_EQ(status({"velquorin", "cut.in"}), 24);
-  WriteFile("fault.in", "\n");
-  EXPECT_EQ(status({"velquorin", "fault.in"}), 0);
-}
-
-TEST_F(Driver, OnlyHelpVersionAndSeedWithItsNumberAreOptions) {
-  auto status = [](std::vector<std::string> words) {
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    ConsoleCapture capture;
-    return VelquorinMain(static_cast<int>(argv.size()), argv.data());
-  };
-  WriteFile("fault.in", "\n");
   EXPECT_EQ(status({"velquorin", "--seed", "7", "fault.in"}), 0);
+  // Only help, version and --seed with its number are options.
   EXPECT_EQ(status({"velquorin", "-h"}), 2);
   EXPECT_EQ(status({"velquorin", "--seed=7", "fault.in"}), 2);
   EXPECT_EQ(status({"velquorin", "--seed", "99999999999999999999999", "fault.in"}), 2);
@@ -428,7 +329,6 @@ TEST_F(Driver, ItemTextsAndGuessingAreReadDuringTheParse) {
   EXPECT_TRUE(inputs.DataFile.is_open());
   EXPECT_EQ(inputs.DataFile.unit(), 10);
 }
-
 TEST_F(Driver, MissingGuessingFileIsASevereErrorOnStream45) {
   WriteFile("d.dat", "");
   WriteFile("dc.in",
@@ -438,7 +338,6 @@ TEST_F(Driver, MissingGuessingFileIsASevereErrorOnStream45) {
   EXPECT_EQ(outcome.exit_code, 29);
   EXPECT_EQ(outcome.err, "severe (29): file not found, unit 45, file none.dat\n");
 }
-
 TEST(DriverPieces, CorrelationTableWidth) {
   EXPECT_EQ(CorrelationTableWidth(130), 110);
   EXPECT_EQ(CorrelationTableWidth(120), 110);

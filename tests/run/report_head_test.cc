@@ -64,7 +64,8 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-std::string Listed(const std::string& line) { return PadRight(line, 200) + "\n"; }
+// A command line as the listing shows it: 200 columns.
+std::string Listed(const std::string& line) { return PadRight(line, 200); }
 
 TEST(ReportHead, TheWholeHeadOfTheExample) {
   std::string expected = "\n" + std::string(34, ' ') + "Velquorin 2.0 \n\n" + std::string(8, ' ') +
@@ -73,7 +74,7 @@ TEST(ReportHead, TheWholeHeadOfTheExample) {
                          "0===========COMMAND LISTING====================0\n\n";
   std::vector<std::string> command_lines = Lines(kDemoFile);
   for (std::size_t line = 0; line + 1 < command_lines.size(); ++line) {
-    expected += Listed(command_lines[line]);
+    expected += Listed(command_lines[line]) + "\n";
   }
   expected += ">LABELS: Label names . . . \n";
   expected += std::string(4, '\n');
@@ -114,54 +115,44 @@ std::vector<std::string> Listing(const std::string& head) {
   return listing;
 }
 
-TEST(ReportHead, NolabelsEndsTheListingAtFormat) {
-  RunOptions options = DemoOptions();
-  options.LabelMode = PadRight("NOLABELS", 15);
-  std::vector<std::string> listing = Listing(Head(options, kDemoFile));
-  ASSERT_EQ(listing.size(), 12u);
-  EXPECT_EQ(listing.back(), PadRight(">FORMAT: (F4.0,8F1.0)", 200));
-}
-
-TEST(ReportHead, FormatInAnyCaseAndLabelsInAnyCase) {
-  RunOptions options = DemoOptions();
-  options.LabelMode = PadRight("NOLABELS", 15);
-  std::vector<std::string> listing = Listing(Head(options, ">title: x\n>format: (f4.0)\nafter\n"));
-  EXPECT_EQ(listing.size(), 2u);
-  options.LabelMode = PadRight("LABELS", 15);
-  listing = Listing(Head(options, ">title: x\n>format: (f4.0)\n>label: a b\nafter\n"));
-  ASSERT_EQ(listing.size(), 3u);
-  EXPECT_EQ(listing[1], PadRight(">format: (f4.0)", 200));
-  EXPECT_EQ(listing[2], ">LABELS: Label names . . . ");
-}
-
-TEST(ReportHead, OtherLabelModeListsToTheEndOfTheFile) {
-  RunOptions options = DemoOptions();
-  options.LabelMode = PadRight("NUMBERS", 15);
-  std::vector<std::string> listing =
-      Listing(Head(options, ">TITLE: x\n>FORMAT: (F4.0)\nbehind one\nbehind two\n"));
-  ASSERT_EQ(listing.size(), 4u);
-  EXPECT_EQ(listing[3], PadRight("behind two", 200));
-}
-
-TEST(ReportHead, ListingStopsAfterOneHundredLines) {
-  std::string file;
-  for (int line = 1; line <= 150; ++line) file += "* comment " + std::to_string(line) + "\n";
-  file += ">FORMAT: (F4.0)\n";
-  std::vector<std::string> listing = Listing(Head(DemoOptions(), file));
-  ASSERT_EQ(listing.size(), 100u);
-  EXPECT_EQ(listing.back(), PadRight("* comment 100", 200));
-}
-
-TEST(ReportHead, LinesAreTwoHundredColumnsWide) {
-  RunOptions options = DemoOptions();
-  options.LabelMode = PadRight("NOLABELS", 15);
+TEST(ReportHead, WhereTheListingEnds) {
+  std::string comments;
+  for (int line = 1; line <= 150; ++line) comments += "* comment " + std::to_string(line) + "\n";
   const std::string long_line = ">TITLE: " + std::string(300, 'x');
-  std::vector<std::string> listing =
-      Listing(Head(options, long_line + "\n   \n>FORMAT: (F4.0)  \n"));
-  ASSERT_EQ(listing.size(), 3u);
-  EXPECT_EQ(listing[0], long_line.substr(0, 200));
-  EXPECT_EQ(listing[1], std::string(200, ' '));
-  EXPECT_EQ(listing[2].size(), 200u);
+  const std::string labels = ">LABELS: Label names . . . ";
+  struct Case {
+    const char* label_mode;
+    std::string file;
+    std::size_t count;
+    std::vector<std::pair<std::size_t, std::string>> lines;  // listed lines by index
+  } cases[] = {
+      {"NOLABELS", kDemoFile, 12, {{11, Listed(">FORMAT: (F4.0,8F1.0)")}}},
+      // ">FORMAT" and ">LABEL" in any case; with "LABELS" the listing goes
+      // on past ">FORMAT:" to the fixed line in place of the labels.
+      {"NOLABELS", ">title: x\n>format: (f4.0)\nafter\n", 2, {}},
+      {"LABELS",
+       ">title: x\n>format: (f4.0)\n>label: a b\nafter\n",
+       3,
+       {{1, Listed(">format: (f4.0)")}, {2, labels}}},
+      // Another word lists to the end of the file.
+      {"NUMBERS",
+       ">TITLE: x\n>FORMAT: (F4.0)\nbehind one\nbehind two\n",
+       4,
+       {{3, Listed("behind two")}}},
+      {"LABELS", comments + ">FORMAT: (F4.0)\n", 100, {{99, Listed("* comment 100")}}},
+      // Lines are 200 columns wide, blank ones too.
+      {"NOLABELS",
+       long_line + "\n   \n>FORMAT: (F4.0)  \n",
+       3,
+       {{0, long_line.substr(0, 200)}, {1, std::string(200, ' ')}, {2, Listed(">FORMAT: (F4.0)")}}},
+  };
+  for (const Case& c : cases) {
+    RunOptions options = DemoOptions();
+    options.LabelMode = PadRight(c.label_mode, 15);
+    std::vector<std::string> listing = Listing(Head(options, c.file));
+    ASSERT_EQ(listing.size(), c.count) << c.file;
+    for (const auto& [index, line] : c.lines) EXPECT_EQ(listing[index], line) << index;
+  }
 }
 
 // The line of the model section that starts with `start`, or "" if none.
@@ -172,118 +163,90 @@ std::string LineStarting(const std::string& head, const std::string& start) {
   return "";
 }
 
-TEST(ReportHead, ModelLines) {
-  RunOptions options = DemoOptions();
-  const std::string file = ">FORMAT: (F4.0)\n";
-  options.Model = "PCA ";
-  EXPECT_EQ(LineStarting(Head(options, file), "Model ="), "Model = Principal Components Analysis");
-  options.Model = "ROT ";
-  EXPECT_EQ(LineStarting(Head(options, file), "Model ="), "Model = Rotate existing matrix");
-  options.Model = "TRP ";
-  EXPECT_EQ(LineStarting(Head(options, file), "Model ="),
-            "Model = Test of underlying multivariate normality");
-  options.Model = "CMT ";
-  EXPECT_EQ(LineStarting(Head(options, file), "Model ="), "");
-  options.Model = "PCA ";
-  options.FactorCount = 0;
-  EXPECT_EQ(LineStarting(Head(options, file), "Model ="), "");
-  // "TRP" shows its line whatever m is.
-  options.Model = "TRP ";
-  EXPECT_NE(LineStarting(Head(options, file), "Model ="), "");
+TEST(ReportHead, ModelSectionLines) {
+  // Each case changes the demo options and names one line of the section.
+  struct Case {
+    std::string model, coding, score, smoothing;
+    int m;
+    std::string start, line;
+  } cases[] = {
+      {"PCA ", "", "", "", 2, "Model =", "Model = Principal Components Analysis"},
+      {"ROT ", "", "", "", 2, "Model =", "Model = Rotate existing matrix"},
+      {"TRP ", "", "", "", 2, "Model =", "Model = Test of underlying multivariate normality"},
+      {"TRP ", "", "", "", 0, "Model =", "Model = Test of underlying multivariate normality"},
+      {"CMT ", "", "", "", 2, "Model =", ""},
+      {"PCA ", "", "", "", 0, "Model =", ""},
+      {"", "", "", "PS", 2, "The correlation matrix is:", "The correlation matrix is: Smoothed  "},
+      {"", "", "", "NO", 2, "The correlation matrix is:", "The correlation matrix is: Unsmoothed"},
+      {"", "CO", "REG", "", 2, "Factor Scores are:", "Factor Scores are: Regression Method   "},
+      {"", "CO", "BART", "", 2, "Factor Scores are:", "Factor Scores are: Bartlett Method     "},
+      {"", "CO", "NOSCORE", "", 2, "Factor Scores are:", "Factor Scores are: None                "},
+      {"", "CO", "NONE", "", 2, "Factor Scores are:", "Factor Scores are:                     "},
+      {"", "IP", "REG", "", 2, "Factor Scores are:", ""},
+      {"", "CO", "", "", 2, "Correlations are", "Correlations are Pearson Product Moments"},
+      {"", "IP", "", "", 2, "Correlations are", "Correlations are Pearson Product Moments"},
+      {"",
+       "DC",
+       "",
+       "",
+       2,
+       "Correlations are",
+       "Correlations are tetrachorics corrected for guessing"},
+      {"", "CD", "", "", 2, "Correlations are", "Correlations are tetrachorics"},
+      {"", "DI", "", "", 2, "Correlations are", "Correlations are tetrachorics"},
+      {"", "CO", "", "", 2, "Variables are coded:", "Variables are coded: Continuous"},
+      {"", "IP", "", "", 2, "Variables are coded:", "Variables are coded: Ipsatized"},
+      {"", "DC", "", "", 2, "Variables are coded:", "Variables are coded: Dichotomous"},
+      {"",
+       "CD",
+       "",
+       "",
+       2,
+       "Variables are coded:",
+       "Variables are coded: Continous -> Dichotomous"},
+  };
+  for (const Case& c : cases) {
+    RunOptions options = DemoOptions();
+    if (!c.model.empty()) options.Model = c.model;
+    if (!c.coding.empty()) options.Coding = c.coding;
+    if (!c.score.empty()) options.ScoreMethod = PadRight(c.score, 8);
+    if (!c.smoothing.empty()) options.Smoothing = c.smoothing;
+    options.FactorCount = c.m;
+    // The coding text is A31 behind a 21-character lead: 52 positions.
+    const std::string line = c.start == "Variables are coded:" ? PadRight(c.line, 52) : c.line;
+    EXPECT_EQ(LineStarting(Head(options, ">FORMAT: (F4.0)\n"), c.start), line);
+  }
 }
 
-TEST(ReportHead, CountsTooLargeForTheirFieldsShowAsterisks) {
+TEST(ReportHead, NumbersThatDoNotFitShowAsterisks) {
   RunOptions options = DemoOptions();
   options.SubjectCount = 1000000;
   options.VariableCount = 1000;
   options.FactorCount = 999;
-  const std::string head = Head(options, ">FORMAT: (F4.0)\n");
-  EXPECT_EQ(LineStarting(head, "Number of subjects"), "Number of subjects = ******");
-  EXPECT_EQ(LineStarting(head, "Number of variables"), "Number of variables = ***");
-  EXPECT_EQ(LineStarting(head, "Number of factors"), "Number of factors = 999");
-  options.SubjectCount = 999999;
-  EXPECT_EQ(LineStarting(Head(options, ">FORMAT: (F4.0)\n"), "Number of subjects"),
-            "Number of subjects = 999999");
-}
-
-TEST(ReportHead, SmoothingWords) {
-  RunOptions options = DemoOptions();
-  const std::string file = ">FORMAT: (F4.0)\n";
-  options.Smoothing = "PS";
-  EXPECT_EQ(LineStarting(Head(options, file), "The correlation matrix is:"),
-            "The correlation matrix is: Smoothed  ");
-  options.Smoothing = "NO";
-  EXPECT_EQ(LineStarting(Head(options, file), "The correlation matrix is:"),
-            "The correlation matrix is: Unsmoothed");
-}
-
-TEST(ReportHead, FactorScoreLineOnlyForContinuousCoding) {
-  RunOptions options = DemoOptions();
-  const std::string file = ">FORMAT: (F4.0)\n";
-  options.Coding = "CO";
-  options.ScoreMethod = PadRight("REG", 8);
-  std::string head = Head(options, file);
-  EXPECT_EQ(LineStarting(head, "Factor Scores are:"), "Factor Scores are: Regression Method   ");
-  EXPECT_EQ(LineStarting(head, "Correlations are"), "Correlations are Pearson Product Moments");
-  EXPECT_EQ(LineStarting(head, "Variables are coded:"),
-            PadRight("Variables are coded: Continuous", 52));
-  options.ScoreMethod = PadRight("BART", 8);
-  EXPECT_EQ(LineStarting(Head(options, file), "Factor Scores are:"),
-            "Factor Scores are: Bartlett Method     ");
-  options.ScoreMethod = PadRight("NOSCORE", 8);
-  EXPECT_EQ(LineStarting(Head(options, file), "Factor Scores are:"),
-            "Factor Scores are: None                ");
-  options.ScoreMethod = PadRight("NONE", 8);
-  EXPECT_EQ(LineStarting(Head(options, file), "Factor Scores are:"),
-            "Factor Scores are:                     ");
-  options.Coding = "IP";
-  options.ScoreMethod = PadRight("REG", 8);
-  head = Head(options, file);
-  EXPECT_EQ(LineStarting(head, "Factor Scores are:"), "");
-  EXPECT_EQ(LineStarting(head, "Variables are coded:"),
-            PadRight("Variables are coded: Ipsatized", 52));
-}
-
-TEST(ReportHead, CorrelationKindAndCodingText) {
-  RunOptions options = DemoOptions();
-  const std::string file = ">FORMAT: (F4.0)\n";
-  options.Coding = "DC";
-  std::string head = Head(options, file);
-  EXPECT_EQ(LineStarting(head, "Correlations are"),
-            "Correlations are tetrachorics corrected for guessing");
-  EXPECT_EQ(LineStarting(head, "Variables are coded:"),
-            PadRight("Variables are coded: Dichotomous", 52));
-  options.Coding = "CD";
-  head = Head(options, file);
-  EXPECT_EQ(LineStarting(head, "Correlations are"), "Correlations are tetrachorics");
-  EXPECT_EQ(LineStarting(head, "Variables are coded:"),
-            PadRight("Variables are coded: Continous -> Dichotomous", 52));
-  options.Coding = "DI";
-  EXPECT_EQ(LineStarting(Head(options, file), "Correlations are"), "Correlations are tetrachorics");
-}
-
-TEST(ReportHead, TechnicalParameters) {
-  RunOptions options = DemoOptions();
-  const std::string file = ">FORMAT: (F4.0)\n";
   options.CommunalityEpsilon = 1.0;
   options.RotationEpsilon = 0.5;
   options.CommunalityIterations = 10000;
   options.RotationIterations = 5;
   options.RandomStart = "F";
   options.HyperplaneWidth = 0.15;
-  std::string head = Head(options, file);
-  EXPECT_EQ(LineStarting(head, "Epsilon for Communality"),
-            "Epsilon for Communality Estimation = **********");
-  EXPECT_EQ(LineStarting(head, "Epsilon for Rotation"),
-            "Epsilon for Rotation Accuracy = .500000000");
-  EXPECT_EQ(LineStarting(head, "Maximum Iterations for Communality"),
-            "Maximum Iterations for Communality Estimation =****");
-  EXPECT_EQ(LineStarting(head, "Maximum Iterations for Rotation"),
-            "Maximum Iterations for Rotation =   5");
-  EXPECT_EQ(LineStarting(head, "Rotate from"), "Rotate from Unrotated Orientation");
-  EXPECT_EQ(LineStarting(head, "Hyperplane width"), "Hyperplane width = 0.150");
+  const std::string head = Head(options, ">FORMAT: (F4.0)\n");
+  const std::pair<const char*, const char*> lines[] = {
+      {"Number of subjects", "Number of subjects = ******"},
+      {"Number of variables", "Number of variables = ***"},
+      {"Number of factors", "Number of factors = 999"},
+      {"Epsilon for Communality", "Epsilon for Communality Estimation = **********"},
+      {"Epsilon for Rotation", "Epsilon for Rotation Accuracy = .500000000"},
+      {"Maximum Iterations for Communality", "Maximum Iterations for Communality Estimation =****"},
+      {"Maximum Iterations for Rotation", "Maximum Iterations for Rotation =   5"},
+      {"Rotate from", "Rotate from Unrotated Orientation"},
+      {"Hyperplane width", "Hyperplane width = 0.150"},
+  };
+  for (const auto& [start, line] : lines) EXPECT_EQ(LineStarting(head, start), line);
+  options.SubjectCount = 999999;
   options.RandomStart = "X";
-  EXPECT_EQ(LineStarting(Head(options, file), "Rotate from"), "");
+  const std::string other = Head(options, ">FORMAT: (F4.0)\n");
+  EXPECT_EQ(LineStarting(other, "Number of subjects"), "Number of subjects = 999999");
+  EXPECT_EQ(LineStarting(other, "Rotate from"), "");
 }
 
 TEST(Banner, BoxFromColumn25To98) {
