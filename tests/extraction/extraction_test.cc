@@ -86,9 +86,12 @@ TEST(RunExtraction, PrincipalFactorsWithSmcRecoverKnownLoadings) {
   EXPECT_FALSE(run.ends);
   const double expected[12] = {0.8, 0.8, 0.7, 0, 0, 0, 0, 0, 0, -0.7, 0.6, 0.6};
   for (int k = 0; k < 12; ++k) EXPECT_NEAR(run.result.Loadings.values[k], expected[k], 1e-4);
-  // The communalities are the diagonal of R; its other elements stay.
+  // The communalities are the diagonal of R and of L L'; the other elements
+  // of R stay.
+  const Matrix& l = run.result.Loadings;
   for (int i = 0; i < 6; ++i) {
     EXPECT_EQ(run.r(i, i), run.result.Communalities[i]);
+    EXPECT_NEAR(l(i, 0) * l(i, 0) + l(i, 1) * l(i, 1), run.r(i, i), 1e-9);
     for (int j = 0; j < 6; ++j) {
       if (i != j) {
         EXPECT_EQ(run.r(i, j), kTwoFactors(i, j));
