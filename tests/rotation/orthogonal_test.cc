@@ -24,24 +24,19 @@ using testing::RowSumsOfSquares;
 TEST(CuretonMulaikWeight, HighestAtEqualLoadingsAndFloorAtTheEnds) {
   for (int m : {2, 3, 5}) {
     const double s = std::sqrt(1.0 / m);
-    EXPECT_DOUBLE_EQ(CuretonMulaikWeight(s, m), 1.001) << "m " << m;
-    EXPECT_DOUBLE_EQ(CuretonMulaikWeight(1.0, m), 0.001) << "m " << m;
-    EXPECT_DOUBLE_EQ(CuretonMulaikWeight(0.0, m), 0.001) << "m " << m;
     // Rounding may lift a normalised loading just above 1.
-    EXPECT_DOUBLE_EQ(CuretonMulaikWeight(1.0 + 4e-16, m), 0.001) << "m " << m;
+    for (double x : {0.0, 1.0, 1.0 + 4e-16}) EXPECT_DOUBLE_EQ(CuretonMulaikWeight(x, m), 0.001);
+    EXPECT_DOUBLE_EQ(CuretonMulaikWeight(s, m), 1.001) << "m " << m;
     // Falling on both sides of s.
-    EXPECT_GT(CuretonMulaikWeight(s, m), CuretonMulaikWeight(s + 0.1, m));
-    EXPECT_GT(CuretonMulaikWeight(s + 0.1, m), CuretonMulaikWeight(s + 0.2, m));
-    EXPECT_GT(CuretonMulaikWeight(s, m), CuretonMulaikWeight(s - 0.1, m));
-    EXPECT_GT(CuretonMulaikWeight(s - 0.1, m), CuretonMulaikWeight(s - 0.2, m));
+    for (double step : {0.1, -0.1}) {
+      EXPECT_GT(CuretonMulaikWeight(s, m), CuretonMulaikWeight(s + step, m));
+      EXPECT_GT(CuretonMulaikWeight(s + step, m), CuretonMulaikWeight(s + 2 * step, m));
+    }
   }
-}
-
-TEST(CuretonMulaikWeight, KnownValue) {
-  // m = 2: s = cos 45 degrees; x = cos 30 degrees gives
-  // E = 90 (45 - 30) / 45 = 30 and the weight cos^2 30 + 0.001 = 0.751.
+  // m = 2: s = cos 45 degrees; x = cos 30 degrees gives E = 90 (45 - 30) /
+  // 45 = 30 and the weight cos^2 30 + 0.001 = 0.751; x = cos 60 degrees
+  // gives E = 90 (60 - 45) / 45 = 30 as well.
   EXPECT_NEAR(CuretonMulaikWeight(std::sqrt(3.0) / 2.0, 2), 0.751, 1e-13);
-  // x = cos 60 degrees: E = 90 (60 - 45) / 45 = 30 as well.
   EXPECT_NEAR(CuretonMulaikWeight(0.5, 2), 0.751, 1e-13);
 }
 
@@ -196,29 +191,26 @@ TEST_F(OrthogonalSectionTest, WeightedVarimaxRowWithoutCommunalityStaysZero) {
   for (int j = 0; j < 3; ++j) EXPECT_EQ(results_.ItemOrderLoadings(6, j), 0.0);
 }
 
-TEST_F(OrthogonalSectionTest, SweepsUsedUpShowTheMessageAndPause) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.RotationIterations = 0;
-  options.RotationEpsilon = 0.0;
-  Matrix loadings = testing::ThreeFactorLoadings();
-  ConsoleCapture capture("\n");
-  RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
-  EXPECT_EQ(capture.Out(),
-            "roblem occured at line       1448\n"
-            "Rotation Failed to Converge\n"
-            "Pause - Enter command<CR> or <CR> to continue.\n");
-  EXPECT_TRUE(results_.orthogonal);
-}
-
-TEST_F(OrthogonalSectionTest, WeightedSweepsUsedUpGiveOnlyTheTraceLine) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "WVARIMAX");
-  options.RotationIterations = 0;
-  options.RotationEpsilon = 0.0;
-  Matrix loadings = testing::ThreeFactorLoadings();
-  const std::vector<double> communalities = RowSumsOfSquares(loadings);
-  ConsoleCapture capture;
-  RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
-  EXPECT_EQ(capture.Out(), "roblem occured at line       1258\n");
+TEST_F(OrthogonalSectionTest, SweepsUsedUpShowTheTraceLineAndForVarimaxThePause) {
+  for (const char* rotation : {"VARIMAX", "WVARIMAX"}) {
+    RunOptions options = testing::SmallRunOptions(12, 3, rotation);
+    options.RotationIterations = 0;
+    options.RotationEpsilon = 0.0;
+    Matrix loadings = testing::ThreeFactorLoadings();
+    const std::vector<double> communalities = RowSumsOfSquares(loadings);
+    ConsoleCapture capture("\n");
+    if (rotation[0] == 'V') {
+      RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
+      EXPECT_EQ(capture.Out(),
+                "roblem occured at line       1448\n"
+                "Rotation Failed to Converge\n"
+                "Pause - Enter command<CR> or <CR> to continue.\n");
+    } else {
+      RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
+      EXPECT_EQ(capture.Out(), "roblem occured at line       1258\n");
+    }
+    EXPECT_TRUE(results_.orthogonal);
+  }
 }
 
 TEST_F(OrthogonalSectionTest, NotANumberStopsTheRunWithBothTexts) {

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "frame/console.h"
+#include "kernels/failure.h"
 #include "test_matrices.h"
 
 namespace vq {
@@ -30,7 +31,7 @@ Rotated Orthomax(Matrix& fl, char stand, double acc = 0.0001, int maxit = 200) {
   return out;
 }
 
-TEST(G03BAF, KeepsCommunalitiesAndGivesAnOrthogonalMatrix) {
+TEST(G03BAF, FindsTheSimpleStructureKeepingCommunalities) {
   const Matrix start = testing::ThreeFactorLoadings();
   for (char stand : {'S', 'U'}) {
     Matrix fl = start;
@@ -43,79 +44,61 @@ TEST(G03BAF, KeepsCommunalitiesAndGivesAnOrthogonalMatrix) {
     for (int i = 0; i < 12; ++i) EXPECT_NEAR(after[i], before[i], 1e-13);
     // The input comes back as it went in, up to rounding, also under "S".
     EXPECT_LT(MaxAbsDifference(fl, start), 1e-15);
-  }
-}
-
-TEST(G03BAF, FindsTheSimpleStructure) {
-  Matrix fl = testing::ThreeFactorLoadings();
-  const Rotated out = Orthomax(fl, 'S');
-  // Every item has one loading above 0.55 in size and two below 0.2.
-  for (int i = 0; i < 12; ++i) {
-    int high = 0;
-    int low = 0;
-    for (int j = 0; j < 3; ++j) {
-      if (std::fabs(out.flr(i, j)) > 0.55) ++high;
-      if (std::fabs(out.flr(i, j)) < 0.2) ++low;
+    if (stand == 'U') continue;
+    // Every item has one loading above 0.55 in size and two below 0.2.
+    for (int i = 0; i < 12; ++i) {
+      int high = 0, low = 0;
+      for (int j = 0; j < 3; ++j) {
+        high += std::fabs(out.flr(i, j)) > 0.55;
+        low += std::fabs(out.flr(i, j)) < 0.2;
+      }
+      EXPECT_EQ(high, 1) << "item " << i;
+      EXPECT_EQ(low, 2) << "item " << i;
     }
-    EXPECT_EQ(high, 1) << "item " << i;
-    EXPECT_EQ(low, 2) << "item " << i;
   }
 }
 
-TEST(G03BAF, PairWithZeroNumeratorAndPositiveDenominatorStays) {
-  // Rows (1, 0), (0, 1): A = 0, B = 0, D = 0, so num = 0, and den = 2.
-  Matrix fl = FromRows({{1.0, 0.0}, {0.0, 1.0}});
-  const Rotated out = Orthomax(fl, 'U');
-  EXPECT_EQ(out.ifail, 0);
-  EXPECT_EQ(out.iter, 2);  // the second test sees no change
-  EXPECT_LT(MaxAbsDifference(out.flr, fl), 1e-15);
-}
-
-TEST(G03BAF, PairWithZeroNumeratorAndNegativeDenominatorTurnsBy45Degrees) {
-  // Rows (k, k), (k, -k): u = 0 and v = +-1, so num = +0 and den = -2. The
-  // sign bit of num is clear: cos = sin = 1 / sqrt(2).
+TEST(G03BAF, PairWithZeroNumeratorStaysOrTurnsBy45DegreesByTheDenominator) {
+  // Rows (1, 0), (0, 1): num = 0 and den = 2, the pair stays; the second
+  // test sees no change. Rows (k, k), (k, -k): num = +0 and den = -2; the
+  // sign bit of num is clear, so cos = sin = 1 / sqrt(2).
   const double k = 1.0 / std::sqrt(2.0);
-  Matrix fl = FromRows({{k, k}, {k, -k}});
-  const Rotated out = Orthomax(fl, 'U');
-  EXPECT_EQ(out.ifail, 0);
-  EXPECT_NEAR(out.flr(0, 0), 1.0, 1e-15);
-  EXPECT_NEAR(out.flr(0, 1), 0.0, 1e-15);
-  EXPECT_NEAR(out.flr(1, 0), 0.0, 1e-15);
-  EXPECT_NEAR(out.flr(1, 1), -1.0, 1e-15);
-  EXPECT_NEAR(out.r(0, 0), k, 1e-15);
-  EXPECT_NEAR(out.r(1, 0), k, 1e-15);
+  Matrix unit = FromRows({{1.0, 0.0}, {0.0, 1.0}});
+  const Rotated stays = Orthomax(unit, 'U');
+  EXPECT_EQ(stays.ifail, 0);
+  EXPECT_EQ(stays.iter, 2);
+  EXPECT_LT(MaxAbsDifference(stays.flr, unit), 1e-15);
+  Matrix diagonal = FromRows({{k, k}, {k, -k}});
+  const Rotated turns = Orthomax(diagonal, 'U');
+  EXPECT_EQ(turns.ifail, 0);
+  EXPECT_LT(MaxAbsDifference(turns.flr, FromRows({{1.0, 0.0}, {0.0, -1.0}})), 1e-15);
+  EXPECT_NEAR(turns.r(0, 0), k, 1e-15);
+  EXPECT_NEAR(turns.r(1, 0), k, 1e-15);
 }
 
-TEST(G03BAF, OneIterationAllowsTwoSweeps) {
+TEST(G03BAF, SweepLimitAndAccuracy) {
   const Matrix start = testing::ThreeFactorLoadings();
-  Matrix fl = start;
-  // acc of 0 makes the tolerance the machine precision: no early stop.
-  Rotated out = Orthomax(fl, 'S', 0.0, 1);
-  EXPECT_EQ(out.iter, 2);
-  EXPECT_EQ(out.ifail, 3);
-  // The closing step still runs and gives an orthogonal matrix.
-  EXPECT_LT(MaxAbsDifference(Multiply(Transpose(out.r), out.r), Identity(3)), 1e-13);
-  fl = start;
-  out = Orthomax(fl, 'S', 0.0, 0);
-  EXPECT_EQ(out.iter, 1);
-  EXPECT_EQ(out.ifail, 3);
-}
-
-TEST(G03BAF, AccuracyOutsideTheOpenUnitIntervalMeansMachinePrecision) {
-  const Matrix start = testing::ThreeFactorLoadings();
-  Matrix fl = start;
-  const Rotated coarse = Orthomax(fl, 'S', 0.5, 200);
-  fl = start;
-  const Rotated one = Orthomax(fl, 'S', 1.0, 200);
-  fl = start;
-  const Rotated tiny = Orthomax(fl, 'S', 1e-17, 200);
+  const auto run = [&](double acc, int maxit) {
+    Matrix fl = start;
+    return Orthomax(fl, 'S', acc, maxit);
+  };
+  // acc of 0 makes the tolerance the machine precision: no early stop. One
+  // iteration allows two sweeps, and the closing step still gives an
+  // orthogonal matrix.
+  const Rotated one = run(0.0, 1);
+  EXPECT_EQ(one.iter, 2);
+  EXPECT_EQ(one.ifail, 3);
+  EXPECT_LT(MaxAbsDifference(Multiply(Transpose(one.r), one.r), Identity(3)), 1e-13);
+  EXPECT_EQ(run(0.0, 0).iter, 1);
+  // An accuracy outside the open unit interval means the machine precision.
+  const Rotated coarse = run(0.5, 200), unit = run(1.0, 200), tiny = run(1e-17, 200);
   EXPECT_LE(coarse.iter, 3);
-  EXPECT_GT(one.iter, coarse.iter);
-  EXPECT_EQ(one.iter, tiny.iter);
-  EXPECT_EQ(MaxAbsDifference(one.flr, tiny.flr), 0.0);
+  EXPECT_GT(unit.iter, coarse.iter);
+  EXPECT_EQ(unit.iter, tiny.iter);
+  EXPECT_EQ(MaxAbsDifference(unit.flr, tiny.flr), 0.0);
 }
 
-TEST(G03BAF, RowOfZerosStaysZeroUnderNormalisation) {
+TEST(G03BAF, RowOfZerosStaysZeroAndNotANumberSpoilsTheWhole) {
   Matrix fl = testing::ThreeFactorLoadings();
   for (int j = 0; j < 3; ++j) fl(5, j) = 0.0;
   const Rotated out = Orthomax(fl, 'S');
@@ -124,29 +107,22 @@ TEST(G03BAF, RowOfZerosStaysZeroUnderNormalisation) {
     EXPECT_EQ(out.flr(5, j), 0.0);
     EXPECT_FALSE(std::isnan(out.flr(0, j)));
   }
-}
-
-TEST(G03BAF, NotANumberInTheLoadingsGivesNotANumberAsAWhole) {
-  Matrix fl = testing::ThreeFactorLoadings();
   fl(0, 0) = std::nan("");
-  const Rotated out = Orthomax(fl, 'S', 0.0001, 5);
-  EXPECT_EQ(out.ifail, 3);
-  for (double value : out.flr.values) EXPECT_TRUE(std::isnan(value));
-  for (double value : out.r.values) EXPECT_TRUE(std::isnan(value));
+  const Rotated spoilt = Orthomax(fl, 'S', 0.0001, 5);
+  EXPECT_EQ(spoilt.ifail, 3);
+  for (double value : spoilt.flr.values) EXPECT_TRUE(std::isnan(value));
+  for (double value : spoilt.r.values) EXPECT_TRUE(std::isnan(value));
 }
 
 TEST(G03BAF, BadArgumentsAreFailureOne) {
   ConsoleCapture capture;
-  Matrix fl = FromRows({{1.0, 0.0}, {0.0, 1.0}});
-  Matrix flr;
-  Matrix r;
+  Matrix fl = FromRows({{1.0, 0.0}, {0.0, 1.0}}), flr, r;
   int iter = 0;
-  int ifail = 1;
-  G03BAF('X', 1.0, 2, 2, fl, flr, r, 0.0001, 10, iter, ifail);
-  EXPECT_EQ(ifail, 1);
-  ifail = 1;
-  G03BAF('S', 1.0, 1, 2, fl, flr, r, 0.0001, 10, iter, ifail);
-  EXPECT_EQ(ifail, 1);
+  for (const auto& [stand, nvar] : {std::pair{'X', 2}, std::pair{'S', 1}}) {
+    int ifail = kIfailQuiet;
+    G03BAF(stand, 1.0, nvar, 2, fl, flr, r, 0.0001, 10, iter, ifail);
+    EXPECT_EQ(ifail, 1) << stand << nvar;
+  }
   EXPECT_EQ(capture.Out(), "");
 }
 

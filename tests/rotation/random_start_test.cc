@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "test_matrices.h"
 
@@ -14,34 +15,23 @@ using testing::Outer;
 using testing::RowSumsOfSquares;
 
 TEST(UniformDeviate, FollowsTheCongruentialRecurrence) {
-  // x = 16807 x mod (2^31 - 1), worked out by hand from the seed 42:
-  // 705894, 1126542223, 1579310009, 565444343.
-  SetRandomSeed(42);
-  EXPECT_EQ(UniformDeviate(), 705894 * 4.656612875245797e-10);
-  EXPECT_EQ(UniformDeviate(), 1126542223 * 4.656612875245797e-10);
-  EXPECT_EQ(UniformDeviate(), 1579310009 * 4.656612875245797e-10);
-  EXPECT_EQ(UniformDeviate(), 565444343 * 4.656612875245797e-10);
-  ResetRandomGenerator();
-}
-
-TEST(UniformDeviate, SchrageSplitNeverOverflows) {
-  // The largest state: 16807 * (2^31 - 2) mod (2^31 - 1) = 2^31 - 1 - 16807.
-  SetRandomSeed(2147483646);
-  EXPECT_EQ(UniformDeviate(), 2147466840.0 * 4.656612875245797e-10);
-  ResetRandomGenerator();
-}
-
-TEST(SetRandomSeed, SeedsNotAboveOneBecome123457) {
-  SetRandomSeed(1);
-  const double first = UniformDeviate();
-  SetRandomSeed(123457);
-  EXPECT_EQ(UniformDeviate(), first);
-  EXPECT_EQ(first, 2074941799 * 4.656612875245797e-10);
-  SetRandomSeed(0);
-  EXPECT_EQ(UniformDeviate(), first);
-  // Seeds beyond the modulus are reduced into it.
-  SetRandomSeed(2147483647L + 42);
-  EXPECT_EQ(UniformDeviate(), 705894 * 4.656612875245797e-10);
+  // x = 16807 x mod (2^31 - 1), worked out by hand: from the seed 42, from
+  // the largest state (the Schrage split must not overflow), from seeds not
+  // above 1, which become 123457, and from a seed beyond the modulus.
+  const double kScale = 4.656612875245797e-10;
+  const struct {
+    long seed;
+    std::vector<double> states;
+  } cases[] = {{42, {705894, 1126542223, 1579310009, 565444343}},
+               {2147483646, {2147466840.0}},
+               {1, {2074941799}},
+               {0, {2074941799}},
+               {123457, {2074941799}},
+               {2147483647L + 42, {705894}}};
+  for (const auto& c : cases) {
+    SetRandomSeed(c.seed);
+    for (double state : c.states) EXPECT_EQ(UniformDeviate(), state * kScale) << c.seed;
+  }
   ResetRandomGenerator();
 }
 
@@ -74,8 +64,8 @@ TEST(NormalDeviate, HasMeanZeroAndUnitVariance) {
   ResetRandomGenerator();
 }
 
-TEST(RandomOrientation, IsAnOrthogonalTurn) {
-  SetRandomSeed(20240101);
+TEST(RandomOrientation, IsAnOrthogonalTurnFromFifteenDeviatesPerFactor) {
+  SetRandomSeed(77);
   const Matrix before = testing::ThreeFactorLoadings();
   Matrix loadings = before;
   RandomOrientation(loadings, 12, 3);
@@ -85,13 +75,6 @@ TEST(RandomOrientation, IsAnOrthogonalTurn) {
   const std::vector<double> a = RowSumsOfSquares(loadings);
   const std::vector<double> b = RowSumsOfSquares(before);
   for (int i = 0; i < 12; ++i) EXPECT_NEAR(a[i], b[i], 1e-13);
-  ResetRandomGenerator();
-}
-
-TEST(RandomOrientation, DrawsFifteenDeviatesPerFactor) {
-  SetRandomSeed(77);
-  Matrix loadings = testing::ThreeFactorLoadings();
-  RandomOrientation(loadings, 12, 3);
   const double after_orientation = UniformDeviate();
   SetRandomSeed(77);
   for (int k = 0; k < 45; ++k) NormalDeviate();

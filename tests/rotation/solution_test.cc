@@ -19,17 +19,13 @@ namespace {
 using testing::FromRows;
 using testing::Lines;
 
-TEST(DefaultLabels, LetterVAndThreeDigits) {
+TEST(ItemLabelsFor, LabelsDefaultLabelsOrBlanks) {
   std::vector<std::string> labels;
   DefaultLabels(1000, labels);
   ASSERT_EQ(labels.size(), 1000u);
   EXPECT_EQ(labels[0], "V001           ");
-  EXPECT_EQ(labels[41], "V042           ");
   EXPECT_EQ(labels[998], "V999           ");
   EXPECT_EQ(labels[999], "V***           ");
-}
-
-TEST(ItemLabelsFor, ByLabelMode) {
   RunOptions options = testing::SmallRunOptions(2, 2, "VARIMAX");
   options.LabelMode = PadRight("LABELS", kLabelModeWidth);
   options.Labels = {"Anxiety", "Mood"};
@@ -91,7 +87,7 @@ TEST(HyperplaneSection, BannersAndBlankLines) {
             "\n");
 }
 
-TEST(Moment, CorrectionTermOverTwo) {
+TEST(Moment, CorrectionTermOverTwoAndPauseBelowTwoValues) {
   const double data[] = {1.0, 2.0, 3.0, 4.0};
   double variance = 0.0;
   moment(data, 4, variance);
@@ -105,12 +101,8 @@ TEST(Moment, CorrectionTermOverTwo) {
   const double ep = d[0] + d[1] + d[2];
   const double ss = d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
   EXPECT_EQ(variance, (ss - ep * ep / 2.0) / 2.0);
-}
-
-TEST(Moment, FewerThanTwoValuesPauseAndGoOn) {
   ConsoleCapture capture("\n");
-  const double data[] = {0.5};
-  double variance = -1.0;
+  variance = -1.0;
   moment(data, 1, variance);
   EXPECT_EQ(capture.Out(),
             "n must be at least 2 in subroutine moment\n"
@@ -195,38 +187,28 @@ TEST(ListSortedItems, SkippedFactorIsNotSeenAtOnce) {
   EXPECT_EQ(lines[6].substr(0, 19), "TRUE   0.200  ITEM:");
 }
 
-class SavedFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    directory_ = std::filesystem::temp_directory_path() /
-                 ("vq_rotation_" + std::to_string(::getpid()) + "_" +
-                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(directory_);
-  }
-  void TearDown() override { std::filesystem::remove_all(directory_); }
-  std::string Read(const std::string& name) {
-    std::ifstream in(directory_ / name);
+TEST(SaveFactorFile, FacAndPhiOnlyWhenAskedFor) {
+  const std::string dir = ::testing::TempDir() + "vq_solution_" + std::to_string(::getpid()) + "/";
+  std::filesystem::create_directories(dir);
+  const auto read = [&](const char* name) {
     std::stringstream text;
-    text << in.rdbuf();
+    text << std::ifstream(dir + name).rdbuf();
     return text.str();
-  }
-  std::string Directory() const { return directory_.string() + "/"; }
-  std::filesystem::path directory_;
-};
-
-TEST_F(SavedFileTest, FacAndPhiOnlyWhenAskedFor) {
+  };
   RunOptions options = testing::SmallRunOptions(2, 2, "PROMAX");
   const Matrix loadings = FromRows({{0.5, -0.25}, {0.125, 0.75}});
   const Matrix phi = FromRows({{1.0, 0.3}, {0.3, 1.0}});
-  SaveFactorFile(options, loadings, Directory(), "run.in");
-  SavePhiFile(options, phi, Directory(), "run.in");
-  EXPECT_FALSE(std::filesystem::exists(directory_ / "run.fac"));
+  SaveFactorFile(options, loadings, dir, "run.in");
+  SavePhiFile(options, phi, dir, "run.in");
+  EXPECT_FALSE(std::filesystem::exists(dir + "run.fac"));
+  EXPECT_FALSE(std::filesystem::exists(dir + "run.phi"));
   options.SaveResults = "T";
   options.SaveCodes = {"COR", "FAC"};
-  SaveFactorFile(options, loadings, Directory(), "run.in");
-  SavePhiFile(options, phi, Directory(), "run.in");
-  EXPECT_EQ(Read("run.fac"), "   1   0.5000 -0.2500\n   2   0.1250  0.7500\n");
-  EXPECT_EQ(Read("run.phi"), " 1.000000000  0.300000000\n 0.300000000  1.000000000\n");
+  SaveFactorFile(options, loadings, dir, "run.in");
+  SavePhiFile(options, phi, dir, "run.in");
+  EXPECT_EQ(read("run.fac"), "   1   0.5000 -0.2500\n   2   0.1250  0.7500\n");
+  EXPECT_EQ(read("run.phi"), " 1.000000000  0.300000000\n 0.300000000  1.000000000\n");
+  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

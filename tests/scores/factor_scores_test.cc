@@ -17,7 +17,8 @@ namespace vq {
 namespace {
 
 const std::string kPfa = "PFA ";
-const std::string kPca = "PCA ";
+const std::string kColumn30 = std::string(28, ' ');
+const std::string kStopLines = "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
 
 // A small portable generator for test data (same numbers on every machine).
 struct TestRandom {
@@ -28,32 +29,6 @@ struct TestRandom {
   }
 };
 
-// Raw data from two correlated latent factors: N subjects, p items.
-Matrix SimulatedItems(int N, int p, std::uint64_t seed) {
-  TestRandom random{seed};
-  Matrix data(N, p);
-  for (int s = 0; s < N; ++s) {
-    const double f1 = random.Uniform() - 0.5;
-    const double f2 = random.Uniform() - 0.5 + 0.5 * f1;
-    for (int j = 0; j < p; ++j) {
-      const double loading = (j % 2 == 0) ? 1.0 : 0.3;
-      data(s, j) = 3.0 + loading * f1 + (1.3 - loading) * f2 + 0.4 * (random.Uniform() - 0.5);
-    }
-  }
-  return data;
-}
-
-// Means, standard deviations and correlations of `data`, as the correlation
-// step of a run leaves them.
-void Moments(const Matrix& data,
-             std::vector<double>& means,
-             std::vector<double>& deviations,
-             Matrix& r) {
-  Matrix ssp;
-  int ifail = kIfailHard;
-  G02BAF(data.rows, data.cols, data, means, deviations, ssp, r, ifail);
-}
-
 Matrix SomeLoadings(int p, int m, std::uint64_t seed) {
   TestRandom random{seed};
   Matrix loadings(p, m);
@@ -61,46 +36,29 @@ Matrix SomeLoadings(int p, int m, std::uint64_t seed) {
   return loadings;
 }
 
-// The least-squares prediction of the factors from the items has weights
-// H = R^-1 S: R times the weights gives back the structure.
-TEST(RegressionWeights, TimesTheCorrelationsGiveTheStructure) {
-  std::vector<double> means;
-  std::vector<double> deviations;
-  Matrix r;
-  Moments(SimulatedItems(300, 6, 11), means, deviations, r);
-  const Matrix structure = SomeLoadings(6, 2, 5);
-  Matrix weights;
-  RegressionWeights(r, 6, 2, structure, weights);
-  ASSERT_EQ(weights.rows, 6);
-  ASSERT_EQ(weights.cols, 2);
-  for (int i = 0; i < 6; ++i) {
-    for (int j = 0; j < 2; ++j) {
-      double product = 0.0;
-      for (int k = 0; k < 6; ++k) product += r(i, k) * weights(k, j);
-      EXPECT_NEAR(product, structure(i, j), 1e-10) << i << "," << j;
-    }
-  }
-}
-
 // With R the sample correlations of the items, the covariance of each item's
 // standard score with the raw estimate of factor j is the structure S(i,j):
-// the prediction identity of least squares, seen in the scores themselves.
+// the prediction identity of least squares (R H = S), seen in the scores.
 TEST(RegressionScores, ScoresReproduceTheStructureThroughTheirCovariances) {
-  const int N = 250;
-  const int p = 5;
-  const int m = 2;
-  const Matrix data = SimulatedItems(N, p, 3);
-  std::vector<double> means;
-  std::vector<double> deviations;
-  Matrix r;
-  Moments(data, means, deviations, r);
+  const int N = 250, p = 5, m = 2;
+  TestRandom random{3};
+  Matrix data(N, p);
+  for (int s = 0; s < N; ++s) {
+    // Two correlated latent factors.
+    const double f1 = random.Uniform() - 0.5;
+    const double f2 = random.Uniform() - 0.5 + 0.5 * f1;
+    for (int j = 0; j < p; ++j) {
+      const double loading = (j % 2 == 0) ? 1.0 : 0.3;
+      data(s, j) = 3.0 + loading * f1 + (1.3 - loading) * f2 + 0.4 * (random.Uniform() - 0.5);
+    }
+  }
+  std::vector<double> means, deviations;
+  Matrix ssp, r, z, weights, scores;
+  int ifail = kIfailHard;
+  G02BAF(N, p, data, means, deviations, ssp, r, ifail);
   const Matrix structure = SomeLoadings(p, m, 9);
-
-  Matrix z;
   StandardizeItems(data, means, deviations, N, p, z);
-  Matrix weights;
   RegressionWeights(r, p, m, structure, weights);
-  Matrix scores;
   WeightScores(z, weights, N, p, m, scores);
   for (int i = 0; i < p; ++i) {
     for (int j = 0; j < m; ++j) {
@@ -112,8 +70,7 @@ TEST(RegressionScores, ScoresReproduceTheStructureThroughTheirCovariances) {
 }
 
 TEST(BartlettWeights, LoadingsTimesWeightsAreTheIdentity) {
-  const int p = 7;
-  const int m = 3;
+  const int p = 7, m = 3;
   const Matrix loadings = SomeLoadings(p, m, 21);
   std::vector<double> u(p);
   for (int i = 0; i < p; ++i) u[i] = 1.0 / (0.2 + 0.1 * i);
@@ -130,78 +87,72 @@ TEST(BartlettWeights, LoadingsTimesWeightsAreTheIdentity) {
   }
 }
 
-// G02BAF refuses a single variable (failure 2), so one factor must take the
-// moments routine: it passes without any failure frame.
-TEST(StandardizeScores, OneFactorTakesTheMomentsRoutine) {
+// Runs `body`, expects the plain stop, and returns the console text.
+template <typename Body>
+std::string StopText(Body body) {
   ConsoleCapture capture;
-  Matrix scores(4, 1);
-  const double column[] = {2, 4, 4, 6};
-  for (int s = 0; s < 4; ++s) scores(s, 0) = column[s];
-  std::vector<double> d;
-  StandardizeScores(scores, 4, 1, d);
-  // Mean 4, squares 4+0+0+4 = 8, d = sqrt(8/3).
-  EXPECT_NEAR(d[0], std::sqrt(8.0 / 3.0), 1e-14);
-  EXPECT_NEAR(scores(0, 0), -2.0 / std::sqrt(8.0 / 3.0), 1e-14);
-  EXPECT_EQ(capture.Out().find("ABNORMAL EXIT"), std::string::npos);
-}
-
-TEST(StandardizeScores, OneSubjectIsAHardFailureOfTheMomentsRoutine) {
-  for (int m : {1, 2}) {
-    ConsoleCapture capture;
-    Matrix scores(1, m, 0.5);
-    std::vector<double> d;
-    EXPECT_THROW(StandardizeScores(scores, 1, m, d), RunStopped);
-    // One value is failure 2 of the moments routine, failure 1 of G02BAF.
-    const std::string frame =
-        m == 1 ? NagAbnormalExitLine("G01AAF", 2) : NagAbnormalExitLine("G02BAF", 1);
-    // The line is a console record: its first character is the control position.
-    EXPECT_NE(capture.Out().find(frame.substr(1) + "\n"), std::string::npos) << capture.Out();
-  }
-}
-
-TEST(StandardizeScores, AConstantEstimateStopsWithAMessage) {
-  ConsoleCapture capture;
-  Matrix scores(3, 2, 0.0);
-  scores(0, 0) = 1.0;
-  std::vector<double> d;
   try {
-    StandardizeScores(scores, 3, 2, d);
-    FAIL();
+    body();
+    ADD_FAILURE() << "no stop";
   } catch (const RunStopped& stop) {
     EXPECT_EQ(stop.kind, RunStopped::Kind::kPlainStop);
   }
-  const std::string pad(28, ' ');
-  EXPECT_EQ(capture.Out(),
-            pad + "FATAL ERROR: The score estimates of factor   2 cannot be standardized:\n" + pad +
-                "their standard deviation is 0 or not a number.\n\n\n"
-                "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
+  return capture.Out();
+}
+
+// Two lines of a fatal message from column 30, then the plain stop.
+std::string Fatal(const std::string& first, const std::string& second) {
+  return kColumn30 + first + "\n" + kColumn30 + second + "\n\n\n" + kStopLines;
+}
+
+TEST(StandardizeScores, OneFactorTakesTheMomentsRoutine) {
+  // G02BAF refuses a single variable (failure 2), so one factor must take
+  // the moments routine: it passes without any failure frame. Mean 4,
+  // squares 4+0+0+4 = 8, d = sqrt(8/3).
+  ConsoleCapture capture;
+  Matrix scores(4, 1);
+  scores.values = {2, 4, 4, 6};
+  std::vector<double> d;
+  StandardizeScores(scores, 4, 1, d);
+  EXPECT_NEAR(d[0], std::sqrt(8.0 / 3.0), 1e-14);
+  EXPECT_NEAR(scores(0, 0), -2.0 / std::sqrt(8.0 / 3.0), 1e-14);
+  EXPECT_EQ(capture.Out(), "");
+}
+
+TEST(StandardizeScores, OneSubjectOrAConstantEstimateStops) {
+  // One value is failure 2 of the moments routine, failure 1 of G02BAF; the
+  // line is a console record whose first character is the control position.
+  for (int m : {1, 2}) {
+    Matrix scores(1, m, 0.5);
+    std::vector<double> d;
+    const std::string frame =
+        m == 1 ? NagAbnormalExitLine("G01AAF", 2) : NagAbnormalExitLine("G02BAF", 1);
+    EXPECT_NE(StopText([&] { StandardizeScores(scores, 1, m, d); }).find(frame.substr(1) + "\n"),
+              std::string::npos);
+  }
+  Matrix scores(3, 2, 0.0);
+  scores(0, 0) = 1.0;
+  std::vector<double> d;
+  EXPECT_EQ(StopText([&] { StandardizeScores(scores, 3, 2, d); }),
+            Fatal("FATAL ERROR: The score estimates of factor   2 cannot be standardized:",
+                  "their standard deviation is 0 or not a number."));
 }
 
 // Two items, four subjects: x1 = 1 2 3 4, x2 = 2 1 4 3, both with mean 2.5
 // and variance 5/3. One factor with loadings 0.8 and 0.6, communalities on
 // the diagonal of an otherwise empty R.
 struct TwoItems {
-  Matrix data{4, 2};
+  Matrix data{4, 2}, r{2, 2}, loadings{2, 1}, scores;
   std::vector<double> means{2.5, 2.5};
   std::vector<double> deviations{std::sqrt(5.0 / 3.0), std::sqrt(5.0 / 3.0)};
-  Matrix r{2, 2};
-  Matrix loadings{2, 1};
+  OutputFile report;
   TwoItems() {
-    const double x1[] = {1, 2, 3, 4};
-    const double x2[] = {2, 1, 4, 3};
-    for (int s = 0; s < 4; ++s) {
-      data(s, 0) = x1[s];
-      data(s, 1) = x2[s];
-    }
+    data.values = {1, 2, 3, 4, 2, 1, 4, 3};
     r(0, 0) = 0.64;
     r(1, 1) = 0.36;
-    loadings(0, 0) = 0.8;
-    loadings(1, 0) = 0.6;
+    loadings.values = {0.8, 0.6};
     report.OpenInMemory(11);
   }
-  OutputFile report;
-  Matrix scores;
-
   // Runs one estimator on the example, `model` the fixed-width model word.
   void Estimate(bool bartlett, const std::string& model) {
     auto* estimator = bartlett ? &BartlettScores : &RegressionScores;
@@ -216,7 +167,7 @@ TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
   TwoItems example;
   ConsoleCapture capture;
   example.Estimate(false, kPfa);
-  EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Computing factor scores\n\n");
+  EXPECT_EQ(capture.Out(), kColumn30 + "Computing factor scores\n\n");
   EXPECT_EQ(example.report.Text(),
             "\n\n"
             " Standardized regression weights for estimating the factors\n"
@@ -227,8 +178,7 @@ TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
             " Correlations of Factors with Factor Score Estimates\n"
             "          1\n"
             "      0.797\n");
-  EXPECT_EQ(example.r(0, 0), 1.0);
-  EXPECT_EQ(example.r(1, 1), 1.0);
+  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
   const double d = std::sqrt(7.88 / 5.0);
   const double raw[] = {-1.5, -1.3, 1.3, 1.5};
   for (int s = 0; s < 4; ++s) {
@@ -238,8 +188,8 @@ TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
 
 TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
   // Unique variances 0.36 and 0.64. Weights 0.8/0.36/c and 0.6/0.64/c with
-  // c = 2.340277...: 0.94955 (0.950 in print) and 0.40059. The raw estimates are
-  // +-1.62463 and +-1.07567, standard deviation 1.23231, validity 0.81148.
+  // c = 2.340277...: 0.94955 (0.950 in print) and 0.40059. The raw estimates
+  // are +-1.62463 and +-1.07567, standard deviation 1.23231, validity 0.81148.
   TwoItems example;
   ConsoleCapture capture;
   example.Estimate(true, kPfa);
@@ -255,75 +205,43 @@ TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
             " Correlations of Factors with Factor Score Estimates\n"
             "          1\n"
             "      0.811\n");
-  EXPECT_EQ(example.r(0, 0), 1.0);
-  EXPECT_EQ(example.r(1, 1), 1.0);
+  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
 }
 
 TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
-  {
+  const std::pair<std::string, std::string> cases[] = {
+      {"PCA ", kColumn30 + "Computing component scores\n\n"}, {"XYZ ", ""}};
+  for (const auto& [model, line] : cases) {
     TwoItems example;
     ConsoleCapture capture;
-    example.Estimate(false, kPca);
-    EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Computing component scores\n\n");
-  }
-  {
-    TwoItems example;
-    ConsoleCapture capture;
-    example.Estimate(false, "XYZ ");
-    EXPECT_EQ(capture.Out(), "");
+    example.Estimate(false, model);
+    EXPECT_EQ(capture.Out(), line);
   }
 }
 
-// Runs `body`, expects the plain stop, and returns the console text.
-template <typename Body>
-std::string StopText(Body body) {
-  ConsoleCapture capture;
-  try {
-    body();
-    ADD_FAILURE() << "no stop";
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.kind, RunStopped::Kind::kPlainStop);
-  }
-  return capture.Out();
-}
-
-const std::string kStopLines = "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
-
-TEST(ScoreChecks, BartlettUnderPrincipalComponentsStops) {
+TEST(ScoreChecks, BartlettNeedsUniqueVariancesAndEveryItemAVariance) {
   TwoItems example;
-  example.r(0, 0) = 1.0;
-  example.r(1, 1) = 1.0;
-  const std::string pad(28, ' ');
-  EXPECT_EQ(StopText([&] { example.Estimate(true, kPca); }),
-            pad + "FATAL ERROR: Bartlett scores need unique variances, and principal\n" + pad +
-                "components have none. Use >SCORE: REG for component scores.\n\n\n" + kStopLines);
-  EXPECT_EQ(example.report.Text(), "");
-}
-
-TEST(ScoreChecks, BartlettWithACommunalityOfExactlyOneStops) {
-  TwoItems example;
-  example.r(1, 1) = 1.0;
-  const std::string pad(28, ' ');
+  example.r(0, 0) = example.r(1, 1) = 1.0;
+  EXPECT_EQ(StopText([&] { example.Estimate(true, "PCA "); }),
+            Fatal("FATAL ERROR: Bartlett scores need unique variances, and principal",
+                  "components have none. Use >SCORE: REG for component scores."));
   EXPECT_EQ(StopText([&] { CheckUniqueVariances(example.r, 2, kPfa); }),
-            pad + "FATAL ERROR: Variable   2 has a communality of 1 and no unique variance;\n" +
-                pad + "Bartlett scores are not defined for this solution.\n\n\n" + kStopLines);
+            Fatal("FATAL ERROR: Variable   1 has a communality of 1 and no unique variance;",
+                  "Bartlett scores are not defined for this solution."));
   // A communality just below 1 is a unique variance, however small.
-  example.r(1, 1) = 1.0 - 1e-15;
+  example.r(0, 0) = example.r(1, 1) = 1.0 - 1e-15;
   ConsoleCapture capture;
   CheckUniqueVariances(example.r, 2, kPfa);
   EXPECT_EQ(capture.Out(), "");
-}
-
-TEST(ScoreChecks, AnItemWithoutVarianceStopsBothMethods) {
-  const std::string pad(28, ' ');
-  const std::string expected = pad + "FATAL ERROR: Variable   2 has no variance;\n" + pad +
-                               "its standard scores and the factor scores are not defined.\n\n\n" +
-                               kStopLines;
-  TwoItems example;
-  example.deviations[1] = 0.0;
-  EXPECT_EQ(StopText([&] { example.Estimate(false, kPfa); }), expected);
-  EXPECT_EQ(StopText([&] { example.Estimate(true, kPfa); }), expected);
-  EXPECT_EQ(example.report.Text(), "");
+  // An item without variance stops both methods before the report.
+  TwoItems constant;
+  constant.deviations[1] = 0.0;
+  for (bool bartlett : {false, true}) {
+    EXPECT_EQ(StopText([&] { constant.Estimate(bartlett, kPfa); }),
+              Fatal("FATAL ERROR: Variable   2 has no variance;",
+                    "its standard scores and the factor scores are not defined."));
+  }
+  EXPECT_EQ(example.report.Text() + constant.report.Text(), "");
 }
 
 }  // namespace
