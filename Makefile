@@ -40,7 +40,7 @@ golden-update: build
 	@git status --short tests/golden
 
 bench: build
-	@for b in $(BUILD)/*_bench; do [ -x $$b ] && $$b; done
+	@for b in $(BUILD)/bench/*_bench; do [ -x $$b ] && $$b; done
 
 format:
 	find src tests bench tools -name '*.h' -o -name '*.cc' | xargs clang-format -i
