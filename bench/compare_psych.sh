@@ -142,9 +142,12 @@ run_case() {
     "$velquorin_seconds" "$psych_seconds" "$ratio" "$difference")")
 }
 
-echo "Velquorin against psych $(
-  [[ "$HAVE_PSYCH" == 1 ]] && Rscript -e 'cat(as.character(packageVersion("psych")))' 2>/dev/null
-), $CORES core(s), best of $REPEATS run(s)"
+if [[ "$HAVE_PSYCH" == 1 ]]; then
+  echo "Velquorin against psych $(Rscript -e 'cat(as.character(packageVersion("psych")))' 2>/dev/null)," \
+    "$CORES core(s), best of $REPEATS run(s)"
+else
+  echo "Velquorin alone (no psych), $CORES core(s), best of $REPEATS run(s)"
+fi
 echo "Machine: $(nproc) cores, $(lscpu 2>/dev/null | sed -n 's/^Model name: *//p' | head -n 1)"
 echo "Date: $(date -u '+%Y-%m-%d %H:%M UTC')"
 echo
