@@ -4,7 +4,7 @@ BUILD ?= build
 SAN_BUILD ?= build-sanitize
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps build demo check check-sanitize golden-update bench format clean
+.PHONY: all deps build demo check check-normal check-sanitize golden-update bench format clean
 
 all: build
 
@@ -23,11 +23,18 @@ demo: build
 	@echo "--- report: examples/demo/demo.out (first 60 lines) ---"
 	@head -n 60 examples/demo/demo.out
 
-check: build
+# The whole suite twice: in the normal build, then in the build with the
+# address and undefined-behaviour sanitizers.
+check: check-normal check-sanitize
+
+check-normal: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
-check-sanitize: deps
-	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DVELQUORIN_SANITIZE=ON
+$(SAN_BUILD)/CMakeCache.txt:
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DVELQUORIN_SANITIZE=ON \
+	  -DVELQUORIN_BENCH=OFF
+
+check-sanitize: deps $(SAN_BUILD)/CMakeCache.txt
 	cmake --build $(SAN_BUILD) -j $(JOBS)
 	cd $(SAN_BUILD) && ctest --output-on-failure -j $(JOBS)
 
