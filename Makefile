@@ -52,7 +52,7 @@ golden-update: build
 	exit $$failed
 
 bench: build
-	@for b in $(BUILD)/*_bench; do [ -x $$b ] && $$b; done
+	@for b in $(BUILD)/bench/*_bench; do [ -x $$b ] && $$b; done
 
 format:
 	find src tests bench tools -name '*.h' -o -name '*.cc' | xargs clang-format -i
