@@ -1,10 +1,13 @@
-// The triplet test: its cost for p = 20 and p = 40 items at N = 2000, and
-// its behaviour, reported as counters:
+// The triplet test: the cost of one triplet at N = 2000, of the whole test
+// for p = 20 and p = 40 items at N = 2000 on 1 and 2 threads (wall time),
+// and its behaviour, reported as counters:
 //   BM_TripletBehaviour/0: 30 items from a true normal-ogive one-factor
 //     model; the share of triplets at or above 6.635 should be near 1%.
 //   BM_TripletBehaviour/1: the same items over a two-point (skewed mixture)
 //     latent factor; the share should be many times higher.
 // Run: build/bench/triplet_bench (or --benchmark_filter=Behaviour).
+// The machine is shared: compare runs with --benchmark_repetitions or by
+// instruction counts under callgrind.
 #include <benchmark/benchmark.h>
 
 #include "correlation/tetrachoric.h"
@@ -12,6 +15,7 @@
 #include "data/simulation.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
+#include "kernels/parallel.h"
 
 namespace {
 
@@ -37,12 +41,42 @@ void Simulate(int p, int n, bool two_point, vq::Matrix& scores, vq::Matrix& r) {
   vq::ComputeTetrachorics(scores, n, p, r, report, files, "bench", "", 0, {});
 }
 
+// One triplet, the first three items (loadings .4 to .8 over p = 40).
+void BM_OneTriplet(benchmark::State& state) {
+  const int p = 40;
+  const int n = 2000;
+  vq::ConsoleCapture capture;
+  vq::Matrix scores, r;
+  Simulate(p, n, false, scores, r);
+  vq::ResetImslState();
+  vq::OutputFile report;
+  report.OpenInMemory(11);
+  for (auto _ : state) {
+    const double statistic = vq::TripletTest(1,
+                                             20,
+                                             40,
+                                             scores.Column(0),
+                                             scores.Column(19),
+                                             scores.Column(39),
+                                             r(0, 19),
+                                             r(0, 39),
+                                             r(19, 39),
+                                             n,
+                                             report);
+    benchmark::DoNotOptimize(statistic);
+  }
+  vq::ResetImslState();
+}
+BENCHMARK(BM_OneTriplet)->Unit(benchmark::kMicrosecond);
+
+// The whole test: Args(p, threads).
 void BM_TripletTest(benchmark::State& state) {
   const int p = static_cast<int>(state.range(0));
   const int n = 2000;
   vq::ConsoleCapture capture;
   vq::Matrix scores, r;
   Simulate(p, n, false, scores, r);
+  vq::SetThreadCount(static_cast<int>(state.range(1)));
   for (auto _ : state) {
     vq::ResetImslState();
     vq::OutputFile report;
@@ -50,10 +84,19 @@ void BM_TripletTest(benchmark::State& state) {
     const vq::TripletSummary summary = vq::TestAllTriplets(scores, n, p, r, report);
     benchmark::DoNotOptimize(summary.chi_squares.data());
   }
+  vq::SetThreadCount(0);
   vq::ResetImslState();
   state.counters["triplets"] = static_cast<double>(vq::TripletCount(p));
 }
-BENCHMARK(BM_TripletTest)->Arg(20)->Arg(40)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_TripletTest)
+    ->ArgNames({"p", "threads"})
+    ->Args({20, 1})
+    ->Args({20, 2})
+    ->Args({40, 1})
+    ->Args({40, 2})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1);
 
 void BM_TripletBehaviour(benchmark::State& state) {
   const bool two_point = state.range(0) == 1;

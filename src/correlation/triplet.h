@@ -100,6 +100,13 @@ std::array<double, 3> TripletStartLoadings(double r12, double r13, double r23);
 // marked "**" is suspicious.
 std::string TripletMark(double statistic);
 
+// The Newton iteration of a triplet from the parameters `start` on the
+// table `counts` of n subjects; returns the statistic (the last F).
+// Writes nothing and reads or writes no global setting, so that triplets
+// may run on several threads at once; the errors of the ERSET group must
+// already be switched off (InvertWithFlag's setting).
+double TripletStatistic(const TripletParameters& start, const TripletCounts& counts, int n);
+
 // The test of the triplet (a, b, c) (1-based variable numbers) with the
 // score columns (n subjects; only scores of exactly 0.0 and 1.0 count) and
 // the correlations r12 = R(a, b), r13 = R(a, c), r23 = R(b, c). Writes the
@@ -129,7 +136,10 @@ struct TripletSummary {
 // Runs the test of every triplet of the p variables of `item_data` (n by p)
 // with the correlations `correlations` (p by p), writing the head, one line
 // per triplet, the count and the summary table to `report`, and the progress
-// line of each triplet to the console.
+// line of the triplet reached to the console. The triplets are computed on
+// ThreadCount() threads; what is written does not depend on their number.
+// A variable whose proportion of 1.0 is 0 or 1 stops the run at the first
+// triplet that holds it, as TripletTest does.
 TripletSummary TestAllTriplets(
     const Matrix& item_data, int n, int p, const Matrix& correlations, OutputFile& report);
 
