@@ -33,6 +33,8 @@ constexpr double kNoLikelihood = -999999.0;
 // Distinct scores looked for before a variable is known to have too many
 // categories: 14, a 99 on top, and one more.
 constexpr int kDistinctLimit = kCategoryRows + 1;
+// Points of the search: 41 in the sweep and 5 in each of at most 29 passes.
+constexpr int kSearchPoints = 41 + 29 * 5;
 // Pairs handed to a thread at a time: a pair costs a few hundred
 // microseconds at least, so a chunk is short enough for the console to move.
 constexpr int kPairChunk = 16;
@@ -313,11 +315,19 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   double best_likelihood = kNoLikelihood;
   double best_r = 0.0;
   int evaluations = 41;
+  // The points already evaluated. A point met again (the clipped bound at
+  // the end of the sweep, a best point that a later pass steps onto once
+  // more) has the same L, which cannot be strictly above the best L, so it
+  // is not evaluated again.
+  double seen[kSearchPoints];
+  int seen_count = 0;
   for (int pass = 1; pass <= 30; ++pass) {
     for (int evaluation = 0; evaluation < evaluations; ++evaluation) {
       r = r + step;
       if (r >= kUpperBound) r = kUpperBound;
       if (r <= kLowerBound) r = kLowerBound;
+      if (std::find(seen, seen + seen_count, r) != seen + seen_count) continue;
+      if (seen_count < kSearchPoints) seen[seen_count++] = r;
       const double likelihood = GridLikelihood(
           r, k_i, k_j, thresholds_j, thresholds_i, border, table, ifail, estimate.failed);
       // Strictly above: on a tie the earlier r stays.
