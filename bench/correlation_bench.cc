@@ -78,6 +78,27 @@ void BM_PolychoricPairTable(benchmark::State& state) {
 }
 BENCHMARK(BM_PolychoricPairTable)->Unit(benchmark::kMicrosecond);
 
+// Categories, codes, bit columns and thresholds of 100 items over 100,000
+// subjects: the step ahead of the pairs, which grows with n times p.
+void BM_PolychoricCategories(benchmark::State& state) {
+  const int p = 100;
+  const int n = 100000;
+  const vq::Matrix scores = Items(p, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::SetThreadCount(static_cast<int>(state.range(0)));
+  for (auto _ : state) {
+    vq::PolychoricCategories categories;
+    vq::FindPolychoricCategories(scores, n, p, categories);
+    benchmark::DoNotOptimize(categories.bits.data());
+  }
+  vq::SetThreadCount(0);
+}
+BENCHMARK(BM_PolychoricCategories)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
 void BM_PolychoricMatrix(benchmark::State& state) {
   const int p = 50;
   const int n = 10000;

@@ -48,33 +48,70 @@ struct VariableScan {
   int k = 0;
 };
 
+// Scores that are whole numbers from 0 to kLargestWhole are handled through
+// tables indexed by the number: the usual item scores never need a search.
+constexpr int kLargestWhole = 255;
+
+// The table index of a whole score from 0 to kLargestWhole, else -1. A
+// negative zero is not taken (see ScanDistinctScores).
+int WholeIndex(double value) {
+  if (!(value >= 0.0 && value <= kLargestWhole)) return -1;
+  const int whole = static_cast<int>(value);
+  if (whole != value || (whole == 0 && std::signbit(value))) return -1;
+  return whole;
+}
+
 // The distinct scores of `column` in ascending order, by exact comparison,
-// as sorting and dropping repeats would give them. A small sorted list is
-// kept while fewer than kDistinctLimit values are found; a NaN or a
-// negative zero (whose place among equal zeros the sort decides) sends the
-// column to the sort itself.
+// as sorting and dropping repeats would give them. Whole scores are marked
+// in a bit table; other values are kept in a small sorted list while fewer
+// than kDistinctLimit are found. A NaN or a negative zero (whose place
+// among equal zeros the sort decides) sends the column to the sort itself.
 void ScanDistinctScores(const double* column, int n, VariableScan& scan) {
-  double* distinct = scan.distinct;
-  int found = 0;
+  std::uint64_t whole_seen[(kLargestWhole + 64) / 64] = {};
+  double others[kDistinctLimit];
+  int other_count = 0;
   bool sort_instead = false;
   for (int subject = 0; subject < n; ++subject) {
     const double value = column[subject];
+    const int whole = WholeIndex(value);
+    if (whole >= 0) {
+      whole_seen[whole / 64] |= std::uint64_t{1} << (whole % 64);
+      continue;
+    }
     if (std::isnan(value) || (value == 0.0 && std::signbit(value))) {
       sort_instead = true;
       break;
     }
-    double* place = std::lower_bound(distinct, distinct + found, value);
-    if (place != distinct + found && *place == value) continue;
-    if (found == kDistinctLimit) break;
-    std::copy_backward(place, distinct + found, distinct + found + 1);
+    double* place = std::lower_bound(others, others + other_count, value);
+    if (place != others + other_count && *place == value) continue;
+    if (other_count == kDistinctLimit) continue;  // too many already
+    std::copy_backward(place, others + other_count, others + other_count + 1);
     *place = value;
-    ++found;
+    ++other_count;
   }
-  if (sort_instead) {
+
+  double* distinct = scan.distinct;
+  int found = 0;
+  if (!sort_instead) {
+    // Merge the whole scores with the others, in ascending order, up to
+    // kDistinctLimit values (as many means as many or more).
+    int other = 0;
+    for (int whole = 0; whole <= kLargestWhole + 1 && found < kDistinctLimit; ++whole) {
+      const bool marked =
+          whole <= kLargestWhole && (whole_seen[whole / 64] >> (whole % 64) & 1) != 0;
+      if (!marked && whole <= kLargestWhole) continue;
+      const double value = whole <= kLargestWhole ? whole : HUGE_VAL;
+      while (other < other_count && others[other] < value && found < kDistinctLimit) {
+        distinct[found++] = others[other++];
+      }
+      if (marked && found < kDistinctLimit) distinct[found++] = value;
+    }
+    // Any of the others beyond the largest whole score (including +inf).
+    while (other < other_count && found < kDistinctLimit) distinct[found++] = others[other++];
+  } else {
     std::vector<double> sorted(column, column + n);
     int ifail = kIfailQuiet;
     M01CAF(sorted.data(), 1, n, 'A', ifail);
-    found = 0;
     for (int subject = 0; subject < n && found < kDistinctLimit; ++subject) {
       if (subject == 0 || sorted[subject] != sorted[subject - 1])
         distinct[found++] = sorted[subject];
@@ -98,18 +135,41 @@ void CodeVariable(const Matrix& item_data,
   const int k = scan.k;
   const double* distinct = scan.distinct;
   for (int row = 1; row <= k; ++row) categories.scores(row, variable) = distinct[row - 1];
+  // The category of each whole score (0: none).
+  unsigned char whole_category[kLargestWhole + 1] = {};
+  for (int row = 1; row <= k; ++row) {
+    const int whole = WholeIndex(distinct[row - 1]);
+    if (whole >= 0) whole_category[whole] = static_cast<unsigned char>(row);
+  }
   const double* column = item_data.Column(variable);
   unsigned char* codes = categories.codes.data() + static_cast<std::size_t>(variable) * n;
   std::uint64_t* bits =
       categories.bits.data() + categories.first_bit_column[variable] * categories.words;
   std::int64_t tally[kCategoryRows + 1] = {};
-  for (int subject = 0; subject < n; ++subject) {
-    const double* place = std::lower_bound(distinct, distinct + k, column[subject]);
-    if (place != distinct + k && *place == column[subject]) {
-      const int category = static_cast<int>(place - distinct) + 1;
+  // 64 subjects at a time, each category's word built up before it is
+  // stored.
+  for (int first = 0; first < n; first += 64) {
+    std::uint64_t word[kCategoryRows + 1] = {};
+    const int last = std::min(n, first + 64);
+    for (int subject = first; subject < last; ++subject) {
+      const double value = column[subject];
+      const int whole = WholeIndex(value);
+      int category = 0;
+      if (whole >= 0) {
+        category = whole_category[whole];
+      } else {
+        const double* place = std::lower_bound(distinct, distinct + k, value);
+        if (place != distinct + k && *place == value) {
+          category = static_cast<int>(place - distinct) + 1;
+        }
+      }
       codes[subject] = static_cast<unsigned char>(category);
       ++tally[category];
-      SetSubjectBit(bits + static_cast<std::int64_t>(category - 1) * categories.words, subject);
+      word[category] |= std::uint64_t{1} << (subject - first);
+    }
+    for (int category = 1; category <= k; ++category) {
+      bits[static_cast<std::int64_t>(category - 1) * categories.words + first / 64] =
+          word[category];
     }
   }
   for (int row = 1; row <= k; ++row) {

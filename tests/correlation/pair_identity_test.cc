@@ -449,7 +449,7 @@ TEST(PairIdentity, PolychoricsOfOddScores) {
   std::mt19937 random(7);
   std::uniform_int_distribution<int> pick(0, 3);
   const int n = 80;
-  Matrix x(n, 7);
+  Matrix x(n, 8);
   for (int s = 0; s < n; ++s) {
     const int c = pick(random);
     x(s, 0) = -1.25 + 0.5 * c;
@@ -459,6 +459,8 @@ TEST(PairIdentity, PolychoricsOfOddScores) {
     x(s, 4) = (c == 0) ? (s % 2 ? -0.0 : 0.0) : c;
     x(s, 5) = c;
     x(s, 6) = 3 - c;
+    const double beyond[4] = {-7.0, 2.5, 300.0, 1000.5};  // around the whole scores
+    x(s, 7) = beyond[(c + s) % 4];
   }
   const Outcome plain = ComparePolychorics(x, "odd scores");
   EXPECT_FALSE(plain.stopped);
@@ -472,6 +474,10 @@ TEST(PairIdentity, PolychoricStopsComeAtTheSameVariable) {
   for (int s = 0; s < 60; ++s) too_many(s, 3) = s % 16;
   for (int s = 0; s < 60; ++s) too_many(s, 4) = 99.0;  // later: not reached
   ComparePolychorics(too_many, "more than 14 categories");
+  Matrix too_many_mixed = x;  // whole and other scores, fifteen with a 99 on top
+  for (int s = 0; s < 60; ++s) too_many_mixed(s, 1) = s % 15 < 8 ? s % 15 : 0.5 + s % 15;
+  for (int s = 0; s < 4; ++s) too_many_mixed(s, 1) = 99.0;
+  ComparePolychorics(too_many_mixed, "fifteen mixed scores");
   Matrix only_99 = x;
   for (int s = 0; s < 60; ++s) only_99(s, 2) = 99.0;
   ComparePolychorics(only_99, "only 99");
