@@ -182,7 +182,11 @@ void CodeVariable(const Matrix& item_data,
 // infinite and |r| at most 0.9 they depend on r only through whether it is
 // below, at or above 0 (the limits of G01HAF past the underflow of the
 // density), so each is computed once per pair for each of the three cases.
+// Only thresholds whose first and last rows are exactly -999999 and
+// +999999 (as the categories step makes them) are taken this way; for any
+// other grid `cached` is false and every corner is computed.
 struct BorderCorners {
+  bool cached = false;
   double value[3][kCategoryRows + 1][kCategoryRows + 1];
 };
 
@@ -192,6 +196,9 @@ int SignCase(double r) { return r < 0.0 ? 0 : (r == 0.0 ? 1 : 2); }
 // G01HAF call failed.
 bool FillBorderCorners(
     int k_i, int k_j, const double* t, const double* u, int ifail, BorderCorners& border) {
+  border.cached = t[0] == kLowestThreshold && t[k_j] == kHighestThreshold &&
+                  u[0] == kLowestThreshold && u[k_i] == kHighestThreshold;
+  if (!border.cached) return true;
   const double representative[3] = {-0.5, 0.0, 0.5};
   bool ok = true;
   for (int sign_case = 0; sign_case < 3; ++sign_case) {
@@ -225,7 +232,7 @@ double GridLikelihood(double r,
   for (int a = 0; a <= k_j; ++a) {
     const bool border_row = a == 0 || a == k_j;
     for (int b = 0; b <= k_i; ++b) {
-      if (border_row || b == 0 || b == k_i) {
+      if (border.cached && (border_row || b == 0 || b == k_i)) {
         corner[a][b] = border.value[sign_case][a][b];
       } else {
         int status = ifail;

@@ -99,8 +99,10 @@ struct PolychoricEstimate {
 // The grid sweep and interval halving of one pair on its table (`counts`
 // read; `probabilities` left as they are) with k_i, k_j categories and
 // thresholds of variables i and j (rows 0..K). Bivariate probabilities come
-// from G01HAF under `ifail` (kIfailHard or kIfailQuiet). A pure function of
-// its arguments, safe to run on several threads at once.
+// from G01HAF under `ifail` (kIfailHard or kIfailQuiet), each point of the
+// grid once per evaluation, and those on the border of -999999 and +999999
+// once per pair. A pure function of its arguments, safe to run on several
+// threads at once.
 PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         int k_i,
                                         int k_j,

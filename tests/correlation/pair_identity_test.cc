@@ -90,6 +90,28 @@ double PlainLikelihood(
   return likelihood;
 }
 
+double PlainSearch(int (*counts)[16], int ki, int kj, const double* ti, const double* tj) {
+  double step = 0.05, r = -0.95, best_l = -999999.0, best_r = 0.0;
+  int evaluations = 41;
+  for (int pass = 1; pass <= 30; ++pass) {
+    for (int e = 0; e < evaluations; ++e) {
+      r = r + step;
+      if (r >= 0.9) r = 0.9;
+      if (r <= -0.9) r = -0.9;
+      const double l = PlainLikelihood(r, ki, kj, tj, ti, counts);
+      if (l > best_l) {
+        best_l = l;
+        best_r = r;
+      }
+    }
+    if (step < static_cast<double>(0.000001f)) break;
+    r = best_r - step;
+    step = step / 2.0;
+    evaluations = 5;
+  }
+  return best_r;
+}
+
 void PlainPolychorics(const Matrix& x, int n, int p, Matrix& result, OutputFile& report) {
   PlainCategories c;
   PlainFindCategories(x, n, p, c);
@@ -107,32 +129,12 @@ void PlainPolychorics(const Matrix& x, int n, int p, Matrix& result, OutputFile&
           }
         }
       }
-      double step = 0.05, r = -0.95, best_l = -999999.0, best_r = 0.0;
-      int evaluations = 41;
-      for (int pass = 1; pass <= 30; ++pass) {
-        for (int e = 0; e < evaluations; ++e) {
-          r = r + step;
-          if (r >= 0.9) r = 0.9;
-          if (r <= -0.9) r = -0.9;
-          const double l = PlainLikelihood(
-              r, c.k[i], c.k[j], c.thresholds.Column(j), c.thresholds.Column(i), counts);
-          if (l > best_l) {
-            best_l = l;
-            best_r = r;
-          }
-        }
-        if (step < static_cast<double>(0.000001f)) {
-          r = best_r;
-          if (r == 0.9 || r == -0.9) {
-            report.Write(Blanks(16) + "!!!WARNING: CORRELATION " + FormatI(i + 1, 3) + " " +
-                         FormatI(j + 1, 3) + FormatA("   AT BOUNDARY!!!", 18));
-            report.EmptyLines(1);
-          }
-          break;
-        }
-        r = best_r - step;
-        step = step / 2.0;
-        evaluations = 5;
+      const double best_r =
+          PlainSearch(counts, c.k[i], c.k[j], c.thresholds.Column(i), c.thresholds.Column(j));
+      if (best_r == 0.9 || best_r == -0.9) {
+        report.Write(Blanks(16) + "!!!WARNING: CORRELATION " + FormatI(i + 1, 3) + " " +
+                     FormatI(j + 1, 3) + FormatA("   AT BOUNDARY!!!", 18));
+        report.EmptyLines(1);
       }
       result(i, j) = best_r;
     }
@@ -488,6 +490,24 @@ TEST(PairIdentity, PolychoricStopsComeAtTheSameVariable) {
   EXPECT_TRUE(stopped.stopped);
   EXPECT_NE(stopped.console.find("FATAL ERROR: VARIABLE   4 HAS MORE THAN 14 CATEGORIES"),
             std::string::npos);
+}
+
+TEST(PairIdentity, SearchOnThresholdsWithoutInfiniteEnds) {
+  // Thresholds whose end rows are finite: every corner of the grid is then
+  // computed at every point of the search.
+  const double t_i[4] = {-3.0, -0.4, 0.5, 2.5};
+  const double t_j[3] = {-999999.0, 0.1, 4.0};
+  PolychoricTable table;
+  int counts[16][16] = {};
+  std::mt19937 random(1);
+  std::uniform_int_distribution<int> count(0, 40);
+  for (int a = 1; a <= 2; ++a) {
+    for (int b = 1; b <= 3; ++b) table.counts[a][b] = counts[a][b] = count(random);
+  }
+  const PolychoricEstimate estimate = SearchPolychoricPair(table, 3, 2, t_i, t_j, kIfailHard);
+  const double plain = PlainSearch(counts, 3, 2, t_i, t_j);
+  EXPECT_EQ(std::memcmp(&estimate.r, &plain, sizeof plain), 0) << estimate.r << " " << plain;
+  EXPECT_FALSE(estimate.failed);
 }
 
 // Dichotomous scores with proportions varying by item.
