@@ -252,14 +252,13 @@ double GridLikelihood(double r,
   return likelihood;
 }
 
-// The console line of the search at the pair (i, j), 0-based.
+}  // namespace
+
 void ShowPolychoricPair(int i, int j) {
   ConsoleOverwrite(29,
                    " Computing polychoric correlations for variables: " + FormatI(i + 1, 3) + " " +
                        FormatI(j + 1, 3));
 }
-
-}  // namespace
 
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,

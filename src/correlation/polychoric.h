@@ -122,6 +122,10 @@ double EstimatePolychoricPair(const unsigned char* codes_i,
                               const double* thresholds_j,
                               bool& at_boundary);
 
+// The "+" console line of the search at the pair (i, j), 0-based: " Computing
+// polychoric correlations for variables: " I3 " " I3 from column 29.
+void ShowPolychoricPair(int i, int j);
+
 // The polychoric correlation matrix of the p columns of `item_data` (n by p,
 // read only). `result` is reshaped to p by p and gets both triangles and a
 // unit diagonal. The pairs run on ThreadCount() threads while the "+"

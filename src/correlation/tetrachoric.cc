@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <chrono>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -32,6 +33,9 @@ constexpr double kOmegaFloor = 0.0001;
 constexpr double kOmegaCeiling = 10000.0;
 // The iteration ends after this many passes have been started.
 constexpr int kPassLimit = 1000;
+// Pairs of the frq file formatted at a time: enough for the threads to share,
+// few enough for the console to move between blocks.
+constexpr std::int64_t kTableBlock = 16384;
 
 const double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -52,6 +56,16 @@ void OpenIfClosed(OutputFile& file,
                   std::string_view run_stem,
                   std::string_view extension) {
   if (!file.is_open()) OpenSavedFile(file, unit, run_directory, run_stem, extension);
+}
+
+// Writes `text`, records each ending in a newline, one record at a time.
+void WriteRecords(OutputFile& file, std::string_view text) {
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = text.find('\n', start);
+    file.Write(text.substr(start, end - start));
+    start = end + 1;
+  }
 }
 
 // The console line of the iteration at the pair (i, j), 0-based.
@@ -251,6 +265,24 @@ double SettleTetrachoricNewton(const TetrachoricSplit& split,
   return r;
 }
 
+std::string FrequencyTableText(int j,
+                               int i,
+                               double a,
+                               double b,
+                               double c,
+                               double d,
+                               double r,
+                               double standard_error,
+                               double phi) {
+  return "Variables " + FormatI(j, 3) + " and " + FormatI(i, 3) + "\n" +
+         "--------------------\n"
+         "      0         1\n"
+         "1 " +
+         FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " + "     r(tet) = " + FormatF(r, 5, 3) +
+         "     std err  " + FormatF(standard_error, 5, 3) + "\n" + "0 " + FormatF(c, 8, 2) + "  " +
+         FormatF(d, 8, 2) + "  " + "     r(phi) = " + FormatF(phi, 5, 3) + "\n\n\n";
+}
+
 void WriteFrequencyTable(OutputFile& frq,
                          int j,
                          int i,
@@ -261,14 +293,7 @@ void WriteFrequencyTable(OutputFile& frq,
                          double r,
                          double standard_error,
                          double phi) {
-  frq.Write("Variables " + FormatI(j, 3) + " and " + FormatI(i, 3));
-  frq.Write("--------------------");
-  frq.Write("      0         1");
-  frq.Write("1 " + FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " +
-            "     r(tet) = " + FormatF(r, 5, 3) + "     std err  " + FormatF(standard_error, 5, 3));
-  frq.Write("0 " + FormatF(c, 8, 2) + "  " + FormatF(d, 8, 2) + "  " +
-            "     r(phi) = " + FormatF(phi, 5, 3));
-  frq.EmptyLines(2);
+  WriteRecords(frq, FrequencyTableText(j, i, a, b, c, d, r, standard_error, phi));
 }
 
 void ComputeTetrachorics(const Matrix& item_data,
@@ -404,6 +429,7 @@ void ComputeTetrachorics(const Matrix& item_data,
   // would have; an unsettled pair takes the polychoric fall-back, whose
   // console line and warning land in order. The last pair's line stays.
   double previous_r = 0.0;
+  bool last_fell_back = false;
   std::int64_t q = 0;
   for (int i = 1; i < p; ++i) {
     for (int j = 0; j < i; ++j, ++q) {
@@ -423,6 +449,7 @@ void ComputeTetrachorics(const Matrix& item_data,
         r = TetrachoricNewton(slot.start, lower[i], lower[j], slot.table.c11, previous_r, settled);
       }
       if (!settled) {
+        last_fell_back = q == pairs - 1;
         Matrix pair(n, 2);
         std::copy(item_data.Column(i), item_data.Column(i) + n, pair.Column(0));
         std::copy(item_data.Column(j), item_data.Column(j) + n, pair.Column(1));
@@ -434,29 +461,63 @@ void ComputeTetrachorics(const Matrix& item_data,
     }
   }
 
-  // Step 6: the frq tables, standard errors and the upper triangle.
+  // Step 6: the frq tables, standard errors and the upper triangle. The
+  // tables of a block of pairs are worked out and formatted on all threads,
+  // then written in pair order. Between blocks the console shows the pair
+  // reached, and at the end the line that stood last is shown once more, so
+  // that the last line is as it was.
   Matrix standard_errors(p, p, 0.0);
-  q = 0;
-  for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j, ++q) {
-      result(j, i) = result(i, j);
-      const TetrachoricTable& t = slots[q].table;
-      const double a = n * t.c10;
-      const double b = n * t.c11;
-      const double c = n * t.c00;
-      const double d = n * t.c01;
-      const double phi = Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
-      // A copy of r: a clip inside the density must not touch the matrix.
-      double r = result(i, j);
-      const double density = BivariateDensity(lower[i], lower[j], r);
-      const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
-      const double standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
-      if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
-        files.frq.Write("WARNING! Small cell frequencies. Tetrachoric r may be biased");
-      }
-      WriteFrequencyTable(files.frq, j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
-      standard_errors(i, j) = standard_error;
-      standard_errors(j, i) = standard_error;
+  std::vector<std::string> texts;
+  auto last_shown = std::chrono::steady_clock::now();
+  bool shown = false;
+  for (std::int64_t block = 0; block < pairs; block += kTableBlock) {
+    const std::int64_t block_end = std::min(pairs, block + kTableBlock);
+    texts.assign(static_cast<std::size_t>(block_end - block), std::string());
+    ParallelChunks(
+        block_end - block,
+        256,
+        [&](std::int64_t begin, std::int64_t end) {
+          PairPosition pair = PairAt(block + begin);
+          for (std::int64_t slot = begin; slot < end; ++slot, pair = NextPair(pair)) {
+            const int i = pair.i;
+            const int j = pair.j;
+            result(j, i) = result(i, j);
+            const TetrachoricTable& t = slots[block + slot].table;
+            const double a = n * t.c10;
+            const double b = n * t.c11;
+            const double c = n * t.c00;
+            const double d = n * t.c01;
+            const double phi =
+                Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
+            // A copy of r: a clip inside the density must not touch the matrix.
+            double r = result(i, j);
+            const double density = BivariateDensity(lower[i], lower[j], r);
+            const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
+            const double standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
+            std::string& text = texts[slot];
+            if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
+              text = "WARNING! Small cell frequencies. Tetrachoric r may be biased\n";
+            }
+            text += FrequencyTableText(j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
+            standard_errors(i, j) = standard_error;
+            standard_errors(j, i) = standard_error;
+          }
+        },
+        [](std::int64_t) {});
+    for (const std::string& text : texts) WriteRecords(files.frq, text);
+    const auto now = std::chrono::steady_clock::now();
+    if (block_end < pairs && now - last_shown >= std::chrono::milliseconds(250)) {
+      const PairPosition pair = PairAt(block_end);
+      ShowTetrachoricPair(pair.i, pair.j);
+      last_shown = now;
+      shown = true;
+    }
+  }
+  if (shown) {
+    if (last_fell_back) {
+      ShowPolychoricPair(1, 0);
+    } else {
+      ShowTetrachoricPair(p - 1, p - 2);
     }
   }
   for (int variable = 0; variable < p; ++variable) {

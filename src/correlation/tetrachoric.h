@@ -20,6 +20,7 @@
 #ifndef VELQUORIN_CORRELATION_TETRACHORIC_H_
 #define VELQUORIN_CORRELATION_TETRACHORIC_H_
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -98,6 +99,18 @@ double SettleTetrachoricNewton(const TetrachoricSplit& split,
                                double& previous_r,
                                bool& settled,
                                bool& usable);
+
+// The text of one table of the frq file, each record ending in a newline
+// (the arguments of WriteFrequencyTable).
+std::string FrequencyTableText(int j,
+                               int i,
+                               double a,
+                               double b,
+                               double c,
+                               double d,
+                               double r,
+                               double standard_error,
+                               double phi);
 
 // One table of the frq file: variable numbers j then i (1-based), the
 // frequencies a = n c10, b = n c11 (row "1") and c = n c00, d = n c01 (row
