@@ -1,12 +1,15 @@
-// Cost of the pairwise correlation estimators on simulated items: the
-// polychoric matrix of 50 five-category items and the tetrachoric matrix of
-// 100 dichotomous items, each over 10,000 subjects.
+// Cost of the pairwise correlation estimators on simulated items: one
+// polychoric pair of 5 x 5 categories over 10,000 subjects, the polychoric
+// matrix of 50 five-category items and the tetrachoric matrix of 100
+// dichotomous items, each over 10,000 subjects, on 1 and 2 threads.
 #include <benchmark/benchmark.h>
 
 #include "correlation/polychoric.h"
 #include "correlation/tetrachoric.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "kernels/failure.h"
+#include "kernels/parallel.h"
 
 namespace {
 
@@ -17,10 +20,90 @@ vq::Matrix Items(int p, int n, const std::vector<double>& thresholds) {
   return scores;
 }
 
+// One pair of the search, from its category codes (the table is counted
+// subject by subject, then r is searched).
+void BM_PolychoricPair(benchmark::State& state) {
+  const int n = 10000;
+  const vq::Matrix scores = Items(2, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::PolychoricCategories categories;
+  vq::FindPolychoricCategories(scores, n, 2, categories);
+  for (auto _ : state) {
+    bool at_boundary = false;
+    const double r = vq::EstimatePolychoricPair(categories.codes.data() + n,
+                                                categories.codes.data(),
+                                                n,
+                                                categories.category_count[1],
+                                                categories.category_count[0],
+                                                categories.thresholds.Column(1),
+                                                categories.thresholds.Column(0),
+                                                at_boundary);
+    benchmark::DoNotOptimize(r);
+  }
+}
+BENCHMARK(BM_PolychoricPair)->Unit(benchmark::kMicrosecond);
+
+// The same pair as the matrix works it: the table from the bit columns,
+// then the search.
+void BM_PolychoricPairFromBitColumns(benchmark::State& state) {
+  const int n = 10000;
+  const vq::Matrix scores = Items(2, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::PolychoricCategories categories;
+  vq::FindPolychoricCategories(scores, n, 2, categories);
+  for (auto _ : state) {
+    vq::PolychoricTable table;
+    vq::CountPolychoricTable(categories, 1, 0, table);
+    const vq::PolychoricEstimate estimate =
+        vq::SearchPolychoricPair(table,
+                                 categories.category_count[1],
+                                 categories.category_count[0],
+                                 categories.thresholds.Column(1),
+                                 categories.thresholds.Column(0),
+                                 vq::kIfailQuiet);
+    benchmark::DoNotOptimize(estimate.r);
+  }
+}
+BENCHMARK(BM_PolychoricPairFromBitColumns)->Unit(benchmark::kMicrosecond);
+
+// Only the table of the pair, from the bit columns.
+void BM_PolychoricPairTable(benchmark::State& state) {
+  const int n = 10000;
+  const vq::Matrix scores = Items(2, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::PolychoricCategories categories;
+  vq::FindPolychoricCategories(scores, n, 2, categories);
+  for (auto _ : state) {
+    vq::PolychoricTable table;
+    vq::CountPolychoricTable(categories, 1, 0, table);
+    benchmark::DoNotOptimize(table.counts[1][1]);
+  }
+}
+BENCHMARK(BM_PolychoricPairTable)->Unit(benchmark::kMicrosecond);
+
+// Categories, codes, bit columns and thresholds of 100 items over 100,000
+// subjects: the step ahead of the pairs, which grows with n times p.
+void BM_PolychoricCategories(benchmark::State& state) {
+  const int p = 100;
+  const int n = 100000;
+  const vq::Matrix scores = Items(p, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::SetThreadCount(static_cast<int>(state.range(0)));
+  for (auto _ : state) {
+    vq::PolychoricCategories categories;
+    vq::FindPolychoricCategories(scores, n, p, categories);
+    benchmark::DoNotOptimize(categories.bits.data());
+  }
+  vq::SetThreadCount(0);
+}
+BENCHMARK(BM_PolychoricCategories)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
 void BM_PolychoricMatrix(benchmark::State& state) {
   const int p = 50;
   const int n = 10000;
   const vq::Matrix scores = Items(p, n, {-1.5, -0.5, 0.5, 1.5});
+  vq::SetThreadCount(static_cast<int>(state.range(0)));
   vq::ConsoleCapture capture;  // the progress line is not what is measured
   for (auto _ : state) {
     vq::Matrix r;
@@ -29,14 +112,22 @@ void BM_PolychoricMatrix(benchmark::State& state) {
     vq::ComputePolychorics(scores, n, p, r, report);
     benchmark::DoNotOptimize(r.values.data());
   }
+  vq::SetThreadCount(0);
   state.counters["pairs"] = p * (p - 1) / 2;
 }
-BENCHMARK(BM_PolychoricMatrix)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_PolychoricMatrix)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 void BM_TetrachoricMatrix(benchmark::State& state) {
   const int p = 100;
   const int n = 10000;
   const vq::Matrix scores = Items(p, n, {0.3});
+  vq::SetThreadCount(static_cast<int>(state.range(0)));
   vq::ConsoleCapture capture;
   for (auto _ : state) {
     vq::Matrix r;
@@ -49,8 +140,15 @@ void BM_TetrachoricMatrix(benchmark::State& state) {
     vq::ComputeTetrachorics(scores, n, p, r, report, files, "bench", "", 0, {});
     benchmark::DoNotOptimize(r.values.data());
   }
+  vq::SetThreadCount(0);
   state.counters["pairs"] = p * (p - 1) / 2;
 }
-BENCHMARK(BM_TetrachoricMatrix)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_TetrachoricMatrix)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->UseRealTime();
 
 }  // namespace

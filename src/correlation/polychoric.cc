@@ -4,11 +4,14 @@
 #include <cmath>
 #include <string>
 
+#include "correlation/bit_columns.h"
+#include "correlation/pair_order.h"
 #include "correlation/variable_stop.h"
 #include "frame/console.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
+#include "kernels/parallel.h"
 #include "kernels/rank_sort.h"
 #include "report/edit_descriptors.h"
 
@@ -27,8 +30,235 @@ constexpr double kLowerBound = -0.9;
 constexpr double kSmallestStep = static_cast<double>(0.000001f);
 // Start of the best log likelihood; an L at or below it never wins.
 constexpr double kNoLikelihood = -999999.0;
+// Distinct scores looked for before a variable is known to have too many
+// categories: 14, a 99 on top, and one more.
+constexpr int kDistinctLimit = kCategoryRows + 1;
+// Points of the search: 41 in the sweep and 5 in each of at most 29 passes.
+constexpr int kSearchPoints = 41 + 29 * 5;
+// Pairs handed to a thread at a time: a pair costs a few hundred
+// microseconds at least, so a chunk is short enough for the console to move.
+constexpr int kPairChunk = 16;
+
+// What the scan of one variable finds, before anything is decided in order:
+// its distinct scores in ascending order (at most kDistinctLimit; that many
+// means as many or more) and K, once a 99 on top is left out.
+struct VariableScan {
+  double distinct[kDistinctLimit];
+  int found = 0;
+  int k = 0;
+};
+
+// Scores that are whole numbers from 0 to kLargestWhole are handled through
+// tables indexed by the number: the usual item scores never need a search.
+constexpr int kLargestWhole = 255;
+
+// The table index of a whole score from 0 to kLargestWhole, else -1. A
+// negative zero is not taken (see ScanDistinctScores).
+int WholeIndex(double value) {
+  if (!(value >= 0.0 && value <= kLargestWhole)) return -1;
+  const int whole = static_cast<int>(value);
+  if (whole != value || (whole == 0 && std::signbit(value))) return -1;
+  return whole;
+}
+
+// The distinct scores of `column` in ascending order, by exact comparison,
+// as sorting and dropping repeats would give them. Whole scores are marked
+// in a bit table; other values are kept in a small sorted list while fewer
+// than kDistinctLimit are found. A NaN or a negative zero (whose place
+// among equal zeros the sort decides) sends the column to the sort itself.
+void ScanDistinctScores(const double* column, int n, VariableScan& scan) {
+  std::uint64_t whole_seen[(kLargestWhole + 64) / 64] = {};
+  double others[kDistinctLimit];
+  int other_count = 0;
+  bool sort_instead = false;
+  for (int subject = 0; subject < n; ++subject) {
+    const double value = column[subject];
+    const int whole = WholeIndex(value);
+    if (whole >= 0) {
+      whole_seen[whole / 64] |= std::uint64_t{1} << (whole % 64);
+      continue;
+    }
+    if (std::isnan(value) || (value == 0.0 && std::signbit(value))) {
+      sort_instead = true;
+      break;
+    }
+    double* place = std::lower_bound(others, others + other_count, value);
+    if (place != others + other_count && *place == value) continue;
+    if (other_count == kDistinctLimit) continue;  // too many already
+    std::copy_backward(place, others + other_count, others + other_count + 1);
+    *place = value;
+    ++other_count;
+  }
+
+  double* distinct = scan.distinct;
+  int found = 0;
+  if (!sort_instead) {
+    // Merge the whole scores with the others, in ascending order, up to
+    // kDistinctLimit values (as many means as many or more).
+    int other = 0;
+    for (int whole = 0; whole <= kLargestWhole + 1 && found < kDistinctLimit; ++whole) {
+      const bool marked =
+          whole <= kLargestWhole && (whole_seen[whole / 64] >> (whole % 64) & 1) != 0;
+      if (!marked && whole <= kLargestWhole) continue;
+      const double value = whole <= kLargestWhole ? whole : HUGE_VAL;
+      while (other < other_count && others[other] < value && found < kDistinctLimit) {
+        distinct[found++] = others[other++];
+      }
+      if (marked && found < kDistinctLimit) distinct[found++] = value;
+    }
+    // Any of the others beyond the largest whole score (including +inf).
+    while (other < other_count && found < kDistinctLimit) distinct[found++] = others[other++];
+  } else {
+    std::vector<double> sorted(column, column + n);
+    int ifail = kIfailQuiet;
+    M01CAF(sorted.data(), 1, n, 'A', ifail);
+    for (int subject = 0; subject < n && found < kDistinctLimit; ++subject) {
+      if (subject == 0 || sorted[subject] != sorted[subject - 1])
+        distinct[found++] = sorted[subject];
+    }
+  }
+  scan.found = found;
+  // A score of 99 in the highest place is no category: its subjects fall
+  // into no cell and no count, while they still count in n.
+  int k = found;
+  if (k > 0 && k < kDistinctLimit && distinct[k - 1] == kNoCategory) --k;
+  scan.k = k;
+}
+
+// Category scores, counts, codes and bit columns of a variable whose scan
+// found 1 to 14 categories.
+void CodeVariable(const Matrix& item_data,
+                  int n,
+                  int variable,
+                  const VariableScan& scan,
+                  PolychoricCategories& categories) {
+  const int k = scan.k;
+  const double* distinct = scan.distinct;
+  for (int row = 1; row <= k; ++row) categories.scores(row, variable) = distinct[row - 1];
+  // The category of each whole score (0: none).
+  unsigned char whole_category[kLargestWhole + 1] = {};
+  for (int row = 1; row <= k; ++row) {
+    const int whole = WholeIndex(distinct[row - 1]);
+    if (whole >= 0) whole_category[whole] = static_cast<unsigned char>(row);
+  }
+  const double* column = item_data.Column(variable);
+  unsigned char* codes = categories.codes.data() + static_cast<std::size_t>(variable) * n;
+  std::uint64_t* bits =
+      categories.bits.data() + categories.first_bit_column[variable] * categories.words;
+  std::int64_t tally[kCategoryRows + 1] = {};
+  // 64 subjects at a time, each category's word built up before it is
+  // stored.
+  for (int first = 0; first < n; first += 64) {
+    std::uint64_t word[kCategoryRows + 1] = {};
+    const int last = std::min(n, first + 64);
+    for (int subject = first; subject < last; ++subject) {
+      const double value = column[subject];
+      const int whole = WholeIndex(value);
+      int category = 0;
+      if (whole >= 0) {
+        category = whole_category[whole];
+      } else {
+        const double* place = std::lower_bound(distinct, distinct + k, value);
+        if (place != distinct + k && *place == value) {
+          category = static_cast<int>(place - distinct) + 1;
+        }
+      }
+      codes[subject] = static_cast<unsigned char>(category);
+      ++tally[category];
+      word[category] |= std::uint64_t{1} << (subject - first);
+    }
+    for (int category = 1; category <= k; ++category) {
+      bits[static_cast<std::int64_t>(category - 1) * categories.words + first / 64] =
+          word[category];
+    }
+  }
+  for (int row = 1; row <= k; ++row) {
+    categories.counts(row, variable) = static_cast<double>(tally[row]);
+  }
+}
+
+// The orthant probabilities of a pair's grid that lie on its border (a
+// threshold of +-999999 on either side). With the other threshold finite or
+// infinite and |r| at most 0.9 they depend on r only through whether it is
+// below, at or above 0 (the limits of G01HAF past the underflow of the
+// density), so each is computed once per pair for each of the three cases.
+// Only thresholds whose first and last rows are exactly -999999 and
+// +999999 (as the categories step makes them) are taken this way; for any
+// other grid `cached` is false and every corner is computed.
+struct BorderCorners {
+  bool cached = false;
+  double value[3][kCategoryRows + 1][kCategoryRows + 1];
+};
+
+int SignCase(double r) { return r < 0.0 ? 0 : (r == 0.0 ? 1 : 2); }
+
+// Fills the border corners of a k_j + 1 by k_i + 1 grid; false when a
+// G01HAF call failed.
+bool FillBorderCorners(
+    int k_i, int k_j, const double* t, const double* u, int ifail, BorderCorners& border) {
+  border.cached = t[0] == kLowestThreshold && t[k_j] == kHighestThreshold &&
+                  u[0] == kLowestThreshold && u[k_i] == kHighestThreshold;
+  if (!border.cached) return true;
+  const double representative[3] = {-0.5, 0.0, 0.5};
+  bool ok = true;
+  for (int sign_case = 0; sign_case < 3; ++sign_case) {
+    const double r = representative[sign_case];
+    for (int a = 0; a <= k_j; ++a) {
+      for (int b = 0; b <= k_i; ++b) {
+        if (a != 0 && a != k_j && b != 0 && b != k_i) continue;
+        int status = ifail;
+        border.value[sign_case][a][b] = G01HAF(t[a], u[b], r, status);
+        ok = ok && status == 0;
+      }
+    }
+  }
+  return ok;
+}
+
+// The log likelihood of the pair's counts at r, as PolychoricLikelihood
+// gives it, taking the border corners from `border` and skipping empty
+// cells (a 0 count adds an exact zero). `failed` is set when G01HAF fails.
+double GridLikelihood(double r,
+                      int k_i,
+                      int k_j,
+                      const double* t,
+                      const double* u,
+                      const BorderCorners& border,
+                      const PolychoricTable& table,
+                      int ifail,
+                      bool& failed) {
+  double corner[kCategoryRows + 1][kCategoryRows + 1];
+  const int sign_case = SignCase(r);
+  for (int a = 0; a <= k_j; ++a) {
+    const bool border_row = a == 0 || a == k_j;
+    for (int b = 0; b <= k_i; ++b) {
+      if (border.cached && (border_row || b == 0 || b == k_i)) {
+        corner[a][b] = border.value[sign_case][a][b];
+      } else {
+        int status = ifail;
+        corner[a][b] = G01HAF(t[a], u[b], r, status);
+        if (status != 0) failed = true;
+      }
+    }
+  }
+  double likelihood = 0.0;
+  for (int a = 1; a <= k_j; ++a) {
+    for (int b = 1; b <= k_i; ++b) {
+      if (table.counts[a][b] == 0) continue;
+      const double cell = corner[a][b] - corner[a - 1][b] - corner[a][b - 1] + corner[a - 1][b - 1];
+      if (cell > 0.0) likelihood += table.counts[a][b] * std::log(cell);
+    }
+  }
+  return likelihood;
+}
 
 }  // namespace
+
+void ShowPolychoricPair(int i, int j) {
+  ConsoleOverwrite(29,
+                   " Computing polychoric correlations for variables: " + FormatI(i + 1, 3) + " " +
+                       FormatI(j + 1, 3));
+}
 
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,
@@ -39,43 +269,47 @@ void FindPolychoricCategories(const Matrix& item_data,
   categories.counts.Reset(kCategoryRows + 1, p, 0.0);
   categories.thresholds.Reset(kCategoryRows, p, 0.0);
   categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
+  categories.words = BitColumnWords(n);
 
-  std::vector<double> sorted(n);
+  // The scans are independent, so they run on all threads; nothing is
+  // decided until the walk in variable order below.
+  std::vector<VariableScan> scans(p);
+  ParallelChunks(
+      p,
+      4,
+      [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t variable = begin; variable < end; ++variable) {
+          ScanDistinctScores(item_data.Column(static_cast<int>(variable)), n, scans[variable]);
+        }
+      },
+      [](std::int64_t) {});
+  categories.first_bit_column.assign(static_cast<std::size_t>(p) + 1, 0);
   for (int variable = 0; variable < p; ++variable) {
-    const double* column = item_data.Column(variable);
-    std::copy(column, column + n, sorted.begin());
-    int ifail = kIfailQuiet;
-    M01CAF(sorted.data(), 1, n, 'A', ifail);
+    const int k = scans[variable].k;
+    const int columns = (k >= 1 && k <= kMaxCategories) ? k : 0;
+    categories.first_bit_column[variable + 1] = categories.first_bit_column[variable] + columns;
+  }
+  categories.bits.assign(
+      static_cast<std::size_t>(categories.first_bit_column[p]) * categories.words, 0);
+  ParallelChunks(
+      p,
+      4,
+      [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t variable = begin; variable < end; ++variable) {
+          const VariableScan& scan = scans[variable];
+          if (scan.k >= 1 && scan.k <= kMaxCategories) {
+            CodeVariable(item_data, n, static_cast<int>(variable), scan, categories);
+          }
+        }
+      },
+      [](std::int64_t) {});
 
-    // Distinct scores in ascending order; exact comparisons.
-    std::vector<double> distinct;
-    for (int subject = 0; subject < n; ++subject) {
-      if (subject == 0 || sorted[subject] != sorted[subject - 1])
-        distinct.push_back(sorted[subject]);
-    }
-    // A score of 99 in the highest place is no category: its subjects fall
-    // into no cell and no count, while they still count in n.
-    int k = static_cast<int>(distinct.size());
-    if (k > 0 && distinct[k - 1] == kNoCategory) --k;
+  // In variable order: the stops, then the running sums and thresholds.
+  for (int variable = 0; variable < p; ++variable) {
+    const int k = scans[variable].k;
     if (k == 0) StopOnVariable(variable + 1, " HAS NO SCORE OTHER THAN 99");
     if (k > kMaxCategories) StopOnVariable(variable + 1, " HAS MORE THAN 14 CATEGORIES");
     categories.category_count[variable] = k;
-    for (int row = 1; row <= k; ++row) categories.scores(row, variable) = distinct[row - 1];
-
-    // Category codes and counts.
-    unsigned char* codes = categories.codes.data() + static_cast<std::size_t>(variable) * n;
-    const auto first = distinct.begin();
-    const auto last = distinct.begin() + k;
-    for (int subject = 0; subject < n; ++subject) {
-      const auto place = std::lower_bound(first, last, column[subject]);
-      if (place != last && *place == column[subject]) {
-        const int category = static_cast<int>(place - first) + 1;
-        codes[subject] = static_cast<unsigned char>(category);
-        categories.counts(category, variable) += 1.0;
-      }
-    }
-
-    // Running sums and thresholds at the cumulative proportions.
     for (int row = 2; row <= k - 1; ++row) {
       categories.counts(row, variable) += categories.counts(row - 1, variable);
     }
@@ -112,6 +346,72 @@ double PolychoricLikelihood(
   return likelihood;
 }
 
+void CountPolychoricTable(const PolychoricCategories& categories,
+                          int i,
+                          int j,
+                          PolychoricTable& table) {
+  const int words = categories.words;
+  const std::uint64_t* bits_i =
+      categories.bits.data() + categories.first_bit_column[i] * static_cast<std::int64_t>(words);
+  const std::uint64_t* bits_j =
+      categories.bits.data() + categories.first_bit_column[j] * static_cast<std::int64_t>(words);
+  for (int a = 1; a <= categories.category_count[j]; ++a) {
+    const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words;
+    for (int b = 1; b <= categories.category_count[i]; ++b) {
+      const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words;
+      table.counts[a][b] = static_cast<int>(CountInBoth(column_j, column_i, words));
+    }
+  }
+}
+
+PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
+                                        int k_i,
+                                        int k_j,
+                                        const double* thresholds_i,
+                                        const double* thresholds_j,
+                                        int ifail) {
+  PolychoricEstimate estimate;
+  BorderCorners border;
+  estimate.failed = !FillBorderCorners(k_i, k_j, thresholds_j, thresholds_i, ifail, border);
+
+  // A sweep of 41 points from the lower bound up, then passes of 5 points,
+  // each half its predecessor's step apart, from half a step below the best.
+  double step = 0.05;
+  double r = -0.95;
+  double best_likelihood = kNoLikelihood;
+  double best_r = 0.0;
+  int evaluations = 41;
+  // The points already evaluated. A point met again (the clipped bound at
+  // the end of the sweep, a best point that a later pass steps onto once
+  // more) has the same L, which cannot be strictly above the best L, so it
+  // is not evaluated again.
+  double seen[kSearchPoints];
+  int seen_count = 0;
+  for (int pass = 1; pass <= 30; ++pass) {
+    for (int evaluation = 0; evaluation < evaluations; ++evaluation) {
+      r = r + step;
+      if (r >= kUpperBound) r = kUpperBound;
+      if (r <= kLowerBound) r = kLowerBound;
+      if (std::find(seen, seen + seen_count, r) != seen + seen_count) continue;
+      if (seen_count < kSearchPoints) seen[seen_count++] = r;
+      const double likelihood = GridLikelihood(
+          r, k_i, k_j, thresholds_j, thresholds_i, border, table, ifail, estimate.failed);
+      // Strictly above: on a tie the earlier r stays.
+      if (likelihood > best_likelihood) {
+        best_likelihood = likelihood;
+        best_r = r;
+      }
+    }
+    if (step < kSmallestStep) break;
+    r = best_r - step;
+    step = step / 2.0;
+    evaluations = 5;
+  }
+  estimate.r = best_r;
+  estimate.at_boundary = best_r == kUpperBound || best_r == kLowerBound;
+  return estimate;
+}
+
 double EstimatePolychoricPair(const unsigned char* codes_i,
                               const unsigned char* codes_j,
                               int n,
@@ -125,34 +425,10 @@ double EstimatePolychoricPair(const unsigned char* codes_i,
     // Code 0 (no category) lands in row or column 0, which no sum reads.
     ++table.counts[codes_j[subject]][codes_i[subject]];
   }
-
-  // A sweep of 41 points from the lower bound up, then passes of 5 points,
-  // each half its predecessor's step apart, from half a step below the best.
-  double step = 0.05;
-  double r = -0.95;
-  double best_likelihood = kNoLikelihood;
-  double best_r = 0.0;
-  int evaluations = 41;
-  for (int pass = 1; pass <= 30; ++pass) {
-    for (int evaluation = 0; evaluation < evaluations; ++evaluation) {
-      r = r + step;
-      if (r >= kUpperBound) r = kUpperBound;
-      if (r <= kLowerBound) r = kLowerBound;
-      const double likelihood =
-          PolychoricLikelihood(r, k_i, k_j, thresholds_j, thresholds_i, table);
-      // Strictly above: on a tie the earlier r stays.
-      if (likelihood > best_likelihood) {
-        best_likelihood = likelihood;
-        best_r = r;
-      }
-    }
-    if (step < kSmallestStep) break;
-    r = best_r - step;
-    step = step / 2.0;
-    evaluations = 5;
-  }
-  at_boundary = best_r == kUpperBound || best_r == kLowerBound;
-  return best_r;
+  const PolychoricEstimate estimate =
+      SearchPolychoricPair(table, k_i, k_j, thresholds_i, thresholds_j, kIfailHard);
+  at_boundary = estimate.at_boundary;
+  return estimate.r;
 }
 
 void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, OutputFile& report) {
@@ -160,27 +436,56 @@ void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, O
   FindPolychoricCategories(item_data, n, p, categories);
   if (result.rows != p || result.cols != p) result.Reset(p, p);
 
+  // The pairs, each into its own slot, under the quiet indicator: a failure
+  // is only noted here and reported below, in order.
+  const std::int64_t pairs = PairCount(p);
+  std::vector<PolychoricEstimate> estimates(static_cast<std::size_t>(pairs));
+  ParallelChunks(
+      pairs,
+      kPairChunk,
+      [&](std::int64_t begin, std::int64_t end) {
+        PairPosition pair = PairAt(begin);
+        PolychoricTable table;
+        for (std::int64_t q = begin; q < end; ++q, pair = NextPair(pair)) {
+          CountPolychoricTable(categories, pair.i, pair.j, table);
+          estimates[q] = SearchPolychoricPair(table,
+                                              categories.category_count[pair.i],
+                                              categories.category_count[pair.j],
+                                              categories.thresholds.Column(pair.i),
+                                              categories.thresholds.Column(pair.j),
+                                              kIfailQuiet);
+        }
+      },
+      [&](std::int64_t next) {
+        const PairPosition pair = PairAt(next);
+        ShowPolychoricPair(pair.i, pair.j);
+      });
+
+  // In pair order: a failed search runs again under the hard indicator,
+  // behind its console line, to report and stop where it would have; the
+  // boundary warnings go to the report; the last pair's line stays.
+  std::int64_t q = 0;
   for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j) {
-      ConsoleOverwrite(29,
-                       " Computing polychoric correlations for variables: " + FormatI(i + 1, 3) +
-                           " " + FormatI(j + 1, 3));
-      bool at_boundary = false;
-      const double r =
-          EstimatePolychoricPair(categories.codes.data() + static_cast<std::size_t>(i) * n,
-                                 categories.codes.data() + static_cast<std::size_t>(j) * n,
-                                 n,
-                                 categories.category_count[i],
-                                 categories.category_count[j],
-                                 categories.thresholds.Column(i),
-                                 categories.thresholds.Column(j),
-                                 at_boundary);
-      if (at_boundary) {
+    for (int j = 0; j < i; ++j, ++q) {
+      PolychoricEstimate& estimate = estimates[q];
+      if (estimate.failed) {
+        ShowPolychoricPair(i, j);
+        PolychoricTable table;
+        CountPolychoricTable(categories, i, j, table);
+        estimate = SearchPolychoricPair(table,
+                                        categories.category_count[i],
+                                        categories.category_count[j],
+                                        categories.thresholds.Column(i),
+                                        categories.thresholds.Column(j),
+                                        kIfailHard);
+      }
+      if (q == pairs - 1) ShowPolychoricPair(i, j);
+      if (estimate.at_boundary) {
         report.Write(Blanks(16) + "!!!WARNING: CORRELATION " + FormatI(i + 1, 3) + " " +
                      FormatI(j + 1, 3) + FormatA("   AT BOUNDARY!!!", 18));
         report.EmptyLines(1);
       }
-      result(i, j) = r;
+      result(i, j) = estimate.r;
     }
   }
   for (int i = 0; i < p; ++i) {

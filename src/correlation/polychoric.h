@@ -6,13 +6,16 @@
 // halving. Serves the coding "OR" and the tetrachoric estimator's fall-back
 // for a single pair.
 //
-// Only the current pair's table and cell probabilities exist at any time,
-// and each pair's estimate is a pure function of its two columns of
-// category codes and their thresholds, so pairs can be worked on in any
-// order with the same result.
+// Each pair's estimate is a pure function of its two variables' category
+// bit columns and thresholds: only that pair's table exists while it is
+// worked on, and no table is kept for all pairs. The pairs are therefore
+// spread over threads, each result going into its own slot; the console
+// line, the boundary warnings and any stop are then produced in pair order
+// by the calling thread, so the output is the same for every thread count.
 #ifndef VELQUORIN_CORRELATION_POLYCHORIC_H_
 #define VELQUORIN_CORRELATION_POLYCHORIC_H_
 
+#include <cstdint>
 #include <vector>
 
 #include "frame/output_file.h"
@@ -43,18 +46,26 @@ struct PolychoricTable {
 //   thresholds(t, v):   t = 0..K; row 0 is -999999, row K +999999.
 //   codes[s + v * n]:   category of subject s on variable v (1..K), or 0
 //                       for a score of 99 in the highest place.
+//   bits:               one bit column (bit_columns.h) of `words` words per
+//                       category: the column of category c (1..K) of
+//                       variable v starts at word
+//                       (first_bit_column[v] + c - 1) * words.
 struct PolychoricCategories {
   Matrix scores;
   std::vector<int> category_count;
   Matrix counts;
   Matrix thresholds;
   std::vector<unsigned char> codes;
+  int words = 0;
+  std::vector<std::int64_t> first_bit_column;
+  std::vector<std::uint64_t> bits;
 };
 
-// Categories, counts and thresholds of the p columns of `item_data` (n by p).
-// Stops the run ("FATAL ERROR: VARIABLE" I4 ...) on a variable with more
-// than 14 categories or with no score other than 99. Thresholds come from
-// G01FAF with the hard failure indicator.
+// Categories, counts, codes, bit columns and thresholds of the p columns of
+// `item_data` (n by p). The variables are scanned on ThreadCount() threads;
+// then, in variable order, the run stops ("FATAL ERROR: VARIABLE" I4 ...) at
+// the first variable with more than 14 categories or with no score other
+// than 99, and the thresholds come from G01FAF with the hard indicator.
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,
                               int p,
@@ -68,9 +79,40 @@ void FindPolychoricCategories(const Matrix& item_data,
 double PolychoricLikelihood(
     double r, int k_i, int k_j, const double* t, const double* u, PolychoricTable& table);
 
+// The table of the pair (i, j) (0-based variables) from the bit columns of
+// `categories`: cell (a, b) counts the subjects in category a of j and b of
+// i. Cells outside 1..K are left as they were.
+void CountPolychoricTable(const PolychoricCategories& categories,
+                          int i,
+                          int j,
+                          PolychoricTable& table);
+
+// The search's result for one pair. `failed`: a G01HAF call under the quiet
+// indicator failed, so `r` is not to be used (the caller searches again
+// with the hard indicator, which reports and stops).
+struct PolychoricEstimate {
+  double r = 0.0;
+  bool at_boundary = false;
+  bool failed = false;
+};
+
+// The grid sweep and interval halving of one pair on its table (`counts`
+// read; `probabilities` left as they are) with k_i, k_j categories and
+// thresholds of variables i and j (rows 0..K). Bivariate probabilities come
+// from G01HAF under `ifail` (kIfailHard or kIfailQuiet), each point of the
+// grid once per evaluation, and those on the border of -999999 and +999999
+// once per pair. A pure function of its arguments, safe to run on several
+// threads at once.
+PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
+                                        int k_i,
+                                        int k_j,
+                                        const double* thresholds_i,
+                                        const double* thresholds_j,
+                                        int ifail);
+
 // The estimate of one pair: fills the table from the category codes of
-// variables i and j (n subjects) and searches r. `at_boundary` tells whether
-// the estimate is exactly -0.9 or 0.9.
+// variables i and j (n subjects) and searches r with the hard indicator.
+// `at_boundary` tells whether the estimate is exactly -0.9 or 0.9.
 double EstimatePolychoricPair(const unsigned char* codes_i,
                               const unsigned char* codes_j,
                               int n,
@@ -80,10 +122,16 @@ double EstimatePolychoricPair(const unsigned char* codes_i,
                               const double* thresholds_j,
                               bool& at_boundary);
 
+// The "+" console line of the search at the pair (i, j), 0-based: " Computing
+// polychoric correlations for variables: " I3 " " I3 from column 29.
+void ShowPolychoricPair(int i, int j);
+
 // The polychoric correlation matrix of the p columns of `item_data` (n by p,
 // read only). `result` is reshaped to p by p and gets both triangles and a
-// unit diagonal. Shows the "+" console line of each pair; an estimate on the
-// boundary puts a warning line and an empty line into `report`.
+// unit diagonal. The pairs run on ThreadCount() threads while the "+"
+// console line shows the pair reached; the line of the last pair stays. An
+// estimate on the boundary puts a warning line and an empty line into
+// `report`, in pair order.
 void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, OutputFile& report);
 
 }  // namespace vq

@@ -2,17 +2,21 @@
 
 #include <algorithm>
 #include <cassert>
+#include <chrono>
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <string>
 
+#include "correlation/bit_columns.h"
+#include "correlation/pair_order.h"
 #include "correlation/polychoric.h"
 #include "correlation/variable_stop.h"
 #include "frame/console.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
+#include "kernels/parallel.h"
 #include "report/edit_descriptors.h"
 #include "report/saved_files.h"
 
@@ -29,6 +33,9 @@ constexpr double kOmegaFloor = 0.0001;
 constexpr double kOmegaCeiling = 10000.0;
 // The iteration ends after this many passes have been started.
 constexpr int kPassLimit = 1000;
+// Pairs of the frq file formatted at a time: enough for the threads to share,
+// few enough for the console to move between blocks.
+constexpr std::int64_t kTableBlock = 16384;
 
 const double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -49,6 +56,23 @@ void OpenIfClosed(OutputFile& file,
                   std::string_view run_stem,
                   std::string_view extension) {
   if (!file.is_open()) OpenSavedFile(file, unit, run_directory, run_stem, extension);
+}
+
+// Writes `text`, records each ending in a newline, one record at a time.
+void WriteRecords(OutputFile& file, std::string_view text) {
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = text.find('\n', start);
+    file.Write(text.substr(start, end - start));
+    start = end + 1;
+  }
+}
+
+// The console line of the iteration at the pair (i, j), 0-based.
+void ShowTetrachoricPair(int i, int j) {
+  ConsoleOverwrite(30,
+                   "Computing tetrachoric correlation for varables " + FormatI(i + 1, 3) + " " +
+                       FormatI(j + 1, 3));
 }
 
 }  // namespace
@@ -151,38 +175,112 @@ double DivgiStart(double z_i, double z_j, double omega) {
   return std::cos(3.141592654 / (1.0 + std::pow(omega, alpha)));
 }
 
+namespace {
+
+// One Newton pass from r (updated): the slope from the density, the model
+// probability, its distance dp from c11 (returned) and the step. A failure
+// of G01HAF under `ifail` sets `failed`.
+double NewtonPass(double& r, double z_i, double z_j, double c11, int ifail, bool& failed) {
+  // The slope is the density at the thresholds; the three other terms
+  // vanish. Each call may clip r, so they are made one after the other.
+  const double at_both = BivariateDensity(z_i, z_j, r);
+  const double at_j = BivariateDensity(-1000.0, z_j, r);
+  const double at_i = BivariateDensity(z_i, -1000.0, r);
+  const double at_none = BivariateDensity(-1000.0, -1000.0, r);
+  float slope = static_cast<float>(at_both - at_j - at_i + at_none);
+  int status = ifail;
+  const double pm = G01HAF(z_i, z_j, r, status);
+  if (status != 0) failed = true;
+  double dp = std::fabs(pm - c11);
+  // A small density gives a long step: shorten it.
+  if (slope <= 0.02f) slope = slope * 5.5f;
+  if (pm < 0.01 || c11 < 0.01) {
+    dp = 0.0;
+  } else {
+    r = r - (pm - c11) / slope;
+  }
+  return dp;
+}
+
+// The test that ends the iteration after a pass.
+bool GoesOn(int pass, double dr, double dp) {
+  return pass < kPassLimit && (dr > 0.0001 || dp > 0.00001);
+}
+
+}  // namespace
+
 double TetrachoricNewton(
     double r, double z_i, double z_j, double c11, double& previous_r, bool& settled) {
   settled = true;
   int hard = kIfailHard;
-  double pm = G01HAF(z_i, z_j, r, hard);
+  G01HAF(z_i, z_j, r, hard);  // the model probability at the start
+  bool failed = false;
   double dr = 1.0;
   double dp = 1.0;
   int pass = 1;
-  while (pass < kPassLimit && (dr > 0.0001 || dp > 0.00001)) {
-    // The slope is the density at the thresholds; the three other terms
-    // vanish. Each call may clip r, so they are made one after the other.
-    const double at_both = BivariateDensity(z_i, z_j, r);
-    const double at_j = BivariateDensity(-1000.0, z_j, r);
-    const double at_i = BivariateDensity(z_i, -1000.0, r);
-    const double at_none = BivariateDensity(-1000.0, -1000.0, r);
-    float slope = static_cast<float>(at_both - at_j - at_i + at_none);
-    hard = kIfailHard;
-    pm = G01HAF(z_i, z_j, r, hard);
-    dp = std::fabs(pm - c11);
-    // A small density gives a long step: shorten it.
-    if (slope <= 0.02f) slope = slope * 5.5f;
-    if (pm < 0.01 || c11 < 0.01) {
-      dp = 0.0;
-    } else {
-      r = r - (pm - c11) / slope;
-    }
+  while (GoesOn(pass, dr, dp)) {
+    dp = NewtonPass(r, z_i, z_j, c11, kIfailHard, failed);
     dr = std::fabs(previous_r - r);
     previous_r = r;
     pass = pass + 1;
     if (pass >= kPassLimit) settled = false;
   }
   return r;
+}
+
+TetrachoricSplit SplitTetrachoricNewton(double r, double z_i, double z_j, double c11) {
+  TetrachoricSplit split;
+  int quiet = kIfailQuiet;
+  G01HAF(z_i, z_j, r, quiet);
+  split.first_failed = quiet != 0;
+  split.first_dp = NewtonPass(r, z_i, z_j, c11, kIfailQuiet, split.first_failed);
+  split.first_r = r;
+  // The iteration as it goes on after a first pass that did not end it.
+  double previous_r = r;
+  int pass = 2;
+  double dr;
+  double dp;
+  do {
+    dp = NewtonPass(r, z_i, z_j, c11, kIfailQuiet, split.rest_failed);
+    dr = std::fabs(previous_r - r);
+    previous_r = r;
+    pass = pass + 1;
+    if (pass >= kPassLimit) split.full_settled = false;
+  } while (GoesOn(pass, dr, dp));
+  split.full_r = r;
+  return split;
+}
+
+double SettleTetrachoricNewton(const TetrachoricSplit& split,
+                               double& previous_r,
+                               bool& settled,
+                               bool& usable) {
+  // The same test as the loop's after pass 1 (pass 2 is below the limit).
+  const bool ends_at_first = !GoesOn(2, std::fabs(previous_r - split.first_r), split.first_dp);
+  usable = !split.first_failed && (ends_at_first || !split.rest_failed);
+  if (!usable) return 0.0;
+  const double r = ends_at_first ? split.first_r : split.full_r;
+  settled = ends_at_first || split.full_settled;
+  previous_r = r;
+  return r;
+}
+
+std::string FrequencyTableText(int j,
+                               int i,
+                               double a,
+                               double b,
+                               double c,
+                               double d,
+                               double r,
+                               double standard_error,
+                               double phi) {
+  return "Variables " + FormatI(j, 3) + " and " + FormatI(i, 3) + "\n" +
+         "--------------------\n"
+         "      0         1\n"
+         "1 " +
+         FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " + "     r(tet) = " + FormatF(r, 5, 3) +
+         "     std err  " + FormatF(standard_error, 5, 3) + "\n" + "0 " + FormatF(c, 8, 2) + "  " +
+         FormatF(d, 8, 2) + "  " + "     r(phi) = " + FormatF(phi, 5, 3) + "\n\n\n";
 }
 
 void WriteFrequencyTable(OutputFile& frq,
@@ -195,14 +293,7 @@ void WriteFrequencyTable(OutputFile& frq,
                          double r,
                          double standard_error,
                          double phi) {
-  frq.Write("Variables " + FormatI(j, 3) + " and " + FormatI(i, 3));
-  frq.Write("--------------------");
-  frq.Write("      0         1");
-  frq.Write("1 " + FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " +
-            "     r(tet) = " + FormatF(r, 5, 3) + "     std err  " + FormatF(standard_error, 5, 3));
-  frq.Write("0 " + FormatF(c, 8, 2) + "  " + FormatF(d, 8, 2) + "  " +
-            "     r(phi) = " + FormatF(phi, 5, 3));
-  frq.EmptyLines(2);
+  WriteRecords(frq, FrequencyTableText(j, i, a, b, c, d, r, standard_error, phi));
 }
 
 void ComputeTetrachorics(const Matrix& item_data,
@@ -233,20 +324,31 @@ void ComputeTetrachorics(const Matrix& item_data,
   assert(!corrected || static_cast<int>(guessing.size()) >= p);
   if (result.rows != p || result.cols != p) result.Reset(p, p);
 
-  // Step 1: the keyed score and the item proportions.
+  // Step 1: the keyed score and the item proportions. Each variable's keyed
+  // subjects are kept as a bit column for the joint counts of step 2.
   const int keyed_score = FindKeyedScore(item_data, n);
   const double keyed = keyed_score;
   OpenIfClosed(files.frq, kFrequencyUnit, run_directory, run_stem, "frq");
   files.frq.EmptyLines(2);
   files.frq.Write("         Bias Corrected Cell Frequencies and Correlations");
   files.frq.EmptyLines(2);
+  const int words = BitColumnWords(n);
+  std::vector<std::uint64_t> keyed_bits(static_cast<std::size_t>(words) * p, 0);
   std::vector<double> proportion(p);
-  for (int variable = 0; variable < p; ++variable) {
-    const double* column = item_data.Column(variable);
-    int count = 0;
-    for (int subject = 0; subject < n; ++subject) count += column[subject] == keyed ? 1 : 0;
-    proportion[variable] = static_cast<double>(count) / n;
-  }
+  ParallelChunks(
+      p,
+      8,
+      [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t variable = begin; variable < end; ++variable) {
+          const double* column = item_data.Column(static_cast<int>(variable));
+          std::uint64_t* bits = keyed_bits.data() + variable * words;
+          for (int subject = 0; subject < n; ++subject) {
+            if (column[subject] == keyed) SetSubjectBit(bits, subject);
+          }
+          proportion[variable] = static_cast<double>(CountSet(bits, words)) / n;
+        }
+      },
+      [](std::int64_t) {});
   for (int variable = 0; variable < p; ++variable) {
     if (proportion[variable] == 0.0) StopOnVariable(variable + 1, " HAS NO VARIANCE");
   }
@@ -255,63 +357,99 @@ void ComputeTetrachorics(const Matrix& item_data,
     files.dff.Write(FormatI(variable + 1, 4) + "  " + FormatF(proportion[variable], 6, 4));
   }
 
-  // Step 2: the bias-corrected tables, pair by pair.
-  std::vector<TetrachoricTable> tables(static_cast<std::size_t>(p) * p);
-  auto table_of = [&](int i, int j) -> TetrachoricTable& {
-    return tables[static_cast<std::size_t>(i) + static_cast<std::size_t>(j) * p];
+  // Step 3 ahead of the tables, which take the uncorrected proportions:
+  // the proportions corrected for guessing.
+  std::vector<double> working(proportion);
+  if (corrected) {
+    for (int variable = 0; variable < p; ++variable) {
+      working[variable] = 1.0 - (1.0 - proportion[variable]) / (1.0 - guessing[variable]);
+    }
+  }
+
+  // Step 4: the upper thresholds for Divgi's start (soft failures show here,
+  // in variable order), and the lower thresholds of the iteration, computed
+  // quietly once: a variable whose threshold fails is reported at its first
+  // pair below.
+  std::vector<double> upper(p);
+  for (int variable = 0; variable < p; ++variable) {
+    int soft = kIfailSoft;
+    upper[variable] = G01FAF("Lower-tail", 1.0 - working[variable], soft);
+  }
+  std::vector<double> lower(p, 0.0);
+  std::vector<char> lower_failed(p, 0);
+  for (int variable = 0; variable < p; ++variable) {
+    int quiet = kIfailQuiet;
+    lower[variable] = G01FAF("Lower-tail", working[variable], quiet);
+    lower_failed[variable] = quiet != 0;
+  }
+
+  // Steps 2, 4 and 5 of every pair on its own: the table from the joint
+  // count, Divgi's start, and the iteration taken apart at its first pass.
+  struct PairSlot {
+    TetrachoricTable table;
+    double start = 0.0;
+    TetrachoricSplit split;
   };
-  for (int i = 1; i < p; ++i) {
-    const double* column_i = item_data.Column(i);
-    for (int j = 0; j < i; ++j) {
-      const double* column_j = item_data.Column(j);
-      int joint = 0;
-      for (int subject = 0; subject < n; ++subject) {
-        joint += (column_i[subject] == keyed && column_j[subject] == keyed) ? 1 : 0;
-      }
-      table_of(i, j) = BiasCorrectedTable(joint,
+  const std::int64_t pairs = PairCount(p);
+  std::vector<PairSlot> slots(static_cast<std::size_t>(pairs));
+  ParallelChunks(
+      pairs,
+      64,
+      [&](std::int64_t begin, std::int64_t end) {
+        PairPosition pair = PairAt(begin);
+        for (std::int64_t q = begin; q < end; ++q, pair = NextPair(pair)) {
+          const int i = pair.i;
+          const int j = pair.j;
+          PairSlot& slot = slots[q];
+          const std::int64_t joint =
+              CountInBoth(keyed_bits.data() + static_cast<std::int64_t>(i) * words,
+                          keyed_bits.data() + static_cast<std::int64_t>(j) * words,
+                          words);
+          slot.table = BiasCorrectedTable(static_cast<int>(joint),
                                           n,
                                           proportion[i],
                                           proportion[j],
                                           corrected,
                                           corrected ? guessing[i] : 0.0,
                                           corrected ? guessing[j] : 0.0);
-    }
-  }
+          slot.start = DivgiStart(upper[i], upper[j], slot.table.omega);
+          if (!lower_failed[i] && !lower_failed[j]) {
+            slot.split = SplitTetrachoricNewton(slot.start, lower[i], lower[j], slot.table.c11);
+          }
+        }
+      },
+      [&](std::int64_t next) {
+        const PairPosition pair = PairAt(next);
+        ShowTetrachoricPair(pair.i, pair.j);
+      });
 
-  // Step 3: proportions corrected for guessing.
-  if (corrected) {
-    for (int variable = 0; variable < p; ++variable) {
-      proportion[variable] = 1.0 - (1.0 - proportion[variable]) / (1.0 - guessing[variable]);
-    }
-  }
-
-  // Step 4: Divgi's start values from the upper thresholds.
-  std::vector<double> upper(p);
-  for (int variable = 0; variable < p; ++variable) {
-    int soft = kIfailSoft;
-    upper[variable] = G01FAF("Lower-tail", 1.0 - proportion[variable], soft);
-  }
-  for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j) result(i, j) = DivgiStart(upper[i], upper[j], table_of(i, j).omega);
-  }
-
-  // Step 5: the Newton iteration, with the polychoric search where it does
-  // not settle.
-  std::vector<double> lower(p, 0.0);
+  // Step 5 in pair order: "previous r" carried from pair to pair settles each
+  // iteration; a pair with a failure runs the iteration itself under the
+  // hard indicator, behind its console line, to report and stop where it
+  // would have; an unsettled pair takes the polychoric fall-back, whose
+  // console line and warning land in order. The last pair's line stays.
   double previous_r = 0.0;
+  bool last_fell_back = false;
+  std::int64_t q = 0;
   for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j) {
-      ConsoleOverwrite(30,
-                       "Computing tetrachoric correlation for varables " + FormatI(i + 1, 3) + " " +
-                           FormatI(j + 1, 3));
-      int hard = kIfailHard;
-      lower[i] = G01FAF("Lower-tail", proportion[i], hard);
-      hard = kIfailHard;
-      lower[j] = G01FAF("Lower-tail", proportion[j], hard);
+    for (int j = 0; j < i; ++j, ++q) {
+      const PairSlot& slot = slots[q];
+      const bool literal = lower_failed[i] || lower_failed[j];
       bool settled = true;
-      double r = TetrachoricNewton(
-          result(i, j), lower[i], lower[j], table_of(i, j).c11, previous_r, settled);
+      bool usable = false;
+      double r = 0.0;
+      if (!literal) r = SettleTetrachoricNewton(slot.split, previous_r, settled, usable);
+      const bool redo = literal || !usable;
+      if (redo || !settled || q == pairs - 1) ShowTetrachoricPair(i, j);
+      if (redo) {
+        int hard = kIfailHard;
+        lower[i] = G01FAF("Lower-tail", working[i], hard);
+        hard = kIfailHard;
+        lower[j] = G01FAF("Lower-tail", working[j], hard);
+        r = TetrachoricNewton(slot.start, lower[i], lower[j], slot.table.c11, previous_r, settled);
+      }
       if (!settled) {
+        last_fell_back = q == pairs - 1;
         Matrix pair(n, 2);
         std::copy(item_data.Column(i), item_data.Column(i) + n, pair.Column(0));
         std::copy(item_data.Column(j), item_data.Column(j) + n, pair.Column(1));
@@ -323,28 +461,63 @@ void ComputeTetrachorics(const Matrix& item_data,
     }
   }
 
-  // Step 6: the frq tables, standard errors and the upper triangle.
+  // Step 6: the frq tables, standard errors and the upper triangle. The
+  // tables of a block of pairs are worked out and formatted on all threads,
+  // then written in pair order. Between blocks the console shows the pair
+  // reached, and at the end the line that stood last is shown once more, so
+  // that the last line is as it was.
   Matrix standard_errors(p, p, 0.0);
-  for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j) {
-      result(j, i) = result(i, j);
-      const TetrachoricTable& t = table_of(i, j);
-      const double a = n * t.c10;
-      const double b = n * t.c11;
-      const double c = n * t.c00;
-      const double d = n * t.c01;
-      const double phi = Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
-      // A copy of r: a clip inside the density must not touch the matrix.
-      double r = result(i, j);
-      const double density = BivariateDensity(lower[i], lower[j], r);
-      const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
-      const double standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
-      if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
-        files.frq.Write("WARNING! Small cell frequencies. Tetrachoric r may be biased");
-      }
-      WriteFrequencyTable(files.frq, j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
-      standard_errors(i, j) = standard_error;
-      standard_errors(j, i) = standard_error;
+  std::vector<std::string> texts;
+  auto last_shown = std::chrono::steady_clock::now();
+  bool shown = false;
+  for (std::int64_t block = 0; block < pairs; block += kTableBlock) {
+    const std::int64_t block_end = std::min(pairs, block + kTableBlock);
+    texts.assign(static_cast<std::size_t>(block_end - block), std::string());
+    ParallelChunks(
+        block_end - block,
+        256,
+        [&](std::int64_t begin, std::int64_t end) {
+          PairPosition pair = PairAt(block + begin);
+          for (std::int64_t slot = begin; slot < end; ++slot, pair = NextPair(pair)) {
+            const int i = pair.i;
+            const int j = pair.j;
+            result(j, i) = result(i, j);
+            const TetrachoricTable& t = slots[block + slot].table;
+            const double a = n * t.c10;
+            const double b = n * t.c11;
+            const double c = n * t.c00;
+            const double d = n * t.c01;
+            const double phi =
+                Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
+            // A copy of r: a clip inside the density must not touch the matrix.
+            double r = result(i, j);
+            const double density = BivariateDensity(lower[i], lower[j], r);
+            const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
+            const double standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
+            std::string& text = texts[slot];
+            if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
+              text = "WARNING! Small cell frequencies. Tetrachoric r may be biased\n";
+            }
+            text += FrequencyTableText(j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
+            standard_errors(i, j) = standard_error;
+            standard_errors(j, i) = standard_error;
+          }
+        },
+        [](std::int64_t) {});
+    for (const std::string& text : texts) WriteRecords(files.frq, text);
+    const auto now = std::chrono::steady_clock::now();
+    if (block_end < pairs && now - last_shown >= std::chrono::milliseconds(250)) {
+      const PairPosition pair = PairAt(block_end);
+      ShowTetrachoricPair(pair.i, pair.j);
+      last_shown = now;
+      shown = true;
+    }
+  }
+  if (shown) {
+    if (last_fell_back) {
+      ShowPolychoricPair(1, 0);
+    } else {
+      ShowTetrachoricPair(p - 1, p - 2);
     }
   }
   for (int variable = 0; variable < p; ++variable) {

@@ -13,10 +13,14 @@
 // Everything of a pair is a function of its two columns and the item
 // proportions, except one thing: the iteration's "previous r" is carried
 // from the pair before, so the first step of a pair can see a small change
-// by chance. That is how the estimates come out, and it is kept.
+// by chance. That is how the estimates come out, and it is kept. It matters
+// only to the test that ends the first pass, so each pair is iterated on its
+// own (on several threads) both as if the first pass ended it and as if it
+// did not; a walk in pair order then carries "previous r" and picks one.
 #ifndef VELQUORIN_CORRELATION_TETRACHORIC_H_
 #define VELQUORIN_CORRELATION_TETRACHORIC_H_
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -67,6 +71,47 @@ double DivgiStart(double z_i, double z_j, double omega);
 double TetrachoricNewton(
     double r, double z_i, double z_j, double c11, double& previous_r, bool& settled);
 
+// The Newton iteration of one pair taken apart at its first pass, under the
+// quiet indicator. After the first pass the iteration ends exactly when
+// neither |previous r - first_r| > 0.0001 nor first_dp > 0.00001; if it goes
+// on, nothing after depends on the previous r it came in with, and it ends
+// at full_r (full_settled false at 1000 passes). `first_failed`: a G01HAF
+// call up to the end of the first pass failed; `rest_failed`: one after it.
+struct TetrachoricSplit {
+  double first_r = 0.0;
+  double first_dp = 0.0;
+  double full_r = 0.0;
+  bool full_settled = true;
+  bool first_failed = false;
+  bool rest_failed = false;
+};
+
+// TetrachoricNewton from the start `r` without its previous r. A pure
+// function of its arguments, safe to run on several threads at once.
+TetrachoricSplit SplitTetrachoricNewton(double r, double z_i, double z_j, double c11);
+
+// What TetrachoricNewton returns for the pair of `split` given the carried
+// `previous_r` (updated as TetrachoricNewton updates it). Only for a split
+// without a failure flag that counts (first_failed, or rest_failed when the
+// first pass does not end the iteration): `usable` is false otherwise, and
+// the caller runs TetrachoricNewton itself under the hard indicator.
+double SettleTetrachoricNewton(const TetrachoricSplit& split,
+                               double& previous_r,
+                               bool& settled,
+                               bool& usable);
+
+// The text of one table of the frq file, each record ending in a newline
+// (the arguments of WriteFrequencyTable).
+std::string FrequencyTableText(int j,
+                               int i,
+                               double a,
+                               double b,
+                               double c,
+                               double d,
+                               double r,
+                               double standard_error,
+                               double phi);
+
 // One table of the frq file: variable numbers j then i (1-based), the
 // frequencies a = n c10, b = n c11 (row "1") and c = n c00, d = n c01 (row
 // "0"), the tetrachoric r with its standard error, and phi.
@@ -91,12 +136,13 @@ struct TetrachoricFiles {
 // The tetrachoric correlation matrix of the p columns of `item_data` (n by
 // p, read only). `result` is reshaped to p by p, both triangles and a unit
 // diagonal. `guessing_flag` 1 ("DC") corrects the tables with `guessing`
-// (p chances). Writes the frq, dff and ser files named from `run_stem` and
-// `run_directory`, each opened at its step and closed at the end (the dff
-// file is complete once the proportions are written); the report only gets
-// the fall-back's boundary warnings. Stops the run on a variable with no
-// keyed subject ("FATAL ERROR: VARIABLE" I4 " HAS NO VARIANCE"); a
-// proportion of 1 stops through G01FAF.
+// (p chances). The tables and iterations of the pairs run on ThreadCount()
+// threads while the "+" console line shows the pair reached; the fall-backs,
+// warnings, stops and the last pair's line then follow in pair order. Writes the frq, dff and ser
+// files named from `run_stem` and `run_directory`, each opened at its step and closed at the end
+// (the dff file is complete once the proportions are written); the report only gets the fall-back's
+// boundary warnings. Stops the run on a variable with no keyed subject ("FATAL ERROR: VARIABLE" I4
+// " HAS NO VARIANCE"); a proportion of 1 stops through G01FAF.
 void ComputeTetrachorics(const Matrix& item_data,
                          int n,
                          int p,

@@ -1,6 +1,7 @@
 #include "data/raw_data.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -50,13 +51,28 @@ void ReadItemData(RecordSource& source,
     source.Fail(kSevereFormatSyntax);
   }
   std::vector<double> items(static_cast<std::size_t>(p) + 1, 0.0);
+  // A large file takes seconds: on a terminal the line counts the subjects
+  // read, at most four times a second, and ends as it began. Off a terminal
+  // nothing is added, so the console text stays the same.
+  const bool show_progress = ConsoleIsTerminal();
+  auto last_shown = std::chrono::steady_clock::now();
+  bool shown = false;
   for (int subject = 0; subject < n; ++subject) {
+    if (show_progress && subject % 256 == 0) {
+      const auto now = std::chrono::steady_clock::now();
+      if (now - last_shown >= std::chrono::milliseconds(250)) {
+        ConsoleOverwrite(30, "Reading Data" + FormatI(subject, 10));
+        last_shown = now;
+        shown = true;
+      }
+    }
     ReadRecord(source, *format, items);
     subject_ids[static_cast<std::size_t>(subject)] = items[0];
     for (int variable = 0; variable < p; ++variable) {
       item_data(subject, variable) = items[static_cast<std::size_t>(variable) + 1];
     }
   }
+  if (shown) ConsoleOverwrite(30, "Reading Data");
 }
 
 double ColumnMedian(const double* values, int count) {

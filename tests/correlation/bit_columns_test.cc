@@ -1,0 +1,47 @@
+#include "correlation/bit_columns.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace vq {
+namespace {
+
+TEST(BitColumns, CountsMatchASubjectBySubjectCount) {
+  std::mt19937 random(42);
+  std::bernoulli_distribution coin(0.37);
+  // Lengths around the word and the four-word blocks of the count.
+  for (int n : {0, 1, 63, 64, 65, 255, 256, 257, 1000}) {
+    const int words = BitColumnWords(n);
+    ASSERT_EQ(words, (n + 63) / 64);
+    std::vector<std::uint64_t> first(words, 0), second(words, 0);
+    std::int64_t both = 0, set = 0;
+    for (int subject = 0; subject < n; ++subject) {
+      const bool a = coin(random);
+      const bool b = coin(random);
+      if (a) SetSubjectBit(first.data(), subject);
+      if (b) SetSubjectBit(second.data(), subject);
+      both += (a && b) ? 1 : 0;
+      set += a ? 1 : 0;
+    }
+    EXPECT_EQ(CountInBoth(first.data(), second.data(), words), both) << n;
+    EXPECT_EQ(CountSet(first.data(), words), set) << n;
+  }
+}
+
+TEST(BitColumns, SubjectBitsLandInTheirWord) {
+  std::vector<std::uint64_t> column(3, 0);
+  SetSubjectBit(column.data(), 0);
+  SetSubjectBit(column.data(), 63);
+  SetSubjectBit(column.data(), 64);
+  SetSubjectBit(column.data(), 130);
+  EXPECT_EQ(column[0], (std::uint64_t{1} << 63) | 1u);
+  EXPECT_EQ(column[1], 1u);
+  EXPECT_EQ(column[2], std::uint64_t{1} << 2);
+  EXPECT_EQ(CountSet(column.data(), 3), 4);
+  EXPECT_EQ(CountInBoth(column.data(), column.data(), 3), 4);
+}
+
+}  // namespace
+}  // namespace vq
