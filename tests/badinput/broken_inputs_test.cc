@@ -153,7 +153,7 @@ TEST(BrokenCommandFile, BinaryGarbageIsNoTitle) {
   // Garbage behind a valid head goes as far as the first line it spoils.
   const fs::path demo = Example("garbage_tail", "demo", "demo.in");
   WriteWholeFile(demo / "run.in",
-                 "* c\n>TITLE: t\n" + std::string("\x01\x02\xff\xfe x 8 250\n", 15));
+                 "* c\n>TITLE: t\n" + std::string("\x01\x02\xff\xfe x 8 250\n", 13));
   ExpectPauseStop(RunIn(demo), "FATAL ERROR: Keyword  >DATA:   missing");
 }
 
