@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "data/field_conversion.h"
 #include "data/record_reader.h"
@@ -97,9 +98,36 @@ int Assign(const ListItem& item, const std::string& value, bool quoted) {
   return kSevereTypeMismatch;
 }
 
-}  // namespace
+// The items of an ordinary list read: a fixed list of typed targets.
+struct ItemList {
+  std::span<const ListItem> items;
+  std::size_t size() const { return items.size(); }
+  int Take(std::size_t index, const std::string& value, bool quoted) const {
+    return Assign(items[index], value, quoted);
+  }
+};
 
-int TryReadList(RecordSource& source, std::span<const ListItem> items) {
+// The items of a list read of `count` doubles into a vector that grows only
+// as values arrive, so that a count far beyond what the file holds ends at
+// the file's end before memory of that size is taken.
+struct GrowingReals {
+  std::size_t count;
+  std::vector<double>& values;
+  std::size_t size() const { return count; }
+  int Take(std::size_t index, const std::string& value, bool quoted) const {
+    if (quoted) return kSevereListSyntax;
+    double number = 0.0;
+    const int status = ConvertListReal(value, number);
+    if (status != 0) return status;
+    if (index >= values.size()) values.resize(index + 1, 0.0);
+    values[index] = number;
+    return 0;
+  }
+};
+
+// One list read statement over `items` (an ItemList or GrowingReals).
+template <class Items>
+int ReadListStatement(RecordSource& source, const Items& items) {
   ListCursor cursor{source, std::string(), 0};
   if (!cursor.Advance()) return kSevereEndOfFile;
   const std::size_t count = items.size();
@@ -158,13 +186,31 @@ int TryReadList(RecordSource& source, std::span<const ListItem> items) {
     }
     const std::size_t takers = std::min(repeat, count - next);
     for (std::size_t k = 0; k < takers; ++k) {
-      const int status = Assign(items[next], value, quoted);
+      const int status = items.Take(next, value, quoted);
       if (status != 0) return status;
       ++next;
     }
     after_value = true;
   }
   return 0;
+}
+
+}  // namespace
+
+int TryReadList(RecordSource& source, std::span<const ListItem> items) {
+  return ReadListStatement(source, ItemList{items});
+}
+
+int TryReadListOfReals(RecordSource& source, std::size_t count, std::vector<double>& values) {
+  values.clear();
+  const int status = ReadListStatement(source, GrowingReals{count, values});
+  if (status == 0) values.resize(count, 0.0);
+  return status;
+}
+
+void ReadListOfReals(RecordSource& source, std::size_t count, std::vector<double>& values) {
+  const int status = TryReadListOfReals(source, count, values);
+  if (status != 0) source.Fail(status);
 }
 
 void ReadList(RecordSource& source, std::span<const ListItem> items) {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "frame/console.h"
@@ -11,6 +13,10 @@
 
 namespace vq {
 namespace {
+
+// Size of one block of data records held while the raw data are read: about
+// 8 MB, whatever the number of items.
+constexpr std::size_t kRowBlockDoubles = std::size_t{1} << 20;
 
 // Ascending with not-a-number values last, a strict weak order even for
 // scores that an A field filled with arbitrary bytes.
@@ -39,9 +45,11 @@ void ReadItemData(RecordSource& source,
   const int n = std::max(subject_count, 0);
   const int p = std::max(variable_count, 0);
   ConsoleLine(30, "Reading Data");
-  if (item_data.rows != n || item_data.cols != p) item_data.Reset(n, p);
-  subject_ids.assign(static_cast<std::size_t>(n), 0.0);
-  if (n == 0) return;
+  if (n == 0) {
+    item_data.Reset(0, p);
+    subject_ids.clear();
+    return;
+  }
   // Every subject's read statement uses the same text, so one compilation
   // serves them all; a fault shows at the first subject as it would anyway.
   std::string rest;
@@ -50,7 +58,14 @@ void ReadItemData(RecordSource& source,
     ReportFormatError(rest);
     source.Fail(kSevereFormatSyntax);
   }
-  std::vector<double> items(static_cast<std::size_t>(p) + 1, 0.0);
+  // The records are gathered in blocks of rows (id, then the p scores) and
+  // the N by p matrix is made only when all N are in. N is the user's word
+  // alone: a count far beyond the file's records must end at the file's end
+  // with severe error 24, not in an allocation of the size it claims.
+  const std::size_t row_length = static_cast<std::size_t>(p) + 1;
+  const std::size_t rows_per_block = std::max<std::size_t>(1, kRowBlockDoubles / row_length);
+  std::vector<std::vector<double>> blocks;
+  std::vector<double> items(row_length, 0.0);
   // A large file takes seconds: on a terminal the line counts the subjects
   // read, at most four times a second, and ends as it began. Off a terminal
   // nothing is added, so the console text stays the same.
@@ -67,10 +82,23 @@ void ReadItemData(RecordSource& source,
       }
     }
     ReadRecord(source, *format, items);
-    subject_ids[static_cast<std::size_t>(subject)] = items[0];
-    for (int variable = 0; variable < p; ++variable) {
-      item_data(subject, variable) = items[static_cast<std::size_t>(variable) + 1];
+    if (blocks.empty() || blocks.back().size() == rows_per_block * row_length) {
+      blocks.emplace_back();
+      blocks.back().reserve(rows_per_block * row_length);
     }
+    blocks.back().insert(blocks.back().end(), items.begin(), items.end());
+  }
+  item_data.Reset(n, p);
+  subject_ids.assign(static_cast<std::size_t>(n), 0.0);
+  int subject = 0;
+  for (std::vector<double>& block : blocks) {
+    for (std::size_t start = 0; start < block.size(); start += row_length, ++subject) {
+      subject_ids[static_cast<std::size_t>(subject)] = block[start];
+      for (int variable = 0; variable < p; ++variable) {
+        item_data(subject, variable) = block[start + 1 + static_cast<std::size_t>(variable)];
+      }
+    }
+    std::vector<double>().swap(block);  // give each block back once copied
   }
   if (shown) ConsoleOverwrite(30, "Reading Data");
 }
@@ -138,11 +166,7 @@ void ReadGuessing(RecordSource& source,
                   bool& has_guessing) {
   if (!source.OpenOld(kGuessUnit, guess_file)) source.Fail(kSevereFileNotFound);
   const int p = std::max(variable_count, 0);
-  guessing.assign(static_cast<std::size_t>(p), 0.0);
-  std::vector<ListItem> items;
-  items.reserve(guessing.size());
-  for (double& value : guessing) items.push_back(RealItem(value));
-  ReadList(source, items);
+  ReadListOfReals(source, static_cast<std::size_t>(p), guessing);
   has_guessing = true;
 }
 
@@ -152,9 +176,13 @@ void ReadItemTexts(const std::string& item_file,
   RecordSource source;
   if (!source.OpenOld(kItemTextUnit, item_file)) source.Fail(kSevereFileNotFound);
   const int p = std::max(variable_count, 0);
-  item_texts.assign(static_cast<std::size_t>(p), std::string(kItemTextColumns, ' '));
-  for (std::string& text : item_texts) {
+  // The texts grow line by line as the file yields them, so that a p far
+  // beyond the file's lines ends in severe error 24 before p texts are made.
+  item_texts.clear();
+  for (int variable = 0; variable < p; ++variable) {
+    std::string text(kItemTextColumns, ' ');
     ReadColumns(source, {{TextItem(text, kItemTextColumns)}});
+    item_texts.push_back(std::move(text));
   }
   source.Close();
   ConsoleLine(30, "Items read sucessfully");

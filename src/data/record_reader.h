@@ -170,6 +170,14 @@ inline ListItem RealItem(double& target) {
 void ReadList(RecordSource& source, std::span<const ListItem> items);
 int TryReadList(RecordSource& source, std::span<const ListItem> items);
 
+// A list read of `count` doubles into `values`, by the rules above. The
+// vector grows only as values arrive (so a count far beyond the file's
+// values ends in severe error 24 without taking memory for all of them) and
+// holds `count` values after a read that succeeded; items left unchanged by
+// empty values or a slash are 0.
+void ReadListOfReals(RecordSource& source, std::size_t count, std::vector<double>& values);
+int TryReadListOfReals(RecordSource& source, std::size_t count, std::vector<double>& values);
+
 // A column read: text items of the given widths cut from one record, in
 // order from column 1; a short record is padded with blanks. End of file is
 // severe error 24.

@@ -57,6 +57,13 @@ void DropCarriageReturn(std::string& record) {
   if (!record.empty() && record.back() == '\r') record.pop_back();
 }
 
+// Takes the UTF-8 byte-order mark that some editors put at the start of a
+// text file: it belongs to no field, and left in place it would spoil the
+// first keyword, number or label of the file.
+void DropByteOrderMark(std::string& record) {
+  if (record.compare(0, 3, "\xEF\xBB\xBF") == 0) record.erase(0, 3);
+}
+
 }  // namespace
 
 RecordSource::RecordSource() : state_(std::make_unique<State>()) {}
@@ -176,6 +183,7 @@ bool RecordSource::NextRecord(std::string& record) {
     s.last_start = s.position;
     s.position = static_cast<long long>(next);
     DropCarriageReturn(record);
+    if (start == 0) DropByteOrderMark(record);
     return true;
   }
   const long long start = ftello(s.file);
@@ -190,6 +198,7 @@ bool RecordSource::NextRecord(std::string& record) {
   s.last_start = start;
   s.position = ftello(s.file);
   DropCarriageReturn(record);
+  if (start == 0) DropByteOrderMark(record);
   return true;
 }
 

@@ -116,17 +116,14 @@ int CorrelationTableWidth(int page_width) { return page_width < 120 ? page_width
 void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
   CheckCounts(options);
   const int p = options.VariableCount;
-  const int n = Is(options.InputForm, "RAW") ? options.SubjectCount : 0;
   const int m = options.FactorCount > 0 ? options.FactorCount : 0;
   const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
-  const double pd = p, nd = n, md = m;
-  CheckMemory(nd * pd + nd + (pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 +
-              9.0 * pd * md + md * md);
+  const double pd = p, md = m;
+  // ItemData and SubjectIds are not made here: the reader makes them once
+  // the file has shown that it holds the N records that the count claims,
+  // so a wrong count ends at the file's end and not in memory it never needs.
+  CheckMemory((pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 + 9.0 * pd * md + md * md);
   try {
-    if (n > 0) {
-      arrays.ItemData.Reset(n, p);
-      arrays.SubjectIds.assign(static_cast<std::size_t>(n), 0.0);
-    }
     arrays.CorrelationMatrix.Reset(p, p);
     arrays.R.Reset(p, p);
     if (pearson) {
