@@ -1,6 +1,7 @@
 #include "rotation/promax.h"
 
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "kernels/pd_inverse.h"
@@ -9,12 +10,30 @@
 namespace vq {
 namespace {
 
-// x to an integer power by repeated multiplication.
+// Above this many factors a power is formed by squaring: a Promax power in
+// the millions is no analysis anyone means, but a mistyped one must not keep
+// the run multiplying for hours.
+constexpr std::int64_t kLongestMultiplication = 1 << 16;
+
+// x to an integer power by repeated multiplication, so that the usual
+// powers give the doubles of the plain product. The count is taken in 64
+// bits: the negative of the smallest 32-bit power has no 32-bit value.
 double IntegerPower(double x, int power) {
   if (power == 0) return 1.0;
-  const int count = power < 0 ? -power : power;
+  std::int64_t count = power < 0 ? -static_cast<std::int64_t>(power) : power;
   double result = x;
-  for (int step = 1; step < count; ++step) result = result * x;
+  if (count > kLongestMultiplication) {
+    // Squaring: result = x, then the remaining count - 1 factors.
+    double base = x;
+    std::int64_t rest = count - 1;
+    while (rest > 0) {
+      if (rest & 1) result = result * base;
+      base = base * base;
+      rest >>= 1;
+    }
+  } else {
+    for (std::int64_t step = 1; step < count; ++step) result = result * x;
+  }
   return power < 0 ? 1.0 / result : result;
 }
 

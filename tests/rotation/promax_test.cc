@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "kernels/failure.h"
 #include "rotation/orthomax.h"
@@ -39,6 +40,18 @@ TEST(PromaxTarget, EvenPowersKeepTheSignAndZeroStaysZero) {
     EXPECT_EQ(PromaxTarget(0.0, k), 0.0) << "k " << k;
   }
   EXPECT_DOUBLE_EQ(PromaxTarget(0.5, 2), 0.25);
+}
+
+TEST(PromaxTarget, PowersAtTheEndsOfTheIntegerRangeEndAtOnce) {
+  // A mistyped power must neither overflow nor multiply for hours.
+  EXPECT_EQ(PromaxTarget(-1.0, 2147483647), -1.0);
+  EXPECT_EQ(PromaxTarget(-1.0, 2147483646), 1.0);
+  EXPECT_EQ(PromaxTarget(0.5, 2147483647), 0.0);
+  EXPECT_EQ(PromaxTarget(0.5, -2147483647 - 1), std::numeric_limits<double>::infinity());
+  // Below the squaring limit the plain product stands: 0.9 to the 1000th.
+  double product = 0.9;
+  for (int step = 1; step < 1000; ++step) product = product * 0.9;
+  EXPECT_EQ(PromaxTarget(0.9, 1000), product);
 }
 
 // The Varimax solution of the three-factor example.
