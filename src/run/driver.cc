@@ -426,6 +426,9 @@ void RunAnalysis(const ProgramArguments& arguments) {
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
   CheckReportIsNoInput(run.options, run.files.CommandFile);
+  // Counts that can give no arrays stop the run before the report exists,
+  // so that such a run leaves no empty report behind.
+  CheckCounts(run.options);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
   NoteUnmetScoreRequests(run.options);
 
