@@ -31,6 +31,11 @@ long long CappedExponent(long long value) {
 
 // The value of the decimal number digits * 10^exponent10, rounded once.
 // Fails (64) when it lies beyond the range of a double.
+// The powers of ten that are exact doubles.
+constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                              1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                              1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 int DecimalToDouble(const std::string& digits, long long exponent10, bool negative, double& value) {
   std::size_t first = digits.find_first_not_of('0');
   if (first == std::string::npos) {
@@ -41,9 +46,6 @@ int DecimalToDouble(const std::string& digits, long long exponent10, bool negati
   // multiplication or division rounds the exact value once, as strtod would.
   const std::size_t significant = digits.size() - first;
   if (significant <= 15 && exponent10 >= -22 && exponent10 <= 22) {
-    static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
     std::uint64_t whole = 0;
     for (std::size_t k = first; k < digits.size(); ++k) {
       whole = whole * 10 + static_cast<std::uint64_t>(digits[k] - '0');
@@ -99,6 +101,30 @@ int ConvertRealField(std::string_view field,
   if (field[i] == '+' || field[i] == '-') {
     negative = field[i] == '-';
     ++i;
+  }
+  // The common field of item data: a few digits and nothing else. It is
+  // converted here as the general path below would, without building the
+  // digit string (data files hold millions of such fields).
+  if (i < n && n - i <= 15 && !(blank_zero && padding > 0)) {
+    std::uint64_t whole = 0;
+    std::size_t k = i;
+    while (k < n && IsDigit(field[k]))
+      whole = whole * 10 + static_cast<std::uint64_t>(field[k++] - '0');
+    const long long exponent10 = -static_cast<long long>(scale) - decimals;
+    if (k == n && exponent10 >= -22 && exponent10 <= 22) {
+      if (whole == 0) {
+        value = 0.0;
+        return 0;
+      }
+      double magnitude = static_cast<double>(whole);
+      if (exponent10 < 0) {
+        magnitude /= kPowers[-exponent10];
+      } else {
+        magnitude *= kPowers[exponent10];
+      }
+      value = negative ? -magnitude : magnitude;
+      return 0;
+    }
   }
   // Mantissa: digits and at most one point; blanks are ignored or zeros.
   std::string digits;

@@ -68,7 +68,10 @@ std::string FixedDigits(double magnitude, int precision) {
 // even) and the edit descriptor (ties away from zero) can differ.
 bool IsExactHalf(double magnitude, int d) {
   if (d > 22) return false;  // 2 * 10^d must be an exact double
-  const double scale = 2.0 * std::pow(10.0, d);
+  static const double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const double scale = 2.0 * kPowers[d];
   const double scaled = magnitude * scale;
   if (!std::isfinite(scaled) || scaled >= 9007199254740992.0) return false;
   // The product is exact only if the fused remainder vanishes.

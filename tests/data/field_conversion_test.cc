@@ -27,12 +27,19 @@ TEST(FieldConversion, AgreesWithCorrectRoundingBitForBit) {
       if (k == point) text += ".";
       text.push_back(static_cast<char>('0' + engine() % 10));
     }
+    // Implied decimals count only for a field without a point or exponent.
+    int decimals = 0;
+    std::string reference = text;
     if (engine() % 2) {
       text += "E" + std::to_string(static_cast<int>(engine() % 61) - 30);
+      reference = text;
+    } else if (point == digits) {
+      decimals = static_cast<int>(engine() % 4);
+      reference = text + "E-" + std::to_string(decimals);
     }
     double converted = 0.0;
-    ASSERT_EQ(ConvertRealField(text, false, 0, 0, converted), 0) << text;
-    double expected = std::strtod(text.c_str(), nullptr);
+    ASSERT_EQ(ConvertRealField(text, false, decimals, 0, converted), 0) << text;
+    double expected = std::strtod(reference.c_str(), nullptr);
     if (expected == 0.0) expected = 0.0;  // a negative zero reads as plain zero
     EXPECT_EQ(std::memcmp(&converted, &expected, sizeof expected), 0) << text;
   }
