@@ -634,6 +634,9 @@ TripletSummary TestAllTriplets(
     // The first triplet's first inversion would switch the errors off;
     // switching here, once, keeps the threads from writing the setting.
     ERSET(0, 0, 0);
+    // The node table is made here, before the threads read it, so that no
+    // thread's first read has to wait on (or race with) its making.
+    TheQuadrature();
     ParallelChunks(
         static_cast<std::int64_t>(parallel_end),
         kTripletChunk,
