@@ -440,7 +440,9 @@ TEST(PairIdentity, PolychoricsOfRandomOrderedItems) {
     const Matrix x = OrderedItems(random, s.n, s.p, s.cuts, s.loading, s.shift, s.missing);
     const Outcome plain = ComparePolychorics(x, "shape " + std::to_string(shape));
     EXPECT_FALSE(plain.stopped) << shape;
-    if (shape == 2) EXPECT_NE(plain.report, "");  // boundary warnings
+    if (shape == 2) {
+      EXPECT_NE(plain.report, "");  // boundary warnings
+    }
   }
 }
 
