@@ -18,6 +18,22 @@ inline void SetSubjectBit(std::uint64_t* column, int subject) {
   column[subject / 64] |= std::uint64_t{1} << (subject % 64);
 }
 
+// Sets the bits of `column` (BitColumnWords(n) words, all written) where
+// `values[subject] == target`. Word by word and without a branch on the
+// scores, which are as often one as the other.
+inline void SetBitsWhereEqual(const double* values, int n, double target, std::uint64_t* column) {
+  const int words = BitColumnWords(n);
+  for (int word = 0; word < words; ++word) {
+    const int first = word * 64;
+    const int count = n - first < 64 ? n - first : 64;
+    std::uint64_t bits = 0;
+    for (int k = 0; k < count; ++k) {
+      bits |= static_cast<std::uint64_t>(values[first + k] == target) << k;
+    }
+    column[word] = bits;
+  }
+}
+
 // Number of subjects whose bits are set in both columns of `words` words.
 // Bits past the last subject must be 0 in at least one of them.
 std::int64_t CountInBoth(const std::uint64_t* first, const std::uint64_t* second, int words);

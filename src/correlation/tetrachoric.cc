@@ -58,16 +58,6 @@ void OpenIfClosed(OutputFile& file,
   if (!file.is_open()) OpenSavedFile(file, unit, run_directory, run_stem, extension);
 }
 
-// Writes `text`, records each ending in a newline, one record at a time.
-void WriteRecords(OutputFile& file, std::string_view text) {
-  std::size_t start = 0;
-  while (start < text.size()) {
-    const std::size_t end = text.find('\n', start);
-    file.Write(text.substr(start, end - start));
-    start = end + 1;
-  }
-}
-
 // The console line of the iteration at the pair (i, j), 0-based.
 void ShowTetrachoricPair(int i, int j) {
   ConsoleOverwrite(30,
@@ -293,7 +283,7 @@ void WriteFrequencyTable(OutputFile& frq,
                          double r,
                          double standard_error,
                          double phi) {
-  WriteRecords(frq, FrequencyTableText(j, i, a, b, c, d, r, standard_error, phi));
+  frq.WriteLines(FrequencyTableText(j, i, a, b, c, d, r, standard_error, phi));
 }
 
 void ComputeTetrachorics(const Matrix& item_data,
@@ -340,11 +330,8 @@ void ComputeTetrachorics(const Matrix& item_data,
       8,
       [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t variable = begin; variable < end; ++variable) {
-          const double* column = item_data.Column(static_cast<int>(variable));
           std::uint64_t* bits = keyed_bits.data() + variable * words;
-          for (int subject = 0; subject < n; ++subject) {
-            if (column[subject] == keyed) SetSubjectBit(bits, subject);
-          }
+          SetBitsWhereEqual(item_data.Column(static_cast<int>(variable)), n, keyed, bits);
           proportion[variable] = static_cast<double>(CountSet(bits, words)) / n;
         }
       },
@@ -504,7 +491,7 @@ void ComputeTetrachorics(const Matrix& item_data,
           }
         },
         [](std::int64_t) {});
-    for (const std::string& text : texts) WriteRecords(files.frq, text);
+    for (const std::string& text : texts) files.frq.WriteLines(text);
     const auto now = std::chrono::steady_clock::now();
     if (block_end < pairs && now - last_shown >= std::chrono::milliseconds(250)) {
       const PairPosition pair = PairAt(block_end);

@@ -31,11 +31,6 @@ long long CappedExponent(long long value) {
 
 // The value of the decimal number digits * 10^exponent10, rounded once.
 // Fails (64) when it lies beyond the range of a double.
-// The powers of ten that are exact doubles.
-constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                              1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                              1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 int DecimalToDouble(const std::string& digits, long long exponent10, bool negative, double& value) {
   std::size_t first = digits.find_first_not_of('0');
   if (first == std::string::npos) {
@@ -52,9 +47,9 @@ int DecimalToDouble(const std::string& digits, long long exponent10, bool negati
     }
     double magnitude = static_cast<double>(whole);
     if (exponent10 < 0) {
-      magnitude /= kPowers[-exponent10];
+      magnitude /= kExactPowersOfTen[-exponent10];
     } else {
-      magnitude *= kPowers[exponent10];
+      magnitude *= kExactPowersOfTen[exponent10];
     }
     value = negative ? -magnitude : magnitude;
     return 0;
@@ -90,6 +85,11 @@ int ConvertRealField(std::string_view field,
                      int scale,
                      double& value,
                      long long padding) {
+  // Data files hold millions of plain digit fields: they take the short way.
+  if (!(blank_zero && padding > 0) &&
+      ConvertPlainRealField(field, -static_cast<long long>(scale) - decimals, value)) {
+    return 0;
+  }
   const std::size_t n = field.size();
   std::size_t i = 0;
   while (i < n && (field[i] == ' ' || field[i] == '\t')) ++i;
@@ -101,30 +101,6 @@ int ConvertRealField(std::string_view field,
   if (field[i] == '+' || field[i] == '-') {
     negative = field[i] == '-';
     ++i;
-  }
-  // The common field of item data: a few digits and nothing else. It is
-  // converted here as the general path below would, without building the
-  // digit string (data files hold millions of such fields).
-  if (i < n && n - i <= 15 && !(blank_zero && padding > 0)) {
-    std::uint64_t whole = 0;
-    std::size_t k = i;
-    while (k < n && IsDigit(field[k]))
-      whole = whole * 10 + static_cast<std::uint64_t>(field[k++] - '0');
-    const long long exponent10 = -static_cast<long long>(scale) - decimals;
-    if (k == n && exponent10 >= -22 && exponent10 <= 22) {
-      if (whole == 0) {
-        value = 0.0;
-        return 0;
-      }
-      double magnitude = static_cast<double>(whole);
-      if (exponent10 < 0) {
-        magnitude /= kPowers[-exponent10];
-      } else {
-        magnitude *= kPowers[exponent10];
-      }
-      value = negative ? -magnitude : magnitude;
-      return 0;
-    }
   }
   // Mantissa: digits and at most one point; blanks are ignored or zeros.
   std::string digits;

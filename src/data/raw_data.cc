@@ -4,11 +4,14 @@
 #include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "frame/console.h"
+#include "kernels/parallel.h"
 #include "report/edit_descriptors.h"
 
 namespace vq {
@@ -36,6 +39,178 @@ void OpenRawData(RecordSource& source, const std::string& data_file) {
   PauseAndStop();
 }
 
+namespace {
+
+// "Reading Data" with the count of subjects read, on a terminal only, at
+// most four times a second; off a terminal nothing is added, so the console
+// text stays the same.
+struct ReadingProgress {
+  bool on = ConsoleIsTerminal();
+  bool shown = false;
+  std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+
+  void Show(int subjects_read) {
+    if (!on) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last < std::chrono::milliseconds(250)) return;
+    ConsoleOverwrite(30, "Reading Data" + FormatI(subjects_read, 10));
+    last = now;
+    shown = true;
+  }
+  void End() {
+    if (shown) ConsoleOverwrite(30, "Reading Data");
+  }
+};
+
+// Rows (id, then the p scores) gathered while the count of subjects is not
+// yet proven by the file: the N by p matrix is made only when all N are in.
+// N is the user's word alone, and a count far beyond the file's records
+// must end at the file's end with severe error 24, not in an allocation of
+// the size it claims.
+struct RowBlocks {
+  std::size_t row_length;
+  std::size_t rows_per_block;
+  std::vector<std::vector<double>> blocks;
+
+  explicit RowBlocks(std::size_t length)
+      : row_length(length), rows_per_block(std::max<std::size_t>(1, kRowBlockDoubles / length)) {}
+
+  void Add(const double* rows, std::size_t count) {
+    for (std::size_t row = 0; row < count; ++row) {
+      if (blocks.empty() || blocks.back().size() == rows_per_block * row_length) {
+        blocks.emplace_back();
+        blocks.back().reserve(rows_per_block * row_length);
+      }
+      blocks.back().insert(
+          blocks.back().end(), rows + row * row_length, rows + (row + 1) * row_length);
+    }
+  }
+
+  void MoveTo(int n, int p, Matrix& item_data, std::vector<double>& subject_ids) {
+    item_data.Reset(n, p);
+    subject_ids.assign(static_cast<std::size_t>(n), 0.0);
+    int subject = 0;
+    for (std::vector<double>& block : blocks) {
+      for (std::size_t start = 0; start < block.size(); start += row_length, ++subject) {
+        subject_ids[static_cast<std::size_t>(subject)] = block[start];
+        for (int variable = 0; variable < p; ++variable) {
+          item_data(subject, variable) = block[start + 1 + static_cast<std::size_t>(variable)];
+        }
+      }
+      std::vector<double>().swap(block);  // give each block back once copied
+    }
+  }
+};
+
+// Records of one batch of the layout read: taken in order from the file,
+// then converted on the threads.
+// The batch's text buffer is made once at this size and used again for
+// every batch (a buffer grown record by record would be new memory each
+// time it doubles).
+constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
+constexpr std::size_t kBatchRecords = 65536;
+// Records per unit of work handed to a thread.
+constexpr std::int64_t kRecordsPerChunk = 256;
+
+// One statement per record: the records of a batch are gathered in order,
+// converted independently (the layout makes each a function of its own
+// text), and the first fault in record order ends the run, as it would
+// have record by record. When the file holds at least a byte per claimed
+// subject the matrix is made at once and filled in place; otherwise the
+// rows wait in blocks until the count is proven.
+void ReadByLayout(RecordSource& source,
+                  const RecordLayout& layout,
+                  int n,
+                  int p,
+                  Matrix& item_data,
+                  std::vector<double>& subject_ids) {
+  const std::size_t row_length = static_cast<std::size_t>(p) + 1;
+  const long long remaining = source.RemainingBytes();
+  const bool direct = remaining >= n;
+  RowBlocks blocks(row_length);
+  if (direct) {
+    item_data.Reset(n, p);
+    subject_ids.assign(static_cast<std::size_t>(n), 0.0);
+  }
+  ReadingProgress progress;
+  std::string record;
+  std::string text;               // the batch's records, back to back
+  std::vector<std::size_t> ends;  // where each of them ends in `text`
+  std::vector<int> statuses;      // per record: 0 or its severe error
+  std::vector<double> rows;       // converted rows, when not direct
+  text.reserve(kBatchBytes + (kBatchBytes >> 4));
+  int done = 0;
+  while (done < n) {
+    text.clear();
+    ends.clear();
+    bool file_ended = false;
+    while (done + static_cast<long long>(ends.size()) < n && ends.size() < kBatchRecords &&
+           text.size() < kBatchBytes) {
+      if (!source.NextRecord(record)) {
+        file_ended = true;
+        break;
+      }
+      text += record;
+      ends.push_back(text.size());
+    }
+    const std::size_t count = ends.size();
+    statuses.assign(count, 0);
+    if (!direct) rows.assign(count * row_length, 0.0);
+    ParallelChunks(
+        static_cast<std::int64_t>(count),
+        kRecordsPerChunk,
+        [&](std::int64_t begin, std::int64_t end) {
+          std::vector<double> row(row_length);
+          for (std::int64_t k = begin; k < end; ++k) {
+            const std::size_t at = static_cast<std::size_t>(k);
+            const std::size_t from = at == 0 ? 0 : ends[at - 1];
+            const std::string_view line(text.data() + from, ends[at] - from);
+            double* target = direct ? row.data() : rows.data() + at * row_length;
+            statuses[at] = ConvertRecord(layout, line, std::span<double>(target, row_length));
+            if (direct && statuses[at] == 0) {
+              const int subject = done + static_cast<int>(at);
+              subject_ids[static_cast<std::size_t>(subject)] = row[0];
+              for (int variable = 0; variable < p; ++variable) {
+                item_data(subject, variable) = row[static_cast<std::size_t>(variable) + 1];
+              }
+            }
+          }
+        },
+        [](std::int64_t) {});
+    for (const int status : statuses) {
+      if (status != 0) source.Fail(status);
+    }
+    if (file_ended) source.Fail(kSevereEndOfFile);
+    if (!direct) blocks.Add(rows.data(), count);
+    done += static_cast<int>(count);
+    progress.Show(done);
+  }
+  if (!direct) blocks.MoveTo(n, p, item_data, subject_ids);
+  progress.End();
+}
+
+// Any other format: one read statement after the other.
+void ReadByStatements(RecordSource& source,
+                      const CompiledFormat& format,
+                      int n,
+                      int p,
+                      Matrix& item_data,
+                      std::vector<double>& subject_ids) {
+  const std::size_t row_length = static_cast<std::size_t>(p) + 1;
+  RowBlocks blocks(row_length);
+  std::vector<double> items(row_length, 0.0);
+  ReadingProgress progress;
+  for (int subject = 0; subject < n; ++subject) {
+    if (subject % 256 == 0) progress.Show(subject);
+    ReadRecord(source, format, items);
+    blocks.Add(items.data(), 1);
+  }
+  blocks.MoveTo(n, p, item_data, subject_ids);
+  progress.End();
+}
+
+}  // namespace
+
 void ReadItemData(RecordSource& source,
                   std::string_view record_format,
                   int subject_count,
@@ -58,49 +233,12 @@ void ReadItemData(RecordSource& source,
     ReportFormatError(rest);
     source.Fail(kSevereFormatSyntax);
   }
-  // The records are gathered in blocks of rows (id, then the p scores) and
-  // the N by p matrix is made only when all N are in. N is the user's word
-  // alone: a count far beyond the file's records must end at the file's end
-  // with severe error 24, not in an allocation of the size it claims.
-  const std::size_t row_length = static_cast<std::size_t>(p) + 1;
-  const std::size_t rows_per_block = std::max<std::size_t>(1, kRowBlockDoubles / row_length);
-  std::vector<std::vector<double>> blocks;
-  std::vector<double> items(row_length, 0.0);
-  // A large file takes seconds: on a terminal the line counts the subjects
-  // read, at most four times a second, and ends as it began. Off a terminal
-  // nothing is added, so the console text stays the same.
-  const bool show_progress = ConsoleIsTerminal();
-  auto last_shown = std::chrono::steady_clock::now();
-  bool shown = false;
-  for (int subject = 0; subject < n; ++subject) {
-    if (show_progress && subject % 256 == 0) {
-      const auto now = std::chrono::steady_clock::now();
-      if (now - last_shown >= std::chrono::milliseconds(250)) {
-        ConsoleOverwrite(30, "Reading Data" + FormatI(subject, 10));
-        last_shown = now;
-        shown = true;
-      }
-    }
-    ReadRecord(source, *format, items);
-    if (blocks.empty() || blocks.back().size() == rows_per_block * row_length) {
-      blocks.emplace_back();
-      blocks.back().reserve(rows_per_block * row_length);
-    }
-    blocks.back().insert(blocks.back().end(), items.begin(), items.end());
+  const RecordLayoutPtr layout = LayOutRecord(*format, static_cast<std::size_t>(p) + 1);
+  if (layout) {
+    ReadByLayout(source, *layout, n, p, item_data, subject_ids);
+  } else {
+    ReadByStatements(source, *format, n, p, item_data, subject_ids);
   }
-  item_data.Reset(n, p);
-  subject_ids.assign(static_cast<std::size_t>(n), 0.0);
-  int subject = 0;
-  for (std::vector<double>& block : blocks) {
-    for (std::size_t start = 0; start < block.size(); start += row_length, ++subject) {
-      subject_ids[static_cast<std::size_t>(subject)] = block[start];
-      for (int variable = 0; variable < p; ++variable) {
-        item_data(subject, variable) = block[start + 1 + static_cast<std::size_t>(variable)];
-      }
-    }
-    std::vector<double>().swap(block);  // give each block back once copied
-  }
-  if (shown) ConsoleOverwrite(30, "Reading Data");
 }
 
 double ColumnMedian(const double* values, int count) {

@@ -135,6 +135,32 @@ struct CompiledFormat {
   int reversion = 0;
 };
 
+namespace {
+
+// Where one item's field lies in a record without commas, and the modes in
+// force when it is read.
+struct PlannedField {
+  const FormatOp* op;
+  long long column;
+  bool blank_zero;
+  int scale;
+  // For a real field: where it ends, and the power of ten of its digits
+  // (minus the scale factor and the implied decimals).
+  bool real = false;
+  long long end = 0;
+  long long exponent10 = 0;
+};
+
+// What a statement run without a source returns when it needs another record.
+constexpr int kNeedsRecord = -1;
+
+}  // namespace
+
+struct RecordLayout {
+  const CompiledFormat* format = nullptr;
+  std::vector<PlannedField> fields;
+};
+
 void FormatDeleter::operator()(CompiledFormat* format) const { delete format; }
 
 namespace {
@@ -510,7 +536,10 @@ struct FormatCompiler {
 // The columns of a field of `width` from `column`, cut at a comma; moves the
 // column behind the field, or right behind the comma. `padding` gets the
 // number of the field's columns that lie beyond the end of the record.
-std::string_view TakeField(const std::string& record,
+// `record_has_comma` false spares the search of each field of a record that
+// holds no comma at all, the usual data record.
+std::string_view TakeField(std::string_view record,
+                           bool record_has_comma,
                            long long& column,
                            long long width,
                            long long& padding) {
@@ -519,7 +548,7 @@ std::string_view TakeField(const std::string& record,
   const long long from = std::min(column, size);
   const long long to = std::min(end, size);
   std::string_view span(record.data() + from, static_cast<std::size_t>(to - from));
-  const std::size_t comma = span.find(',');
+  const std::size_t comma = record_has_comma ? span.find(',') : std::string_view::npos;
   if (comma != std::string_view::npos) {
     column = from + static_cast<long long>(comma) + 1;
     padding = 0;
@@ -530,9 +559,11 @@ std::string_view TakeField(const std::string& record,
   return span;
 }
 
+bool HasComma(std::string_view record) { return record.find(',') != std::string_view::npos; }
+
 // An A field: the item's 8 bytes get the field's characters unconverted,
 // the rightmost 8 of a wider field, blank-padded behind a narrower one.
-void TakeText(const std::string& record, long long& column, long long width, double& item) {
+void TakeText(std::string_view record, long long& column, long long width, double& item) {
   const long long size = static_cast<long long>(record.size());
   char bytes[sizeof(double)];
   std::memset(bytes, ' ', sizeof bytes);
@@ -547,7 +578,8 @@ void TakeText(const std::string& record, long long& column, long long width, dou
 }
 
 int ReadField(const FormatOp& op,
-              const std::string& record,
+              std::string_view record,
+              bool record_has_comma,
               long long& column,
               bool blank_zero,
               int scale,
@@ -557,7 +589,7 @@ int ReadField(const FormatOp& op,
     return 0;
   }
   long long padding = 0;
-  const std::string_view field = TakeField(record, column, op.width, padding);
+  const std::string_view field = TakeField(record, record_has_comma, column, op.width, padding);
   switch (op.kind) {
     case FormatOpKind::kReal:
       return ConvertRealField(field, blank_zero, op.decimals, scale, item, padding);
@@ -599,9 +631,25 @@ CompiledFormatPtr CompileFormat(std::string_view text, std::string* error_rest) 
   return format;
 }
 
-int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items) {
-  std::string record;
-  if (!source.NextRecord(record)) return kSevereEndOfFile;
+namespace {
+
+// Runs a read statement from its first record, `record`, on. `source` gives
+// the records after it; without one, a statement that needs another record
+// returns kNeedsRecord. `plan`, when given, gets the field of every item
+// taken, as it was met.
+int RunStatement(const CompiledFormat& format,
+                 RecordSource* source,
+                 std::string_view record,
+                 std::span<double> items,
+                 std::vector<PlannedField>* plan) {
+  std::string storage;  // records taken after the first
+  auto next_record = [&]() {
+    if (source == nullptr) return kNeedsRecord;
+    if (!source->NextRecord(storage)) return kSevereEndOfFile;
+    record = storage;
+    return 0;
+  };
+  bool has_comma = HasComma(record);
   const std::vector<FormatOp>& ops = format.ops;
   long long column = 0;
   bool blank_zero = false;
@@ -632,8 +680,9 @@ int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<
         break;
       case FormatOpKind::kNextRecord:
         for (long long pass = 0; pass < op.count; ++pass) {
-          if (!source.NextRecord(record)) return kSevereEndOfFile;
+          if (const int status = next_record(); status != 0) return status;
         }
+        has_comma = HasComma(record);
         column = 0;
         break;
       case FormatOpKind::kColon:
@@ -669,7 +718,8 @@ int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<
         if (next == items.size()) return 0;
         if (!progress) return kSevereInfiniteLoop;
         progress = false;
-        if (!source.NextRecord(record)) return kSevereEndOfFile;
+        if (const int status = next_record(); status != 0) return status;
+        has_comma = HasComma(record);
         column = 0;
         at = format.reversion;
         continue;
@@ -677,7 +727,17 @@ int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<
         for (long long pass = 0; pass < op.count; ++pass) {
           if (next == items.size()) return 0;
           if (op.kind == FormatOpKind::kCharsLeft) return kSevereTypeMismatch;
-          const int status = ReadField(op, record, column, blank_zero, scale, items[next]);
+          if (plan != nullptr) {
+            plan->push_back(PlannedField{&op,
+                                         column,
+                                         blank_zero,
+                                         scale,
+                                         op.kind == FormatOpKind::kReal,
+                                         SaturatedAdd(column, op.width),
+                                         -static_cast<long long>(scale) - op.decimals});
+          }
+          const int status =
+              ReadField(op, record, has_comma, column, blank_zero, scale, items[next]);
           if (status != 0) return status;
           ++next;
           progress = true;
@@ -686,6 +746,53 @@ int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<
     }
     ++at;
   }
+}
+
+}  // namespace
+
+int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items) {
+  std::string record;
+  if (!source.NextRecord(record)) return kSevereEndOfFile;
+  return RunStatement(format, &source, record, items, nullptr);
+}
+
+void LayoutDeleter::operator()(RecordLayout* layout) const { delete layout; }
+
+RecordLayoutPtr LayOutRecord(const CompiledFormat& format, std::size_t item_count) {
+  // Control flow does not depend on the characters of a record, only the
+  // columns do, and only through commas: a blank record without any shows
+  // where every field lies. Blank fields convert in every kind but Q, whose
+  // fault the plain read then reports.
+  std::vector<double> items(item_count, 0.0);
+  std::vector<PlannedField> plan;
+  if (RunStatement(format, nullptr, std::string_view(), items, &plan) != 0) return nullptr;
+  RecordLayoutPtr layout(new RecordLayout);
+  layout->format = &format;
+  layout->fields = std::move(plan);
+  return layout;
+}
+
+int ConvertRecord(const RecordLayout& layout, std::string_view record, std::span<double> items) {
+  if (items.size() != layout.fields.size()) return kSevereTypeMismatch;
+  if (HasComma(record)) return RunStatement(*layout.format, nullptr, record, items, nullptr);
+  const long long size = static_cast<long long>(record.size());
+  for (std::size_t k = 0; k < items.size(); ++k) {
+    const PlannedField& field = layout.fields[k];
+    // A real field that lies wholly inside the record has no padding, and
+    // its plain digits convert in place.
+    if (field.real && field.end <= size &&
+        ConvertPlainRealField(std::string_view(record.data() + field.column,
+                                               static_cast<std::size_t>(field.end - field.column)),
+                              field.exponent10,
+                              items[k])) {
+      continue;
+    }
+    long long column = field.column;
+    const int status =
+        ReadField(*field.op, record, false, column, field.blank_zero, field.scale, items[k]);
+    if (status != 0) return status;
+  }
+  return 0;
 }
 
 void ReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items) {

@@ -71,6 +71,9 @@ class RecordSource {
   void StepBack();
   // Goes back to the first record.
   void Rewind();
+  // The bytes from the next record to the end, or -1 when that is not known
+  // (a pipe, a terminal). Every record takes at least one byte.
+  long long RemainingBytes() const;
 
   // Ends the run with severe error `number` on this source:
   // "severe (N): <text>, unit U, file F".
@@ -134,6 +137,34 @@ void ReportFormatError(std::string_view rest);
 void ReadRecord(RecordSource& source, std::string_view format_text, std::span<double> items);
 void ReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items);
 int TryReadRecord(RecordSource& source, const CompiledFormat& format, std::span<double> items);
+
+// --- One-record layouts --------------------------------------------------------
+//
+// A data format usually reads a statement from exactly one record: no slash
+// is met and the format does not revert before the items are full. Which
+// records a statement takes, and where each field lies, depend on the format
+// and the item count alone; only a comma in a record moves the fields after
+// it. So the fields are laid out once, and each record is converted by
+// itself, independently of the others (and on any thread).
+
+struct RecordLayout;
+
+struct LayoutDeleter {
+  void operator()(RecordLayout* layout) const;
+};
+using RecordLayoutPtr = std::unique_ptr<RecordLayout, LayoutDeleter>;
+
+// The layout of a read statement of `item_count` items by `format`, or null
+// when the statement takes more than one record or fails on every record
+// (a Q field, a format without data fields): those are read the plain way,
+// which also gives their fault. The layout refers to `format`, which must
+// outlive it.
+RecordLayoutPtr LayOutRecord(const CompiledFormat& format, std::size_t item_count);
+
+// Converts one record into `items` (the layout's item count) exactly as
+// TryReadRecord would if `record` were the next record of its source: the
+// same doubles, or the same error number.
+int ConvertRecord(const RecordLayout& layout, std::string_view record, std::span<double> items);
 
 // --- List reads and column reads ----------------------------------------------
 

@@ -7,6 +7,11 @@
 #include "frame/console.h"
 
 namespace vq {
+namespace {
+
+constexpr std::size_t kWriteBuffer = std::size_t{1} << 16;
+
+}  // namespace
 
 OutputFile::~OutputFile() { CloseQuietly(); }
 
@@ -18,6 +23,7 @@ OutputFile& OutputFile::operator=(OutputFile&& other) noexcept {
     unit_ = other.unit_;
     path_ = std::move(other.path_);
     file_ = other.file_;
+    buffer_ = std::move(other.buffer_);
     in_memory_ = other.in_memory_;
     open_ = other.open_;
     memory_ = std::move(other.memory_);
@@ -41,6 +47,10 @@ void OutputFile::Open(int unit, const std::string& path) {
     }
     SevereError(30, "open failure" + where);
   }
+  // Saved files run to megabytes: large writes keep the system calls few.
+  // (The C library takes the size only with a buffer of the caller's.)
+  if (!buffer_) buffer_ = std::make_unique<char[]>(kWriteBuffer);
+  std::setvbuf(file_, buffer_.get(), _IOFBF, kWriteBuffer);
   open_ = true;
 }
 
@@ -62,6 +72,16 @@ void OutputFile::Write(std::string_view record) {
   }
   std::fwrite(record.data(), 1, record.size(), file_);
   std::fputc('\n', file_);
+}
+
+void OutputFile::WriteLines(std::string_view text) {
+  if (!open_ || text.empty()) return;
+  if (in_memory_) {
+    memory_.append(text);
+  } else {
+    std::fwrite(text.data(), 1, text.size(), file_);
+  }
+  if (text.back() != '\n') Write("");
 }
 
 void OutputFile::EmptyLines(int count) {

@@ -12,6 +12,7 @@
 #define VELQUORIN_FRAME_OUTPUT_FILE_H_
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,9 @@ class OutputFile {
 
   // Writes one record and a line feed.
   void Write(std::string_view record);
+  // Writes the records of `text`, each ended by a line feed already (a last
+  // one without is ended here): a block of many records in one call.
+  void WriteLines(std::string_view text);
   // Writes `count` empty records.
   void EmptyLines(int count);
 
@@ -56,6 +60,7 @@ class OutputFile {
   int unit_ = 0;
   std::string path_;
   std::FILE* file_ = nullptr;
+  std::unique_ptr<char[]> buffer_;  // the stream's buffer, kept past its close
   bool in_memory_ = false;
   bool open_ = false;
   std::string memory_;

@@ -6,9 +6,18 @@
 #define VELQUORIN_KERNELS_MATRIX_H_
 
 #include <cassert>
+#include <cstddef>
 #include <vector>
 
 namespace vq {
+
+// Makes the pages of a fresh allocation present and writable in one request
+// to the system, ahead of their first writes: a matrix of millions of
+// elements would otherwise take a page fault every 512 of them.
+void PrefaultForWriting(void* data, std::size_t bytes);
+
+// Matrices from this size (1 MB) on are made with their pages prefaulted.
+constexpr std::size_t kPrefaultDoubles = std::size_t{1} << 17;
 
 struct Matrix {
   int rows = 0;
@@ -41,7 +50,13 @@ struct Matrix {
   void Reset(int row_count, int col_count, double fill = 0.0) {
     rows = row_count;
     cols = col_count;
-    values.assign(static_cast<std::size_t>(row_count) * col_count, fill);
+    const std::size_t count = static_cast<std::size_t>(row_count) * col_count;
+    if (count > values.capacity() && count >= kPrefaultDoubles) {
+      std::vector<double>().swap(values);
+      values.reserve(count);
+      PrefaultForWriting(values.data(), count * sizeof(double));
+    }
+    values.assign(count, fill);
   }
 };
 

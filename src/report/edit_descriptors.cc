@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -76,7 +77,8 @@ bool IsExactHalf(double magnitude, int d) {
   if (!std::isfinite(scaled) || scaled >= 9007199254740992.0) return false;
   // The product is exact only if the fused remainder vanishes.
   if (std::fma(magnitude, scale, -scaled) != 0.0) return false;
-  return scaled == std::floor(scaled) && std::fmod(scaled, 2.0) == 1.0;
+  // Below 2^53 a whole number converts exactly, and odd means a half.
+  return scaled == std::floor(scaled) && (static_cast<std::uint64_t>(scaled) & 1) == 1;
 }
 
 // The digits of `magnitude` rounded to d decimals, halves away from zero:
@@ -103,12 +105,49 @@ void RoundedDecimal(double magnitude, int d, std::string& whole, std::string& fr
   whole = first == std::string::npos ? "0" : whole.substr(first);
 }
 
+// FormatF for the numbers of tables and saved files: magnitudes below
+// 10^15 with at most 20 decimals that are no exact half, where the C
+// library's correctly rounded digits are the answer. Formats into a buffer
+// on the stack; false, with `out` untouched, for any other number.
+bool FormatFPlain(double value, int w, int d, std::string& out) {
+  const double magnitude = std::fabs(value);
+  if (!(magnitude < 1e15) || d > 20 || IsExactHalf(magnitude, d)) return false;
+  char text[64];
+  const std::to_chars_result result =
+      std::to_chars(text, text + sizeof text, magnitude, std::chars_format::fixed, d);
+  const std::size_t length = static_cast<std::size_t>(result.ptr - text);
+  // "W" or "W.F", W without leading zeros ("0" when below one).
+  const std::size_t whole = d > 0 ? length - static_cast<std::size_t>(d) - 1 : length;
+  const bool below_one = whole == 1 && text[0] == '0';
+  bool is_zero = below_one;
+  for (std::size_t k = whole + 1; is_zero && k < length; ++k) is_zero = text[k] == '0';
+  const bool negative = value < 0 && !is_zero;
+  // A missing point (d = 0) is added as the edit descriptor writes one.
+  const std::size_t full = (negative ? 1 : 0) + length + (d > 0 ? 0 : 1);
+  std::size_t skip = 0;  // the leading "0" dropped to fit
+  if (full > static_cast<std::size_t>(w)) {
+    if (!below_one || full - 1 > static_cast<std::size_t>(w)) {
+      out.assign(static_cast<std::size_t>(w), '*');
+      return true;
+    }
+    skip = 1;
+  }
+  const std::size_t used = full - skip;
+  out.assign(static_cast<std::size_t>(w) - used, ' ');
+  if (negative) out.push_back('-');
+  out.append(text + skip, length - skip);
+  if (d == 0) out.push_back('.');
+  return true;
+}
+
 }  // namespace
 
 std::string FormatF(double value, int w, int d) {
   if (w <= 0) return std::string();
   if (!std::isfinite(value)) return NonFinite(value, w);
   if (d < 0) d = 0;
+  std::string plain;
+  if (FormatFPlain(value, w, d, plain)) return plain;
   std::string whole;
   std::string fraction;
   RoundedDecimal(std::fabs(value), d, whole, fraction);

@@ -30,6 +30,24 @@ TEST(BitColumns, CountsMatchASubjectBySubjectCount) {
   }
 }
 
+TEST(BitColumns, BitsWhereEqualMarkExactlyTheMatchingScores) {
+  std::mt19937 random(7);
+  for (int n : {0, 1, 63, 64, 65, 200}) {
+    std::vector<double> scores(static_cast<std::size_t>(n));
+    for (double& score : scores) score = static_cast<double>(random() % 3);
+    if (n > 1) scores[1] = -0.0;  // equal to 0.0
+    const int words = BitColumnWords(n);
+    // Every word is written, whatever it held before.
+    std::vector<std::uint64_t> column(static_cast<std::size_t>(words), ~std::uint64_t{0});
+    SetBitsWhereEqual(scores.data(), n, 0.0, column.data());
+    std::vector<std::uint64_t> expected(static_cast<std::size_t>(words), 0);
+    for (int subject = 0; subject < n; ++subject) {
+      if (scores[static_cast<std::size_t>(subject)] == 0.0) SetSubjectBit(expected.data(), subject);
+    }
+    EXPECT_EQ(column, expected) << n;
+  }
+}
+
 TEST(BitColumns, SubjectBitsLandInTheirWord) {
   std::vector<std::uint64_t> column(3, 0);
   SetSubjectBit(column.data(), 0);

@@ -1,15 +1,18 @@
 #include "data/raw_data.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <fstream>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "data/temp_files.h"
 #include "frame/console.h"
+#include "kernels/parallel.h"
 
 namespace vq {
 namespace {
@@ -123,6 +126,121 @@ TEST(ReadItemData, AFormatWithoutAnIdFieldShiftsTheScores) {
   EXPECT_EQ(data(0, 0), 2);
   EXPECT_EQ(data(0, 1), 3);
   EXPECT_EQ(data(0, 2), 4);  // from the next record
+}
+
+// Records of 70,000 subjects (more than one batch of the reader): an id,
+// then three scores in two-column fields, with a comma now and then, a
+// short record, a blank field, a sign and a point.
+std::string ManySubjects(int n) {
+  std::string text;
+  for (int subject = 1; subject <= n; ++subject) {
+    std::string record = std::to_string(subject);
+    record.insert(0, 6 - record.size(), ' ');
+    record += " " + std::to_string(subject % 7) + " " + std::to_string(subject % 3);
+    switch (subject % 11) {
+      case 3:
+        record += "4,";
+        break;  // the comma ends the field
+      case 5:
+        break;  // short: the third field is blank
+      case 7:
+        record += "-5";
+        break;
+      case 9:
+        record += "2.";
+        break;
+      default:
+        record += " " + std::to_string(subject % 5);
+        break;
+    }
+    text += record + "\n";
+  }
+  return text;
+}
+
+// The plain transcription: one read statement per subject.
+Matrix ReadStatementByStatement(const std::string& text, const std::string& format, int n, int p) {
+  RecordSource source;
+  source.OpenText(kRawDataUnit, "items.dat", text);
+  CompiledFormatPtr compiled = CompileFormat(format, nullptr);
+  Matrix data(n, p + 1);
+  std::vector<double> items(static_cast<std::size_t>(p) + 1);
+  for (int subject = 0; subject < n; ++subject) {
+    EXPECT_EQ(TryReadRecord(source, *compiled, items), 0);
+    for (int k = 0; k <= p; ++k) data(subject, k) = items[static_cast<std::size_t>(k)];
+  }
+  return data;
+}
+
+void ExpectSameData(const Matrix& expected, const Matrix& data, const std::vector<double>& ids) {
+  ASSERT_EQ(data.rows, expected.rows);
+  ASSERT_EQ(data.cols + 1, expected.cols);
+  for (int subject = 0; subject < data.rows; ++subject) {
+    ASSERT_EQ(ids[static_cast<std::size_t>(subject)], expected(subject, 0)) << subject;
+    for (int j = 0; j < data.cols; ++j) {
+      ASSERT_EQ(data(subject, j), expected(subject, j + 1)) << subject << " " << j;
+    }
+  }
+}
+
+// The matrix is the same whether it is filled in place (a file that holds a
+// byte per claimed subject) or gathered in blocks (a pipe, whose length is
+// not known), on one thread or on three.
+TEST(ReadItemData, InPlaceAndThroughAPipeOnAnyThreadsAsStatementByStatement) {
+  const int n = 70000;
+  const std::string format = "(F6.0,3F2.0)";
+  const std::string text = ManySubjects(n);
+  const Matrix expected = ReadStatementByStatement(text, format, n, 3);
+  ScratchFile file("many.dat", text);
+  const std::string fifo = ScratchPath("many.fifo");
+  std::remove(fifo.c_str());
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  for (int threads : {1, 3}) {
+    SetThreadCount(threads);
+    ConsoleCapture capture;
+    Matrix data;
+    std::vector<double> ids;
+    RecordSource source;
+    ASSERT_TRUE(source.OpenOld(kRawDataUnit, file.path()));
+    EXPECT_EQ(source.RemainingBytes(), static_cast<long long>(text.size()));
+    ReadItemData(source, format, n, 3, data, ids);
+    ExpectSameData(expected, data, ids);
+
+    std::thread writer([&] { std::ofstream(fifo) << text << "records beyond\n"; });
+    RecordSource pipe;
+    ASSERT_TRUE(pipe.OpenOld(kRawDataUnit, fifo));
+    EXPECT_EQ(pipe.RemainingBytes(), -1);
+    Matrix piped;
+    ReadItemData(pipe, format, n, 3, piped, ids);
+    std::string rest;
+    EXPECT_TRUE(pipe.NextRecord(rest));
+    EXPECT_EQ(rest, "records beyond");
+    pipe.Close();
+    writer.join();
+    ExpectSameData(expected, piped, ids);
+    EXPECT_EQ(capture.Out(), kReadingData + kReadingData);
+  }
+  SetThreadCount(0);
+  std::remove(fifo.c_str());
+}
+
+// Faults are met in record order, as statement by statement: a bad field in
+// a later batch, and one before the end of a file too short for the count.
+TEST(ReadItemData, TheFirstFaultInRecordOrderEndsTheRead) {
+  std::string text = ManySubjects(70000);
+  text.replace(text.size() - 3, 1, "x");  // last record, last field
+  SetThreadCount(2);
+  for (const int n : {70000, 80000}) {
+    ConsoleCapture capture;
+    Matrix data;
+    std::vector<double> ids;
+    EXPECT_EQ(ReadData(text, "(F6.0,3F2.0)", n, 3, data, ids), 64) << n;
+  }
+  ConsoleCapture capture;
+  Matrix data;
+  std::vector<double> ids;
+  EXPECT_EQ(ReadData(ManySubjects(70000), "(F6.0,3F2.0)", 80000, 3, data, ids), 24);
+  SetThreadCount(0);
 }
 
 TEST(OpenRawData, AMissingFileIsCreatedEmptyAndTheFirstReadFails) {

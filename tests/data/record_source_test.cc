@@ -47,15 +47,18 @@ TEST(RecordSource, TextSourceBehavesAsAFile) {
 
 TEST(RecordSource, StepBackAndRewindOnAFile) {
   const std::string path = TempPath("steps.dat");
-  WriteFile(path, "r1\nr2\nr3\n");
+  WriteFile(path, "r1\nr2\r\nr3\n");
   RecordSource source;
   ASSERT_TRUE(source.OpenOld(12, path));
+  EXPECT_EQ(source.RemainingBytes(), 10);
   std::string record;
   ASSERT_TRUE(source.NextRecord(record));
   ASSERT_TRUE(source.NextRecord(record));
   EXPECT_EQ(record, "r2");
+  EXPECT_EQ(source.RemainingBytes(), 3);
   source.StepBack();
   source.StepBack();  // only the last record is remembered
+  EXPECT_EQ(source.RemainingBytes(), 7);
   ASSERT_TRUE(source.NextRecord(record));
   EXPECT_EQ(record, "r2");
   source.Rewind();
@@ -66,6 +69,7 @@ TEST(RecordSource, StepBackAndRewindOnAFile) {
   EXPECT_FALSE(source.NextRecord(record));
   source.StepBack();  // after the end of the file: still at the end
   EXPECT_FALSE(source.NextRecord(record));
+  EXPECT_EQ(source.RemainingBytes(), 0);
   std::remove(path.c_str());
 }
 

@@ -44,6 +44,16 @@ TEST(OutputFile, AFileDroppedWhileAStopUnwindsNeverStopsAgain) {
   EXPECT_EQ(capture.Err(), "");
 }
 
+TEST(OutputFile, BlocksOfRecordsAreWrittenAsTheirRecords) {
+  OutputFile file;
+  file.OpenInMemory(15);
+  file.Write("first");
+  file.WriteLines("a  \n\nb\n");
+  file.WriteLines("");
+  file.WriteLines("last without an end");
+  EXPECT_EQ(file.Text(), "first\na  \n\nb\nlast without an end\n");
+}
+
 TEST(OutputFile, AFileInAFolderThatDoesNotExistIsAnOpenFailure) {
   ConsoleCapture capture;
   OutputFile report;

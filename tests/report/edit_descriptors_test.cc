@@ -143,6 +143,20 @@ TEST(FormatF, AgreesWithExactDigitRoundingOnManyValues) {
     std::string expected = ReferenceFixed(magnitude, d);
     ASSERT_EQ(FormatF(magnitude, 40, d), std::string(40 - expected.size(), ' ') + expected)
         << magnitude << " d=" << d;
+    // Negative, in every width: the sign unless the digits are all zero,
+    // the leading zero dropped only when that makes it fit, else asterisks.
+    const bool zero = expected.find_first_not_of("0.") == std::string::npos;
+    const std::string full = (zero ? "" : "-") + expected;
+    const std::string shorter =
+        expected.rfind("0.", 0) == 0 ? (zero ? "" : "-") + expected.substr(1) : full;
+    const int w = 1 + static_cast<int>(next() % 12);
+    std::string wanted(static_cast<std::size_t>(w), '*');
+    if (static_cast<int>(full.size()) <= w) {
+      wanted = std::string(w - full.size(), ' ') + full;
+    } else if (static_cast<int>(shorter.size()) <= w) {
+      wanted = std::string(w - shorter.size(), ' ') + shorter;
+    }
+    ASSERT_EQ(FormatF(-magnitude, w, d), wanted) << -magnitude << " w=" << w << " d=" << d;
   }
 }
 
