@@ -2,17 +2,33 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace vq {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+// A line stands this long before the heartbeat adds its time, and the
+// time is renewed this often.
+constexpr auto kQuietBeforeBeat = std::chrono::milliseconds(500);
+constexpr auto kBeatPeriod = std::chrono::milliseconds(250);
+
 struct ConsoleState {
+  // The heartbeat writes from its own thread; every use of the state holds
+  // this lock. Recursive, as the public functions call one another.
+  std::recursive_mutex lock;
+
   bool capturing = false;
+  bool capture_as_terminal = false;
   std::string captured_out;
   std::string captured_err;
   std::istringstream captured_in;
@@ -21,14 +37,23 @@ struct ConsoleState {
   bool has_pending = false;
   std::string pending;
 
-  // On a terminal: a line has been written and not yet ended.
+  // On a terminal: a line has been written and not yet ended, its text,
+  // when it was written, and whether the heartbeat has put a time behind it.
   bool line_open = false;
+  std::string shown;
+  Clock::time_point shown_at = Clock::now();
+  bool decorated = false;
+  // The console waits for a line of input, or a command of the pause
+  // prompt runs: the heartbeat keeps quiet.
+  bool reading_input = false;
 };
 
 ConsoleState& State() {
   static ConsoleState state;
   return state;
 }
+
+using Lock = std::lock_guard<std::recursive_mutex>;
 
 void WriteOut(std::string_view text) {
   ConsoleState& s = State();
@@ -39,6 +64,10 @@ void WriteOut(std::string_view text) {
   }
 }
 
+void FlushOut() {
+  if (!State().capturing) std::fflush(stdout);
+}
+
 void WritePending() {
   ConsoleState& s = State();
   if (s.has_pending) {
@@ -46,6 +75,32 @@ void WritePending() {
     WriteOut(s.pending);
     WriteOut("\n");
   }
+}
+
+// On a terminal: the current line as it was written, without the
+// heartbeat's time.
+void TakeAwayBeat() {
+  ConsoleState& s = State();
+  if (!s.decorated) return;
+  WriteOut("\r");
+  WriteOut(s.shown);
+  WriteOut("\x1b[K");
+  s.decorated = false;
+}
+
+// One beat: the time behind a line that has stood long enough.
+void ShowBeat() {
+  ConsoleState& s = State();
+  Lock hold(s.lock);
+  if (!ConsoleIsTerminal() || s.reading_input) return;
+  const Clock::duration stood = Clock::now() - s.shown_at;
+  if (stood < kQuietBeforeBeat) return;
+  WriteOut("\r");
+  WriteOut(s.shown);
+  WriteOut(HeartbeatText(std::chrono::duration<double>(stood).count()));
+  WriteOut("\x1b[K");
+  s.decorated = true;
+  FlushOut();
 }
 
 const char kPauseLine[] = "Pause - Enter command<CR> or <CR> to continue.";
@@ -60,16 +115,26 @@ const char kPauseLine[] = "Pause - Enter command<CR> or <CR> to continue.";
 }  // namespace
 
 bool ConsoleIsTerminal() {
-  if (State().capturing) return false;
+  ConsoleState& s = State();
+  Lock hold(s.lock);
+  if (s.capturing) return s.capture_as_terminal;
   static const bool terminal = isatty(fileno(stdout)) != 0;
   return terminal;
+}
+
+std::string HeartbeatText(double seconds) {
+  char text[48];
+  std::snprintf(text, sizeof text, "  %.1f s", seconds);
+  return text;
 }
 
 void ConsoleRecord(std::string_view record) {
   char control = record.empty() ? ' ' : record[0];
   std::string_view text = record.empty() ? record : record.substr(1);
   ConsoleState& s = State();
+  Lock hold(s.lock);
   if (ConsoleIsTerminal()) {
+    TakeAwayBeat();
     if (control == '+') {
       WriteOut("\r");
       WriteOut(text);
@@ -79,7 +144,9 @@ void ConsoleRecord(std::string_view record) {
       WriteOut(text);
     }
     s.line_open = true;
-    std::fflush(stdout);
+    s.shown.assign(text);
+    s.shown_at = Clock::now();
+    FlushOut();
     return;
   }
   if (control == '+') {
@@ -117,20 +184,25 @@ void ConsoleEmptyLines(int count) {
 
 void ConsoleFlush() {
   ConsoleState& s = State();
+  Lock hold(s.lock);
   if (ConsoleIsTerminal()) {
+    TakeAwayBeat();
     if (s.line_open) {
       WriteOut("\n");
       s.line_open = false;
     }
+    s.shown.clear();
+    s.shown_at = Clock::now();
   } else {
     WritePending();
   }
-  if (!s.capturing) std::fflush(stdout);
+  FlushOut();
 }
 
 void ConsoleErrorLine(std::string_view text) {
-  ConsoleFlush();
   ConsoleState& s = State();
+  Lock hold(s.lock);
+  ConsoleFlush();
   if (s.capturing) {
     s.captured_err.append(text);
     s.captured_err.append("\n");
@@ -143,8 +215,19 @@ void ConsoleErrorLine(std::string_view text) {
 
 bool ConsoleReadLine(std::string& line) {
   ConsoleState& s = State();
-  if (s.capturing) return static_cast<bool>(std::getline(s.captured_in, line));
-  return static_cast<bool>(std::getline(std::cin, line));
+  {
+    Lock hold(s.lock);
+    if (s.capturing) return static_cast<bool>(std::getline(s.captured_in, line));
+    TakeAwayBeat();
+    FlushOut();
+    s.reading_input = true;
+  }
+  // The wait for input holds no lock: the heartbeat only looks at the flag.
+  const bool got = static_cast<bool>(std::getline(std::cin, line));
+  Lock hold(s.lock);
+  s.reading_input = false;
+  s.shown_at = Clock::now();
+  return got;
 }
 
 void Pause(std::string_view text) {
@@ -156,11 +239,20 @@ void Pause(std::string_view text) {
     if (!ConsoleReadLine(line)) return;
     if (!line.empty() && line.back() == '\r') line.pop_back();
     if (line.find_first_not_of(" \t") == std::string::npos) return;
-    if (!State().capturing) {
+    ConsoleState& s = State();
+    bool capturing = false;
+    {
+      Lock hold(s.lock);
+      capturing = s.capturing;
+      s.reading_input = true;  // the command has the terminal
+    }
+    if (!capturing) {
       std::fflush(stdout);
       int ignored = std::system(line.c_str());
       (void)ignored;
     }
+    Lock hold(s.lock);
+    s.reading_input = false;
   }
 }
 
@@ -197,10 +289,15 @@ void TraceLine(int status, int number) {
   ConsoleRecord(std::string("Problem occured at line ") + field);
 }
 
-ConsoleCapture::ConsoleCapture(std::string input) {
+ConsoleCapture::ConsoleCapture(std::string input, bool as_terminal) {
   ConsoleFlush();
   ConsoleState& s = State();
+  Lock hold(s.lock);
   s.capturing = true;
+  s.capture_as_terminal = as_terminal;
+  s.decorated = false;
+  s.shown.clear();
+  s.shown_at = Clock::now();
   s.captured_out.clear();
   s.captured_err.clear();
   s.captured_in.clear();
@@ -211,13 +308,18 @@ ConsoleCapture::ConsoleCapture(std::string input) {
 
 ConsoleCapture::~ConsoleCapture() {
   ConsoleState& s = State();
+  Lock hold(s.lock);
   s.capturing = false;
+  s.capture_as_terminal = false;
+  s.decorated = false;
+  s.shown.clear();
   s.has_pending = false;
   s.line_open = false;
 }
 
 std::string ConsoleCapture::Out() {
   ConsoleState& s = State();
+  Lock hold(s.lock);
   std::string out = s.captured_out;
   if (s.has_pending) {
     out += s.pending;
@@ -226,6 +328,46 @@ std::string ConsoleCapture::Out() {
   return out;
 }
 
-std::string ConsoleCapture::Err() { return State().captured_err; }
+std::string ConsoleCapture::Err() {
+  ConsoleState& s = State();
+  Lock hold(s.lock);
+  return s.captured_err;
+}
+
+struct ConsoleHeartbeat::Beat {
+  std::mutex lock;
+  std::condition_variable wake;
+  bool stopping = false;
+  std::thread thread;
+};
+
+ConsoleHeartbeat::ConsoleHeartbeat() {
+  if (!ConsoleIsTerminal()) return;
+  beat_ = std::make_unique<Beat>();
+  Beat* beat = beat_.get();
+  beat->thread = std::thread([beat] {
+    std::unique_lock<std::mutex> hold(beat->lock);
+    while (!beat->wake.wait_for(hold, kBeatPeriod, [beat] { return beat->stopping; })) {
+      hold.unlock();
+      ShowBeat();
+      hold.lock();
+    }
+  });
+}
+
+ConsoleHeartbeat::~ConsoleHeartbeat() {
+  if (!beat_) return;
+  {
+    std::lock_guard<std::mutex> hold(beat_->lock);
+    beat_->stopping = true;
+    beat_->wake.notify_one();
+  }
+  beat_->thread.join();
+  // A time left behind the last line goes with the heartbeat.
+  ConsoleState& s = State();
+  Lock hold(s.lock);
+  TakeAwayBeat();
+  FlushOut();
+}
 
 }  // namespace vq

@@ -19,6 +19,7 @@
 #ifndef VELQUORIN_FRAME_CONSOLE_H_
 #define VELQUORIN_FRAME_CONSOLE_H_
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -103,22 +104,49 @@ void TraceLine(int status, int number);
 // Returns false at end of input.
 bool ConsoleReadLine(std::string& line);
 
-// True when console output goes to a terminal (never under a capture).
+// True when console output goes to a terminal (under a capture: when the
+// capture is made as a terminal).
 bool ConsoleIsTerminal();
+
+// --- Heartbeat -----------------------------------------------------------------
+
+// While alive, on a terminal, a console line that has stood unchanged for
+// half a second gets the time it has stood behind it ("  2.5 s"), renewed
+// four times a second, so that a long step shows it is under way. The next
+// record takes the time away again before it is written. Off a terminal it
+// does nothing: console text written to a file or pipe stays the same. It
+// keeps quiet while the console waits for input.
+class ConsoleHeartbeat {
+ public:
+  ConsoleHeartbeat();
+  ~ConsoleHeartbeat();
+  ConsoleHeartbeat(const ConsoleHeartbeat&) = delete;
+  ConsoleHeartbeat& operator=(const ConsoleHeartbeat&) = delete;
+
+ private:
+  struct Beat;
+  std::unique_ptr<Beat> beat_;
+};
+
+// The text the heartbeat puts behind a line that has stood `seconds`.
+std::string HeartbeatText(double seconds);
 
 // --- Capture for tests -----------------------------------------------------
 
 // While alive, console output goes to strings instead of stdout/stderr, the
-// console is treated as off a terminal, console input comes from `input`, and
-// the pause prompt does not run commands. Captures do not nest.
+// console is treated as off a terminal (or, made with `as_terminal`, as a
+// terminal: the output then holds its carriage returns and line clears),
+// console input comes from `input`, and the pause prompt does not run
+// commands. Captures do not nest.
 class ConsoleCapture {
  public:
-  explicit ConsoleCapture(std::string input = {});
+  explicit ConsoleCapture(std::string input = {}, bool as_terminal = false);
   ~ConsoleCapture();
   ConsoleCapture(const ConsoleCapture&) = delete;
   ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
   // What stdout would have shown so far (pending "+" records included).
+  // Safe while a heartbeat runs.
   std::string Out();
   // What stderr would have shown so far.
   std::string Err();

@@ -421,6 +421,8 @@ void RunAnalysis(const ProgramArguments& arguments) {
   ShowBanner();
   Run run;
   OpenCommandFile(arguments, run.files.CommandFile);
+  // From here on a long step shows its time on a terminal.
+  ConsoleHeartbeat heartbeat;
   run.context = MakeRunContext(arguments, run.files.CommandFile.FullName());
   if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
 

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string>
+#include <thread>
+
 namespace vq {
 namespace {
 
@@ -22,6 +26,54 @@ TEST(Console, OffATerminalOnlyTheLastOverwriteOfARunIsWritten) {
   ConsoleLine(2, "b");
   ConsoleOverwrite(2, "x");
   EXPECT_EQ(capture.Out(), "a\nIteration:   2\nb\nx\n");
+}
+
+TEST(Console, OnATerminalOverwritesReturnAndClearTheLine) {
+  ConsoleCapture capture("", true);
+  ASSERT_TRUE(ConsoleIsTerminal());
+  ConsoleLine(3, "a");
+  ConsoleOverwrite(3, "Iteration:   1");
+  ConsoleOverwrite(3, "Iteration:   2");
+  ConsoleLine(3, "b");
+  ConsoleFlush();
+  EXPECT_EQ(capture.Out(), " a\r Iteration:   1\x1b[K\r Iteration:   2\x1b[K\n b\n");
+}
+
+TEST(Console, TheHeartbeatTimesALineThatStandsAndTheNextRecordTakesTheTimeAway) {
+  EXPECT_EQ(HeartbeatText(2.5), "  2.5 s");
+  ConsoleCapture capture("", true);
+  const std::string line = std::string(28, ' ') + "Iteration:    1";
+  std::string out;
+  {
+    ConsoleHeartbeat heartbeat;
+    ConsoleOverwrite(30, "Iteration:    1");
+    // The line stands half a second before its time shows; allow a slow
+    // machine ten times that.
+    for (int wait = 0; wait < 100 && out.find(" s\x1b[K") == std::string::npos; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      out = capture.Out();
+    }
+    ASSERT_EQ(out.rfind("\r" + line + "\x1b[K\r" + line + "  0.", 0), 0u) << out;
+    ConsoleOverwrite(30, "Iteration:    2");
+    out = capture.Out();
+  }
+  // The time is taken away by returning over the line as it was written.
+  const std::string next =
+      "\r" + line + "\x1b[K\r" + std::string(28, ' ') + "Iteration:    2\x1b[K";
+  ASSERT_GE(out.size(), next.size());
+  EXPECT_EQ(out.substr(out.size() - next.size()), next);
+}
+
+TEST(Console, OffATerminalTheHeartbeatAddsNothing) {
+  ConsoleCapture capture;
+  {
+    ConsoleHeartbeat heartbeat;
+    ConsoleOverwrite(30, "Iteration:    1");
+    std::this_thread::sleep_for(std::chrono::milliseconds(800));
+    ConsoleLine(30, "Finished");
+  }
+  EXPECT_EQ(capture.Out(),
+            std::string(28, ' ') + "Iteration:    1\n" + std::string(28, ' ') + "Finished\n");
 }
 
 TEST(Console, PlainStopPrintsBothLinesAndThrows) {
