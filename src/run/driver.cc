@@ -113,28 +113,40 @@ RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view fu
 
 int CorrelationTableWidth(int page_width) { return page_width < 120 ? page_width : 110; }
 
-void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
+void CheckCorrelationArrays(const RunOptions& options) {
   CheckCounts(options);
   const int p = options.VariableCount;
   const int m = options.FactorCount > 0 ? options.FactorCount : 0;
   const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
   const double pd = p, md = m;
-  // ItemData and SubjectIds are not made here: the reader makes them once
-  // the file has shown that it holds the N records that the count claims,
-  // so a wrong count ends at the file's end and not in memory it never needs.
   CheckMemory((pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 + 9.0 * pd * md + md * md);
+}
+
+void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
+  CheckCorrelationArrays(options);
+  const int p = options.VariableCount;
+  const int m = options.FactorCount > 0 ? options.FactorCount : 0;
+  const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
+  auto make = [](Matrix& matrix, int rows, int cols) {
+    if (matrix.rows != rows || matrix.cols != cols) matrix.Reset(rows, cols);
+  };
+  auto make_vector = [](std::vector<double>& vector, int size) {
+    if (vector.size() != static_cast<std::size_t>(size)) {
+      vector.assign(static_cast<std::size_t>(size), 0.0);
+    }
+  };
   try {
-    arrays.CorrelationMatrix.Reset(p, p);
-    arrays.R.Reset(p, p);
+    make(arrays.CorrelationMatrix, p, p);
+    make(arrays.R, p, p);
     if (pearson) {
-      arrays.Means.assign(static_cast<std::size_t>(p), 0.0);
-      arrays.StandardDeviations.assign(static_cast<std::size_t>(p), 0.0);
-      arrays.SumsOfProducts.Reset(p, p);
+      make_vector(arrays.Means, p);
+      make_vector(arrays.StandardDeviations, p);
+      make(arrays.SumsOfProducts, p, p);
     }
     if (m > 0) {
-      arrays.Extraction.Loadings.Reset(p, m);
-      arrays.Extraction.Communalities.assign(static_cast<std::size_t>(p), 0.0);
-      arrays.Extraction.FactorVariance.assign(static_cast<std::size_t>(m), 0.0);
+      make(arrays.Extraction.Loadings, p, m);
+      make_vector(arrays.Extraction.Communalities, p);
+      make_vector(arrays.Extraction.FactorVariance, m);
     }
   } catch (const std::bad_alloc&) {
     OutOfMemory();
@@ -165,6 +177,7 @@ namespace {
 
 // --- The correlation road -----------------------------------------------------------
 
+// The raw data, then the arrays that the estimators fill.
 void ReadRawData(Run& run) {
   ReadItemData(run.inputs.DataFile,
                run.options.RecordFormat,
@@ -172,6 +185,7 @@ void ReadRawData(Run& run) {
                run.options.VariableCount,
                run.arrays.ItemData,
                run.arrays.SubjectIds);
+  AllocateCorrelationArrays(run.options, run.arrays);
 }
 
 void Tetrachorics(Run& run, int guessing_flag) {
@@ -238,6 +252,7 @@ void ComputeCorrelationMatrix(Run& run) {
     run.inputs.DataFile.Close();
     SaveRawCorrelations(run);
   } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
+    AllocateCorrelationArrays(options, run.arrays);
     ReadCorrelations(run.inputs.DataFile,
                      options.DataFile,
                      options.Coding,
@@ -291,8 +306,9 @@ void PrintCorrelationMatrix(Run& run, int table_width) {
 
 // Steps 1 to 7 of the correlation road.
 void CorrelationRoad(Run& run) {
-  AllocateCorrelationArrays(run.options, run.arrays);
+  CheckCorrelationArrays(run.options);
   ComputeCorrelationMatrix(run);
+  AllocateCorrelationArrays(run.options, run.arrays);  // whatever no branch made
   SmoothIfAsked(run);
   const int table_width = CorrelationTableWidth(run.options.PageWidth);
   ReadLabelsIfAsked(run);

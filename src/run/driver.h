@@ -78,11 +78,19 @@ RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view fu
 // 120, else 110.
 int CorrelationTableWidth(int page_width);
 
-// Allocates the arrays of the correlation road by the counts of `options`
-// (ItemData and SubjectIds only with "RAW", Pearson sums with "CO" and "IP",
-// factor arrays only when m is above 0). A run without variables, raw data
-// without subjects, or arrays beyond the machine's memory end the run with a
-// message from column 30, two empty lines, a pause and a stop.
+// Holds the counts of `options` against what the correlation road needs:
+// a run without variables, raw data without subjects, or arrays beyond the
+// machine's memory end the run with a message from column 30, two empty
+// lines, a pause and a stop. Nothing is allocated.
+void CheckCorrelationArrays(const RunOptions& options);
+
+// Checks as above, then allocates the arrays of the correlation road by the
+// counts of `options` (Pearson sums with "CO" and "IP", factor arrays only
+// when m is above 0); an array that already has its shape is kept as it is.
+// ItemData and SubjectIds are the reader's: it makes them once the file has
+// shown the N records the count claims. The road allocates after the raw
+// data are in, so that a count far beyond a small file ends at the file's
+// end rather than in arrays of the size it claims.
 void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays);
 
 // Allocates the arrays of the rotation road: the p by m pattern and its
