@@ -128,6 +128,10 @@ void ReadByLayout(RecordSource& source,
   const long long remaining = source.RemainingBytes();
   const bool direct = remaining >= n;
   RowBlocks blocks(row_length);
+  // Rows converted ahead of the blocks are held for one batch: a block's
+  // worth at most, however short the records.
+  const std::size_t batch_records =
+      direct ? kBatchRecords : std::min(kBatchRecords, blocks.rows_per_block);
   if (direct) {
     item_data.Reset(n, p);
     subject_ids.assign(static_cast<std::size_t>(n), 0.0);
@@ -144,7 +148,7 @@ void ReadByLayout(RecordSource& source,
     text.clear();
     ends.clear();
     bool file_ended = false;
-    while (done + static_cast<long long>(ends.size()) < n && ends.size() < kBatchRecords &&
+    while (done + static_cast<long long>(ends.size()) < n && ends.size() < batch_records &&
            text.size() < kBatchBytes) {
       if (!source.NextRecord(record)) {
         file_ended = true;
