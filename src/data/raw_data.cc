@@ -103,10 +103,9 @@ struct RowBlocks {
 };
 
 // Records of one batch of the layout read: taken in order from the file,
-// then converted on the threads.
-// The batch's text buffer is made once at this size and used again for
-// every batch (a buffer grown record by record would be new memory each
-// time it doubles).
+// then converted on the threads. The batch's text buffer is made once at
+// this size and used again for every batch (a buffer grown record by record
+// would be new memory each time it doubles).
 constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
 constexpr std::size_t kBatchRecords = 65536;
 // Records per unit of work handed to a thread.
@@ -116,8 +115,9 @@ constexpr std::int64_t kRecordsPerChunk = 256;
 // converted independently (the layout makes each a function of its own
 // text), and the first fault in record order ends the run, as it would
 // have record by record. When the file holds at least a byte per claimed
-// subject the matrix is made at once and filled in place; otherwise the
-// rows wait in blocks until the count is proven.
+// subject (and the matrix fits in the machine's memory) the matrix is made
+// at once and filled in place; otherwise the rows wait in blocks until the
+// count is proven.
 void ReadByLayout(RecordSource& source,
                   const RecordLayout& layout,
                   int n,
@@ -126,7 +126,8 @@ void ReadByLayout(RecordSource& source,
                   std::vector<double>& subject_ids) {
   const std::size_t row_length = static_cast<std::size_t>(p) + 1;
   const long long remaining = source.RemainingBytes();
-  const bool direct = remaining >= n;
+  const bool direct =
+      remaining >= n && FitsInMemory(static_cast<double>(n) * row_length * sizeof(double));
   RowBlocks blocks(row_length);
   // Rows converted ahead of the blocks are held for one batch: a block's
   // worth at most, however short the records.

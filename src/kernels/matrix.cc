@@ -23,4 +23,11 @@ void PrefaultForWriting(void* data, std::size_t bytes) {
 #endif
 }
 
+bool FitsInMemory(double bytes) {
+  const long pages = sysconf(_SC_PHYS_PAGES);
+  const long page_size = sysconf(_SC_PAGE_SIZE);
+  if (pages <= 0 || page_size <= 0) return true;
+  return bytes <= static_cast<double>(pages) * static_cast<double>(page_size);
+}
+
 }  // namespace vq

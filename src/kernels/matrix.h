@@ -16,6 +16,10 @@ namespace vq {
 // elements would otherwise take a page fault every 512 of them.
 void PrefaultForWriting(void* data, std::size_t bytes);
 
+// True when `bytes` are at most the machine's physical memory (or when that
+// is not known).
+bool FitsInMemory(double bytes);
+
 // Matrices from this size (1 MB) on are made with their pages prefaulted.
 constexpr std::size_t kPrefaultDoubles = std::size_t{1} << 17;
 

@@ -64,11 +64,7 @@ bool IsOneOf(const std::string& field, std::initializer_list<std::string_view> w
 // the process from outside. Sizes are added up in doubles, which cannot
 // overflow here, and held against the physical memory.
 void CheckMemory(double doubles) {
-  const long pages = sysconf(_SC_PHYS_PAGES);
-  const long page_size = sysconf(_SC_PAGE_SIZE);
-  if (pages <= 0 || page_size <= 0) return;
-  const double physical = static_cast<double>(pages) * static_cast<double>(page_size);
-  if (doubles * sizeof(double) > physical) OutOfMemory();
+  if (!FitsInMemory(doubles * sizeof(double))) OutOfMemory();
 }
 
 // The report is written over from its start as soon as it is opened. A
