@@ -62,6 +62,14 @@ struct ReadingProgress {
   }
 };
 
+// A row (the id, then the p scores) into the subject's place.
+void PutRow(const double* row, int subject, int p, Matrix& item_data, std::vector<double>& ids) {
+  ids[static_cast<std::size_t>(subject)] = row[0];
+  for (int variable = 0; variable < p; ++variable) {
+    item_data(subject, variable) = row[static_cast<std::size_t>(variable) + 1];
+  }
+}
+
 // Rows (id, then the p scores) gathered while the count of subjects is not
 // yet proven by the file: the N by p matrix is made only when all N are in.
 // N is the user's word alone, and a count far beyond the file's records
@@ -92,10 +100,7 @@ struct RowBlocks {
     int subject = 0;
     for (std::vector<double>& block : blocks) {
       for (std::size_t start = 0; start < block.size(); start += row_length, ++subject) {
-        subject_ids[static_cast<std::size_t>(subject)] = block[start];
-        for (int variable = 0; variable < p; ++variable) {
-          item_data(subject, variable) = block[start + 1 + static_cast<std::size_t>(variable)];
-        }
+        PutRow(block.data() + start, subject, p, item_data, subject_ids);
       }
       std::vector<double>().swap(block);  // give each block back once copied
     }
@@ -173,11 +178,7 @@ void ReadByLayout(RecordSource& source,
             double* target = direct ? row.data() : rows.data() + at * row_length;
             statuses[at] = ConvertRecord(layout, line, std::span<double>(target, row_length));
             if (direct && statuses[at] == 0) {
-              const int subject = done + static_cast<int>(at);
-              subject_ids[static_cast<std::size_t>(subject)] = row[0];
-              for (int variable = 0; variable < p; ++variable) {
-                item_data(subject, variable) = row[static_cast<std::size_t>(variable) + 1];
-              }
+              PutRow(row.data(), done + static_cast<int>(at), p, item_data, subject_ids);
             }
           }
         },

@@ -69,6 +69,15 @@ void DropByteOrderMark(std::string& record) {
   if (record.compare(0, 3, "\xEF\xBB\xBF") == 0) record.erase(0, 3);
 }
 
+// Gives a newly opened stream a large buffer, kept in `buffer`: a data file of
+// millions of records is read in a few hundred system calls rather than
+// hundreds of thousands. (The C library takes the size only with a buffer
+// of the caller's.)
+void GiveLargeBuffer(std::FILE* file, std::vector<char>& buffer) {
+  buffer.resize(kStreamBuffer);
+  std::setvbuf(file, buffer.data(), _IOFBF, kStreamBuffer);
+}
+
 }  // namespace
 
 RecordSource::RecordSource() : state_(std::make_unique<State>()) {}
@@ -93,11 +102,7 @@ bool RecordSource::OpenOld(int unit, const std::string& path) {
     ::close(descriptor);
     return false;
   }
-  // Large reads: a data file of millions of records is read in a few
-  // hundred system calls rather than hundreds of thousands. (The C library
-  // takes the size only with a buffer of the caller's.)
-  state_->stream_buffer.resize(kStreamBuffer);
-  std::setvbuf(file, state_->stream_buffer.data(), _IOFBF, kStreamBuffer);
+  GiveLargeBuffer(file, state_->stream_buffer);
   state_->file = file;
   state_->open = true;
   return true;
@@ -126,11 +131,7 @@ bool RecordSource::OpenUnknown(int unit, const std::string& path) {
     ::close(descriptor);
     return false;
   }
-  // Large reads: a data file of millions of records is read in a few
-  // hundred system calls rather than hundreds of thousands. (The C library
-  // takes the size only with a buffer of the caller's.)
-  state_->stream_buffer.resize(kStreamBuffer);
-  std::setvbuf(file, state_->stream_buffer.data(), _IOFBF, kStreamBuffer);
+  GiveLargeBuffer(file, state_->stream_buffer);
   state_->file = file;
   state_->open = true;
   return true;

@@ -77,15 +77,19 @@ void WritePending() {
   }
 }
 
-// On a terminal: the current line as it was written, without the
-// heartbeat's time.
-void TakeAwayBeat() {
+// On a terminal: the current line again, with `behind` after its text.
+void RedrawLine(std::string_view behind) {
   ConsoleState& s = State();
-  if (!s.decorated) return;
   WriteOut("\r");
   WriteOut(s.shown);
+  WriteOut(behind);
   WriteOut("\x1b[K");
-  s.decorated = false;
+  s.decorated = !behind.empty();
+}
+
+// The current line as it was written, without the heartbeat's time.
+void TakeAwayBeat() {
+  if (State().decorated) RedrawLine({});
 }
 
 // One beat: the time behind a line that has stood long enough.
@@ -95,11 +99,7 @@ void ShowBeat() {
   if (!ConsoleIsTerminal() || s.reading_input) return;
   const Clock::duration stood = Clock::now() - s.shown_at;
   if (stood < kQuietBeforeBeat) return;
-  WriteOut("\r");
-  WriteOut(s.shown);
-  WriteOut(HeartbeatText(std::chrono::duration<double>(stood).count()));
-  WriteOut("\x1b[K");
-  s.decorated = true;
+  RedrawLine(HeartbeatText(std::chrono::duration<double>(stood).count()));
   FlushOut();
 }
 

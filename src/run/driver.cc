@@ -119,7 +119,6 @@ void CheckCorrelationArrays(const RunOptions& options) {
 }
 
 void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
-  CheckCorrelationArrays(options);
   const int p = options.VariableCount;
   const int m = options.FactorCount > 0 ? options.FactorCount : 0;
   const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
@@ -173,7 +172,6 @@ namespace {
 
 // --- The correlation road -----------------------------------------------------------
 
-// The raw data, then the arrays that the estimators fill.
 void ReadRawData(Run& run) {
   ReadItemData(run.inputs.DataFile,
                run.options.RecordFormat,
@@ -181,7 +179,6 @@ void ReadRawData(Run& run) {
                run.options.VariableCount,
                run.arrays.ItemData,
                run.arrays.SubjectIds);
-  AllocateCorrelationArrays(run.options, run.arrays);
 }
 
 void Tetrachorics(Run& run, int guessing_flag) {
@@ -248,7 +245,6 @@ void ComputeCorrelationMatrix(Run& run) {
     run.inputs.DataFile.Close();
     SaveRawCorrelations(run);
   } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
-    AllocateCorrelationArrays(options, run.arrays);
     ReadCorrelations(run.inputs.DataFile,
                      options.DataFile,
                      options.Coding,
@@ -302,9 +298,14 @@ void PrintCorrelationMatrix(Run& run, int table_width) {
 
 // Steps 1 to 7 of the correlation road.
 void CorrelationRoad(Run& run) {
+  // The counts are checked first, as the order of the run's messages has
+  // it; the arrays are made only once the data are in (the estimators size
+  // the correlation matrix and its companions themselves), so that a count
+  // far beyond a small file ends at the file's end, not in arrays of the
+  // size it claims.
   CheckCorrelationArrays(run.options);
   ComputeCorrelationMatrix(run);
-  AllocateCorrelationArrays(run.options, run.arrays);  // whatever no branch made
+  AllocateCorrelationArrays(run.options, run.arrays);
   SmoothIfAsked(run);
   const int table_width = CorrelationTableWidth(run.options.PageWidth);
   ReadLabelsIfAsked(run);

@@ -53,7 +53,9 @@ TEST(Console, TheHeartbeatTimesALineThatStandsAndTheNextRecordTakesTheTimeAway) 
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
       out = capture.Out();
     }
-    ASSERT_EQ(out.rfind("\r" + line + "\x1b[K\r" + line + "  0.", 0), 0u) << out;
+    // A loaded machine may show a later time than the first beat's 0.5 s.
+    ASSERT_EQ(out.rfind("\r" + line + "\x1b[K\r" + line + "  ", 0), 0u) << out;
+    ASSERT_NE(out.find(" s\x1b[K"), std::string::npos) << out;
     ConsoleOverwrite(30, "Iteration:    2");
     out = capture.Out();
   }
