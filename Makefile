@@ -4,12 +4,17 @@ BUILD ?= build
 SAN_BUILD ?= build-sanitize
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps build demo check check-normal check-sanitize golden-update bench format clean
+.PHONY: all deps deps-all build demo check check-normal check-sanitize golden-update bench format clean
 
 all: build
 
 deps:
 	@bash tools/install-deps.sh
+
+# The optional peers of the suite (R with psych and lavaan, Python with numpy
+# and pandas, Chromium): tests that need one skip themselves when it is absent.
+deps-all:
+	@bash tools/install-deps.sh --all
 
 $(BUILD)/CMakeCache.txt:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -25,7 +30,7 @@ demo: build
 
 # The whole suite twice: in the normal build, then in the build with the
 # address and undefined-behaviour sanitizers.
-check: check-normal check-sanitize
+check: deps-all check-normal check-sanitize
 
 check-normal: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
