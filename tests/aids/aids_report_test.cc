@@ -81,17 +81,5 @@ Variance accounted for
 )");
 }
 
-TEST(AidsReportTest, OnlyThePartsPresent) {
-  AidsFigures figures;
-  EXPECT_EQ(FormatAidsReport(figures), "");
-  MapResult map;
-  map.squared = {0.25, 0.125};
-  map.fourth = {0.0625, 0.015625};
-  map.suggested_squared = map.suggested_fourth = 1;
-  figures.map = map;
-  EXPECT_EQ(FormatAidsReport(figures).substr(0, 44),
-            "Velicer's minimum average partial (MAP) test");
-}
-
 }  // namespace
 }  // namespace vq

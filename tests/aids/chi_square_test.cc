@@ -28,14 +28,6 @@ TEST(ChiSquareTest, UpperTailMatchesReferenceTable) {
   EXPECT_TRUE(std::isnan(ChiSquareUpperTail(1.0, 0.0)));
 }
 
-TEST(ChiSquareTest, LowerAndUpperGammaAddToOne) {
-  for (double a : {0.5, 1.0, 2.5, 40.0, 400.0}) {
-    for (double x : {0.01, 0.7, 3.0, 41.0, 380.0, 450.0}) {
-      EXPECT_NEAR(RegularizedGammaP(a, x) + RegularizedGammaQ(a, x), 1.0, 1e-13) << a << " " << x;
-    }
-  }
-}
-
 TEST(ChiSquareTest, NoncentralMatchesReferenceTable) {
   struct Case {
     double x, df, ncp, expected;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "aids/lsat7.h"
+
 namespace vq {
 namespace {
 
@@ -43,32 +45,7 @@ TEST(VelicerMapTest, UnrelatedItemsSuggestNone) {
 
 // psych 2.2.9's vss map (positions 1..4) on the tetrachorics of its lsat7.
 TEST(VelicerMapTest, MatchesPeerOnLsatItems) {
-  Matrix r(5, 5);
-  r.values = {1,
-              0.22656564010849142,
-              0.29063093472388968,
-              0.29613769031747489,
-              0.28618033166839085,
-              0.22656564010849142,
-              1,
-              0.43210294959191564,
-              0.20357710589539346,
-              0.13565109722838067,
-              0.29063093472388968,
-              0.43210294959191564,
-              1,
-              0.27586765684499415,
-              0.2649365541521515,
-              0.29613769031747489,
-              0.20357710589539346,
-              0.27586765684499415,
-              1,
-              0.16025393257328333,
-              0.28618033166839085,
-              0.13565109722838067,
-              0.2649365541521515,
-              0.16025393257328333,
-              1};
+  const Matrix r = Lsat7Tetrachorics();
   const MapResult map = VelicerMap(r);
   const double peer[] = {0.072392852535105814,  // m = 0, (sum r^2 - 5) / 20
                          0.071874447231997513,
