@@ -818,7 +818,9 @@ void ChooseReading(const DataLines& lines, const ItemTable& table, DataGuess& gu
                                            "than the run's 80 characters"
                                          : "the fields do not keep to fixed columns";
     guess.record_format = WideFormat(p, true);
-    guess.item_place = std::to_string(p) + " items in the fields 2 to " + std::to_string(p + 1);
+    guess.item_place =
+        std::to_string(p) + " items (fields 2 to " + std::to_string(p + 1) + " of the copy)";
+    if (!guess.has_id) guess.id_note = "no id column; the copy numbers the records";
     guess.format_note = "the copy holds the subject id (" +
                         std::string(guess.has_id ? "from the data" : "the record's number") +
                         ") and the items, separated by commas; F25.0 fields read numbers of any "
@@ -867,6 +869,8 @@ bool GuessData(std::string_view text,
   GuessCoding(scores, guess);
   WarnOfMissingCodes(scores, guess);
   GuessFactors(scores, guess);
+  guess.id_note = guess.has_id ? "subject ids in " + guess.id_place
+                               : "no id column; the first item is read as the id as well";
   ChooseReading(lines, table, guess);
   return true;
 }
@@ -1211,9 +1215,7 @@ int RunInit(int argc, char** argv) {
               guess.layout.c_str(),
               guess.record_count,
               guess.has_header ? " after a header line" : ", no header line");
-  std::printf("  ids       %s\n",
-              guess.has_id ? ("subject ids in " + guess.id_place).c_str()
-                           : "no id column (the first item is read as the id as well)");
+  std::printf("  ids       %s\n", guess.id_note.c_str());
   std::printf("  items     %s\n", guess.item_place.c_str());
   std::printf("  labels    %s\n",
               guess.labels_from_header ? "from the header line"

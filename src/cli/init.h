@@ -56,6 +56,7 @@ struct DataGuess {
   int item_count = 0;      // p
   bool has_id = false;     // a column of the file holds the subject ids
   std::string id_place;    // e.g. "columns 1-5", "field 1"; empty without id
+  std::string id_note;     // where the run takes the ids from, in words
   std::string item_place;  // e.g. "25 fields of one column (columns 6-30)"
 
   std::vector<std::string> labels;  // p labels of at most 15 bytes, unique
