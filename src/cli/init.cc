@@ -1157,8 +1157,8 @@ int RunInit(int argc, char** argv) {
     if (command_path.extension() != ".in" || stem.empty() || stem.size() > kStemWidth ||
         stem.find('.') != std::string::npos) {
       return Refuse("the command file name \"" + name + "\" will not do",
-                    "give a name of at most 11 characters (no dot) before .in: the run names its "
-                    "report's companions, the saved files, from the first 15 characters of it");
+                    "give at most 11 characters (no dot) before .in: the run names its saved "
+                    "files from the first 15 characters of the command file's name");
     }
   }
   const fs::path folder = command_path.parent_path();
