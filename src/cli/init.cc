@@ -446,11 +446,15 @@ bool SplitLines(std::string_view text, DataLines& lines, InitFault& fault) {
         Fault(1, 1, "the file holds no records", "give a file with one line of scores per subject");
     return false;
   }
-  bool commas = false, tabs = false;
+  // The separator is the one most lines hold: a stray comma or tab in a
+  // file of another kind is then a cell that is no number, shown where it is.
+  std::size_t comma_lines = 0, tab_lines = 0;
   for (const Record& record : records) {
-    commas = commas || record.text.find(',') != std::string_view::npos;
-    tabs = tabs || record.text.find('\t') != std::string_view::npos;
+    comma_lines += record.text.find(',') != std::string_view::npos;
+    tab_lines += record.text.find('\t') != std::string_view::npos;
   }
+  const bool commas = 2 * comma_lines > records.size();
+  const bool tabs = !commas && 2 * tab_lines > records.size();
   lines.separator = commas ? ',' : tabs ? '\t' : ' ';
   for (Record& record : records) {
     record.cells = commas ? SplitAtCommas(record.text) : SplitAtBlanks(record.text);
@@ -490,7 +494,7 @@ bool IsPackedDigits(const DataLines& lines, const GuessOptions& options) {
   std::size_t longest = 0, fewest = lines.records.front().cells.size();
   for (const Record& record : lines.records) {
     for (char c : record.text) {
-      if (!IsBlank(c) && !std::isdigit(static_cast<unsigned char>(c))) return false;
+      if (c != ' ' && !std::isdigit(static_cast<unsigned char>(c))) return false;
     }
     for (const Cell& cell : record.cells) longest = std::max(longest, cell.text.size());
     fewest = std::min(fewest, record.cells.size());
@@ -598,22 +602,12 @@ bool ReadPackedDigits(const DataLines& lines,
   return true;
 }
 
-// Every record has the fields of the first, and every cell is a number the
-// run's fields can take.
+// Every cell is a number the run's fields can take (looked at first, so
+// that a stray separator shows as the cell it spoils), and every record has
+// the fields of the first.
 bool CheckCells(const std::vector<Record>& records, ItemTable& table, InitFault& fault) {
   const std::size_t k = records.front().cells.size();
   for (const Record& record : records) {
-    if (record.cells.size() != k) {
-      const int column = record.cells.size() > k ? record.cells[k].begin
-                                                 : static_cast<int>(record.text.size()) + 1;
-      fault = Fault(record.line,
-                    column,
-                    "the record has " + std::to_string(record.cells.size()) +
-                        " fields, the first record (line " + std::to_string(records.front().line) +
-                        ") has " + std::to_string(k),
-                    "every record needs the same fields; " + std::string(kNoMissingHint));
-      return false;
-    }
     for (const Cell& cell : record.cells) {
       double value = 0.0;
       if (cell.text.empty()) {
@@ -637,6 +631,17 @@ bool CheckCells(const std::vector<Record>& records, ItemTable& table, InitFault&
       }
       table.quoted = table.quoted || cell.quoted;
     }
+    if (record.cells.size() != k) {
+      const int column = record.cells.size() > k ? record.cells[k].begin
+                                                 : static_cast<int>(record.text.size()) + 1;
+      fault = Fault(record.line,
+                    column,
+                    "the record has " + std::to_string(record.cells.size()) +
+                        " fields, the first record (line " + std::to_string(records.front().line) +
+                        ") has " + std::to_string(k),
+                    "every record needs the same fields; " + std::string(kNoMissingHint));
+      return false;
+    }
   }
   return true;
 }
@@ -646,6 +651,10 @@ bool CheckCells(const std::vector<Record>& records, ItemTable& table, InitFault&
 void FindSteadyColumns(const std::vector<Record>& records,
                        std::size_t first_item,
                        ItemTable& table) {
+  // A tab is one column to the run, and one behind a number fails its field.
+  for (const Record& record : records) {
+    if (record.text.find('\t') != std::string_view::npos) return;
+  }
   const std::size_t k = records.front().cells.size();
   std::vector<int> ends(k, 0);
   for (const Record& record : records) {
@@ -809,8 +818,11 @@ void ChooseReading(const DataLines& lines, const ItemTable& table, DataGuess& gu
                                                 "rows of saved factor scores."));
   } else {
     guess.needs_copy = true;
-    guess.copy_reason = lines.separator == '\t' ? "the run's fields cannot be separated by tabs"
-                        : table.quoted          ? "the run cannot read quoted numbers"
+    const bool tabs = std::any_of(lines.records.begin(), lines.records.end(), [](const Record& r) {
+      return r.text.find('\t') != std::string_view::npos;
+    });
+    guess.copy_reason = tabs           ? "the run's fields cannot be separated by tabs"
+                        : table.quoted ? "the run cannot read quoted numbers"
                         : table.skipped_fields
                             ? "the fields before the items cannot be skipped in a file "
                               "separated by commas"
