@@ -22,11 +22,15 @@ $(BUILD)/CMakeCache.txt:
 build: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
 
-# Runs the bundled example and shows the end of its report.
-demo: build
+# Builds the program alone, runs the bundled example (a fixed seed for its
+# random start) and shows what the analysis found: the model summary, the
+# rotated loadings and the factor correlations of its report.
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) --target velquorin -j $(JOBS)
 	cd examples/demo && ../../$(BUILD)/velquorin --seed 1 demo.in </dev/null
-	@echo "--- report: examples/demo/demo.out (first 60 lines) ---"
-	@head -n 60 examples/demo/demo.out
+	@echo "--- examples/demo/demo.out: model, rotated loadings, factor correlations ---"
+	@awk -f tools/report_sections.awk examples/demo/demo.out
+	@echo "--- the whole report: examples/demo/demo.out ---"
 
 # The whole suite twice: in the normal build, then in the build with the
 # address and undefined-behaviour sanitizers.

@@ -1,3 +1,3 @@
-#include "run/program.h"
+#include "cli/dispatch.h"
 
-int main(int argc, char** argv) { return vq::VelquorinMain(argc, argv); }
+int main(int argc, char** argv) { return vq::DispatchCommand(argc, argv); }

@@ -29,12 +29,18 @@
 //                            becomes a 1), as in items with given answers;
 //                            the guesses come from a stream of their own, so
 //                            the file without them is unchanged
+//   --first-score C          the score of the lowest category of ordered and
+//                            dichotomous items (default 0), e.g. 1 for
+//                            items scored 1 to 6
+//   --id-width W             columns of the subject's number (default 6)
+//   --field-width W          columns of each item (default 3, 8 for
+//                            continuous scores); 1 packs one-digit scores
 //   --help                   this text
 //
 // The file has one record per subject: the subject's number in columns 1-6,
 // then one field per item (3 columns for categories 0, 1, ..., 8 columns
-// with 3 decimals for continuous scores). The record format that reads it is
-// printed on standard output, e.g. (F6.0,20F3.0).
+// with 3 decimals for continuous scores), unless the widths are given. The record format that reads
+// it is printed on standard output, e.g. (F6.0,20F3.0).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -66,6 +72,9 @@ constexpr const char* kUsage =
     "  --upper-share Q          share of the upper point under twopoint (0.15)\n"
     "  --guessing G1,G2,...     dichotomous only: per item, the chance that a\n"
     "                           subject who fails it guesses right\n"
+    "  --first-score C          score of the lowest category (default 0)\n"
+    "  --id-width W             columns of the subject's number (default 6)\n"
+    "  --field-width W          columns of each item (default 3; 8 continuous)\n"
     "  --help                   this text\n";
 
 bool ParseNumber(std::string_view text, double& value) {
@@ -96,7 +105,7 @@ int Fail(const std::string& message) {
 
 int main(int argc, char** argv) {
   double subjects = 0, items = 0, seed = -1, factors = 1, loading = 0.6, factor_correlation = 0;
-  double spread = 0, upper_share = 0.15;
+  double spread = 0, upper_share = 0.15, first_score = 0, id_width = 0, field_width = 0;
   std::string out, kind = "ordered", latent = "normal";
   std::vector<double> loadings, thresholds, guessing;
   bool have_thresholds = false;
@@ -137,6 +146,12 @@ int main(int argc, char** argv) {
       latent = value;
     } else if (option == "--upper-share") {
       ok = ParseNumber(value, upper_share);
+    } else if (option == "--first-score") {
+      ok = ParseNumber(value, first_score);
+    } else if (option == "--id-width") {
+      ok = ParseNumber(value, id_width) && id_width >= 1 && id_width <= 20;
+    } else if (option == "--field-width") {
+      ok = ParseNumber(value, field_width) && field_width >= 1 && field_width <= 20;
     } else if (option == "--guessing") {
       ok = ParseList(value, guessing);
     } else {
@@ -211,11 +226,16 @@ int main(int argc, char** argv) {
       }
     }
   }
+  if (kind != "continuous") {
+    for (double& score : scores.values) score += first_score;
+  }
   vq::ItemFileLayout layout;
   if (kind == "continuous") {
     layout.field_width = 8;
     layout.decimals = 3;
   }
+  if (id_width > 0) layout.id_width = static_cast<int>(id_width);
+  if (field_width > 0) layout.field_width = static_cast<int>(field_width);
   std::string error;
   if (!vq::WriteItemFile(out, scores, layout, error)) {
     std::fprintf(stderr, "generate_items: %s\n", error.c_str());
