@@ -26,6 +26,7 @@ h2 { font-size: 20px; margin: 0 0 10px; padding-bottom: 4px; border-bottom: 2px 
 h3 { font-size: 16px; margin: 16px 0 6px; }
 .subtitle { color: #505050; margin: 0 0 8px; }
 nav { display: flex; flex-wrap: wrap; gap: 6px 14px; font-size: 14px; }
+a { color: #0b5394; }
 nav a { color: #0b5394; text-decoration: none; border-bottom: 1px dotted #0b5394; }
 .summary { margin: 8px 0 0; font-size: 14px; color: #333; }
 section { margin: 30px 0; }
@@ -177,13 +178,13 @@ std::string RenderStop(const StopData& stop) {
 
 std::string RenderSettings(const HtmlReportModel& model) {
   std::string out = SectionOpen("settings", "Settings");
-  std::vector<NamedText> run = {{"Title", model.title}, {"Program", model.program_version}};
-  out += NameValueTable(run, "Run", "");
+  std::vector<NamedText> rows;
+  if (!model.title.empty()) rows.push_back({"Title", model.title});
+  if (!model.program_version.empty()) rows.push_back({"Program", model.program_version});
+  rows.insert(rows.end(), model.settings.begin(), model.settings.end());
+  out += NameValueTable(rows, "Setting", "Value");
   if (!model.files.empty()) {
     out += "<h3>Files</h3>\n" + NameValueTable(model.files, "File", "Path");
-  }
-  if (!model.settings.empty()) {
-    out += "<h3>Analysis settings</h3>\n" + NameValueTable(model.settings, "Setting", "Value");
   }
   return out + "</section>\n";
 }

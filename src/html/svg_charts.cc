@@ -137,6 +137,12 @@ struct Frame {
   double bottom() const { return top + height; }
 };
 
+// A tick label: whole numbers without a point, others with the step's decimals.
+std::string TickLabel(double value, int decimals) {
+  if (decimals == 0) return FormatCount(std::llround(value));
+  return FormatFixed(value, decimals);
+}
+
 // Grid lines, tick labels and axis titles around `frame`.
 void DrawAxes(Svg& svg,
               const Frame& frame,
@@ -150,13 +156,13 @@ void DrawAxes(Svg& svg,
     const double py = y(value);
     if (py < frame.top - 0.5 || py > frame.bottom() + 0.5) continue;
     svg.Line(frame.left, py, frame.right(), py, "grid");
-    svg.Text(frame.left - 6, py + 4, "end", "tick", FormatFixed(value, y_ticks.decimals));
+    svg.Text(frame.left - 6, py + 4, "end", "tick", TickLabel(value, y_ticks.decimals));
   }
   for (double value : x_ticks.values) {
     const double px = x(value);
     if (px < frame.left - 0.5 || px > frame.right() + 0.5) continue;
     svg.Line(px, frame.top, px, frame.bottom(), "grid");
-    svg.Text(px, frame.bottom() + 16, "middle", "tick", FormatFixed(value, x_ticks.decimals));
+    svg.Text(px, frame.bottom() + 16, "middle", "tick", TickLabel(value, x_ticks.decimals));
   }
   svg.Raw("<rect class=\"frame\" x=\"" + Num(frame.left) + "\" y=\"" + Num(frame.top) +
           "\" width=\"" + Num(frame.width) + "\" height=\"" + Num(frame.height) + "\"/>\n");
@@ -301,29 +307,57 @@ std::string HeatMapSvg(const std::vector<std::string>& row_labels,
   const int rows = values.rows, cols = values.cols;
   if (rows == 0 || cols == 0) return {};
   // Long tables get lower rows; the numbers stay at a readable size.
-  const double row_height = rows <= 150 ? 22 : (rows <= 400 ? 16 : 13);
-  const double font = rows <= 150 ? 12 : (rows <= 400 ? 10.5 : 9.5);
-  const double cell_width = 66;
+  const double row_height = rows <= 40 ? 26 : (rows <= 150 ? 22 : (rows <= 400 ? 16 : 13));
+  const double font = rows <= 40 ? 13 : (rows <= 150 ? 12 : (rows <= 400 ? 10.5 : 9.5));
+  const double cell_width = rows <= 40 ? 76 : 66;
   constexpr int kMaxLabelChars = 32;
   int label_chars = 4;
   for (const std::string& label : row_labels) {
     label_chars = std::max(label_chars, std::min(kMaxLabelChars, CharCount(label)));
   }
   const double label_width = kCharWidth * label_chars + 16;
-  const double top = 46;
   const double table_width = cell_width * cols;
-  const double key_left = label_width + table_width + 28;
-  const double key_width = 190;
-  const double width = key_left + key_width;
-  const double height = std::max(top + row_height * rows + 8, top + 260.0);
+
+  // The colour key runs across the top, so that it is at hand however long
+  // the table: eleven swatches from -1 to 1, then the sample of a faded cell.
+  const double key_top = 22, swatch_width = 28, swatch_height = 14;
+  const double key_right = label_width + 11 * swatch_width;
+  const double faded_left = key_right + 24;
+  const double faded_right =
+      faded_key.empty() ? key_right : faded_left + 32 + kCharWidth * CharCount(faded_key);
+  const double top = 100;
+  const double width = std::max(label_width + table_width, faded_right) + 12;
+  const double height = top + row_height * rows + 4;
 
   Svg svg(width, height, "Heat map: " + std::string(key_title));
-  svg.Text(label_width + table_width / 2, 14, "middle", "axis-title", column_title);
+  svg.Text(label_width, 14, "start", "axis-title", key_title);
+  for (int k = 0; k <= 10; ++k) {
+    const double value = -1.0 + 0.2 * k;
+    const double x = label_width + swatch_width * k;
+    svg.Raw("<rect class=\"swatch\" x=\"" + Num(x) + "\" y=\"" + Num(key_top) + "\" width=\"" +
+            Num(swatch_width) + "\" height=\"" + Num(swatch_height) + "\" fill=\"" +
+            DivergingColour(value) + "\"/>\n");
+    if (k % 5 == 0) {
+      svg.Text(x + swatch_width / 2,
+               key_top + swatch_height + 13,
+               "middle",
+               "tick",
+               FormatFixed(value, 1));
+    }
+  }
+  if (!faded_key.empty()) {
+    svg.Raw("<rect class=\"cell faded\" x=\"" + Num(faded_left) + "\" y=\"" + Num(key_top) +
+            "\" width=\"" + Num(swatch_width) + "\" height=\"" + Num(swatch_height) + "\" fill=\"" +
+            DivergingColour(0.7) + "\"/>\n");
+    svg.Text(faded_left + 34, key_top + swatch_height - 2, "start", "tick", faded_key);
+  }
+
+  svg.Text(label_width + table_width / 2, top - 28, "middle", "axis-title", column_title);
   for (int col = 0; col < cols; ++col) {
     const std::string head = col < static_cast<int>(column_labels.size())
                                  ? Shorten(column_labels[col], 9)
                                  : FormatCount(col + 1);
-    svg.Text(label_width + cell_width * (col + 0.5), top - 10, "middle", "col-head", head);
+    svg.Text(label_width + cell_width * (col + 0.5), top - 8, "middle", "col-head", head);
   }
   const std::string font_attr = "font-size=\"" + Num(font) + "\"";
   for (int row = 0; row < rows; ++row) {
@@ -355,26 +389,6 @@ std::string HeatMapSvg(const std::vector<std::string>& row_labels,
                FormatFixed(value, decimals),
                font_attr);
     }
-  }
-
-  // Colour key: eleven swatches from -1 to 1, then the faded sample.
-  svg.Text(key_left, top - 10, "start", "axis-title", key_title);
-  const double swatch = 18;
-  for (int k = 0; k <= 10; ++k) {
-    const double value = 1.0 - 0.2 * k;
-    const double y = top + swatch * k;
-    svg.Raw("<rect class=\"swatch\" x=\"" + Num(key_left) + "\" y=\"" + Num(y) +
-            "\" width=\"26\" height=\"" + Num(swatch) + "\" fill=\"" + DivergingColour(value) +
-            "\"/>\n");
-    if (k % 2 == 0)
-      svg.Text(key_left + 32, y + swatch / 2 + 4, "start", "tick", FormatFixed(value, 1));
-  }
-  if (!faded_key.empty()) {
-    const double y = top + swatch * 11 + 14;
-    svg.Raw("<rect class=\"cell faded\" x=\"" + Num(key_left) + "\" y=\"" + Num(y) +
-            "\" width=\"26\" height=\"" + Num(swatch) + "\" fill=\"" + DivergingColour(0.7) +
-            "\"/>\n");
-    svg.Text(key_left + 32, y + swatch / 2 + 4, "start", "tick", faded_key);
   }
   return svg.Finish();
 }
