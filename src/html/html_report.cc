@@ -55,6 +55,8 @@ svg.plot text.value.on-dark { fill: #ffffff; }
 svg.plot text.value.faded { fill: #8c8c8c; }
 .points circle { fill-opacity: 0.45; }
 .count-cell { stroke: #dddddd; stroke-width: 0.5; }
+.columns { display: flex; flex-wrap: wrap; gap: 0 40px; align-items: flex-start; }
+details summary { cursor: pointer; color: #0b5394; margin: 6px 0; }
 .plots { display: flex; flex-wrap: wrap; gap: 10px 24px; }
 .stop { border-left: 6px solid #D55E00; background: #fff3ea; padding: 10px 18px; }
 .stop h2 { border-bottom-color: #D55E00; }
@@ -182,28 +184,44 @@ std::string RenderSettings(const HtmlReportModel& model) {
   if (!model.title.empty()) rows.push_back({"Title", model.title});
   if (!model.program_version.empty()) rows.push_back({"Program", model.program_version});
   rows.insert(rows.end(), model.settings.begin(), model.settings.end());
-  out += NameValueTable(rows, "Setting", "Value");
+  out += "<div class=\"columns\">\n<div>\n" + NameValueTable(rows, "Setting", "Value") + "</div>\n";
   if (!model.files.empty()) {
-    out += "<h3>Files</h3>\n" + NameValueTable(model.files, "File", "Path");
+    out += "<div>\n" + NameValueTable(model.files, "File", "Path") + "</div>\n";
   }
-  return out + "</section>\n";
+  return out + "</div>\n</section>\n";
+}
+
+// Beyond this many eigenvalues the first ones, which decide the number of
+// factors, get a plot of their own, and the table of all of them is folded.
+constexpr std::size_t kScreeZoom = 30;
+constexpr std::size_t kOpenEigenvalueTable = 45;
+
+std::vector<double> Head(const std::vector<double>& values, std::size_t count) {
+  return {values.begin(), values.begin() + std::min(count, values.size())};
 }
 
 std::string RenderScree(const ScreeData& scree) {
   std::string out = SectionOpen("scree", "Eigenvalues");
-  std::string caption =
-      "Scree plot: " + scree.title + ", " +
-      Plural(static_cast<long long>(scree.observed.size()), "eigenvalue", "eigenvalues") +
-      ", largest first.";
+  const std::size_t n = scree.observed.size();
+  std::string reference_note;
   if (!scree.reference.empty()) {
-    caption +=
+    reference_note =
         " Dashed lines: eigenvalues of random data of the same size (parallel analysis);"
         " observed eigenvalues above them mark factors worth keeping.";
   }
-  out += Figure(ScreePlotSvg(scree.observed, scree.reference), caption);
+  if (n > kScreeZoom + 10) {
+    std::vector<ReferenceLine> reference = scree.reference;
+    for (ReferenceLine& line : reference) line.values = Head(line.values, kScreeZoom);
+    out += Figure(ScreePlotSvg(Head(scree.observed, kScreeZoom), reference),
+                  "Scree plot: the first " + FormatCount(kScreeZoom) + " of " + FormatCount(n) +
+                      " eigenvalues (" + scree.title + ")." + reference_note);
+  }
+  out += Figure(ScreePlotSvg(scree.observed, scree.reference),
+                "Scree plot: " + scree.title + ", " + Plural(n, "eigenvalue", "eigenvalues") +
+                    ", largest first." + reference_note);
   std::vector<std::string> heads;
   NumberRow observed{"Observed", {}};
-  for (std::size_t k = 0; k < scree.observed.size(); ++k) {
+  for (std::size_t k = 0; k < n; ++k) {
     heads.push_back(FormatCount(static_cast<long long>(k + 1)));
     observed.cells.push_back(FormatFixed(scree.observed[k], 3));
   }
@@ -213,7 +231,13 @@ std::string RenderScree(const ScreeData& scree) {
     for (double value : line.values) row.cells.push_back(FormatFixed(value, 3));
     rows.push_back(row);
   }
-  out += WrappedTable("Rank", heads, rows, 15);
+  const std::string table = WrappedTable("Rank", heads, rows, 15);
+  if (n > kOpenEigenvalueTable) {
+    out += "<details><summary>Table of all " + FormatCount(n) + " eigenvalues</summary>\n" + table +
+           "</details>\n";
+  } else {
+    out += table;
+  }
   return out + "</section>\n";
 }
 

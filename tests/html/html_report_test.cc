@@ -365,10 +365,15 @@ TEST(HtmlReportTest, LargeModelIsThinnedAndBlocked) {
   EXPECT_NE(triplets.find("a block of 7 x 7 items"), std::string::npos);
   // 143 x 143 blocks plus the key (white and five steps).
   EXPECT_EQ(Occurrences(triplets, "class=\"count-cell\""), 143u * 143u + 6u);
-  // Every item keeps its row in the heat map, and the scree its markers
-  // only where they can be told apart.
+  // Every item keeps its row in the heat map; the scree has markers only
+  // where they can be told apart.
   EXPECT_EQ(Occurrences(Section(page, "loadings"), "class=\"row-head\""), 1000u);
-  EXPECT_EQ(Occurrences(Section(page, "scree"), "<circle "), 0u);
+  const std::string scree = Section(page, "scree");
+  EXPECT_EQ(Occurrences(scree, "<circle "), 30u);  // the plot of the first 30 has markers
+  EXPECT_EQ(Occurrences(scree, "<svg "), 2u);
+  EXPECT_NE(scree.find("<details><summary>Table of all 1000 eigenvalues</summary>"),
+            std::string::npos);
+  EXPECT_NE(scree.find(">1000<"), std::string::npos);
   EXPECT_LT(page.size(), 6u << 20);
 }
 
