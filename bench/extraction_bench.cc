@@ -8,7 +8,7 @@
 #include "extraction/extraction.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

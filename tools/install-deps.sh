@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, if any are missing.
 # Runs apt-get only when something is missing; uses sudo when not root.
 set -eu
-packages="g++ make cmake liblapack-dev libblas-dev libgtest-dev libgmock-dev libbenchmark-dev"
+packages="g++ make cmake clang-format liblapack-dev libblas-dev libgtest-dev libgmock-dev libbenchmark-dev"
 missing=""
 for p in $packages; do
   if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

@@ -17,8 +17,8 @@
 #include "kernels/failure.h"
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
-#include "report/edit_descriptors.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

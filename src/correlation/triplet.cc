@@ -12,8 +12,8 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/pd_inverse.h"
-#include "report/edit_descriptors.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

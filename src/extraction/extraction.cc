@@ -8,11 +8,11 @@
 #include "extraction/model_fit.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
+#include "kernels/factor_order.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
 #include "report/saved_files.h"
-#include "rotation/factor_order.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "extraction/eigenvalue_screen.h"
-#include "extraction/moments.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/moments.h"
 #include "report/histogram.h"
 #include "report/matrix_table.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

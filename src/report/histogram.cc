@@ -7,8 +7,8 @@
 #include <string>
 
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

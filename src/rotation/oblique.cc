@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "rotation/factor_order.h"
+#include "kernels/factor_order.h"
 #include "rotation/harris_kaiser.h"
 #include "rotation/oblimin.h"
 #include "rotation/promax.h"

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
-#include "rotation/factor_order.h"
+#include "kernels/factor_order.h"
 #include "rotation/orthomax.h"
 #include "rotation/random_start.h"
 #include "rotation/solution.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -6,10 +6,10 @@
 
 #include "frame/console.h"
 #include "kernels/rank_sort.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
 #include "report/plots.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

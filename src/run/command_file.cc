@@ -7,7 +7,7 @@
 
 #include "data/raw_data.h"
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

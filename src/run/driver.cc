@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "correlation/polychoric.h"
 #include "correlation/smoothing.h"
 #include "correlation/tetrachoric.h"
@@ -19,7 +18,7 @@
 #include "data/raw_data.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
 #include "report/matrix_table.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
@@ -27,6 +26,7 @@
 #include "run/report_head.h"
 #include "run/saved_matrices.h"
 #include "scores/score_phase.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -21,10 +21,10 @@
 #include "extraction/extraction.h"
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 #include "rotation/rotation_results.h"
 #include "run/program.h"
 #include "run/run_context.h"
-#include "run/run_options.h"
 
 namespace vq {
 

@@ -8,8 +8,8 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 #include "run/run_context.h"
-#include "run/run_options.h"
 
 namespace vq {
 

@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
-#include "extraction/moments.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
+#include "kernels/moments.h"
 #include "kernels/pd_inverse.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
+#include "options/run_options.h"
 #include "report/matrix_table.h"
-#include "run/run_options.h"
 #include "scores/score_messages.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

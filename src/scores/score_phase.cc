@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <string>
 
-#include "report/edit_descriptors.h"
 #include "report/plots.h"
 #include "report/saved_files.h"
 #include "scores/factor_scores.h"
 #include "scores/score_messages.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "data/simulation.h"
 #include "extraction_test_support.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

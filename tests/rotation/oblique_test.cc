@@ -9,15 +9,15 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
 #include "report/saved_files.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "rotation/random_start.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "report/edit_descriptors.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

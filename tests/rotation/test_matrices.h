@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kernels/matrix.h"
-#include "report/edit_descriptors.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
+#include "text/edit_descriptors.h"
 
 namespace vq::testing {
 

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "run/command_file.h"
 #include "run/saved_matrices.h"
 #include "run_test_support.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "frame/output_file.h"
 #include "kernels/failure.h"
 #include "kernels/matrix.h"
+#include "kernels/pearson.h"
 
 namespace vq {
 namespace {

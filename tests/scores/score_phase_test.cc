@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "frame/output_file.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
-#include "run/run_options.h"
+#include "kernels/pearson.h"
+#include "options/run_options.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -7,8 +7,8 @@
 // left-justified and in capitals; comparisons take the whole field, padding
 // included, so use `Is(field, "WORD")`, which pads the word to the field's
 // width. File names, the title, labels and the record format keep their case.
-#ifndef VELQUORIN_RUN_RUN_OPTIONS_H_
-#define VELQUORIN_RUN_RUN_OPTIONS_H_
+#ifndef VELQUORIN_OPTIONS_RUN_OPTIONS_H_
+#define VELQUORIN_OPTIONS_RUN_OPTIONS_H_
 
 #include <string>
 #include <string_view>
@@ -99,4 +99,4 @@ inline bool Is(const std::string& field, std::string_view word) {
 
 }  // namespace vq
 
-#endif  // VELQUORIN_RUN_RUN_OPTIONS_H_
+#endif  // VELQUORIN_OPTIONS_RUN_OPTIONS_H_
