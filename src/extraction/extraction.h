@@ -47,10 +47,6 @@ bool RunExtraction(const RunOptions& options,
                    std::string_view run_directory,
                    std::string_view run_stem);
 
-// True for Rotation "NONE" with ScoreMethod "NONE": nothing follows the
-// unrotated tables.
-bool EndsAfterExtraction(const RunOptions& options);
-
 // loadings(i,k) = eigenvectors(i,k) * sqrt(eigenvalues[k]) for the p by m
 // loadings. A negative eigenvalue gives a column of not-a-number, which the
 // iteration's stop test catches.

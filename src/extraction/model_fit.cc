@@ -118,12 +118,9 @@ double GoodnessOfFit(const Matrix& residuals, const Matrix& r0, int p) {
   return 1.0 - a / b;
 }
 
-void ResidualTable(const Matrix& residuals,
-                   int p,
-                   const std::string& verbosity,
-                   int page_width,
-                   OutputFile& report) {
-  if (!Is(verbosity, "LONG")) return;
+void ResidualTable(
+    const Matrix& residuals, int p, Verbosity verbosity, int page_width, OutputFile& report) {
+  if (verbosity != Verbosity::kLong) return;
   report.EmptyLines(3);
   int ifail = kIfailHard;
   X04CBF('G',
@@ -212,7 +209,7 @@ void ModelFitAnalysis(const RunOptions& options,
   WriteFivePointSummary(residual_list, k, report);
   ResidualDistribution(residual_list, k, report);
 
-  if (Is(options.Print_Verbosity, "LONG") && WantsCode(options, "RSD")) {
+  if (options.Print_Verbosity == Verbosity::kLong && Saves(options, SaveCode::kRsd)) {
     OutputFile file;
     OpenSavedFile(file, kResidualUnit, run_directory, run_stem, "rsd");
     WriteMatrixRows(file, residuals, 12, 9, 1);

@@ -26,14 +26,6 @@ std::string SavedFilePath(std::string_view run_directory,
   return std::string(Trim(run_directory)) + BuildResultName(run_stem, extension);
 }
 
-bool WantsCode(const RunOptions& options, std::string_view code) {
-  if (!Is(options.SaveResults, "T")) return false;
-  for (const std::string& entry : options.SaveCodes) {
-    if (Is(entry, code)) return true;
-  }
-  return false;
-}
-
 void OpenSavedFile(OutputFile& file,
                    int unit,
                    std::string_view run_directory,

@@ -40,9 +40,6 @@ std::string SavedFilePath(std::string_view run_directory,
                           std::string_view run_stem,
                           std::string_view extension);
 
-// True when `SaveResults` is "T" and one of the `SaveCodes` is `code`.
-bool WantsCode(const RunOptions& options, std::string_view code);
-
 // Opens the saved file of `extension` on stream `unit` (status unknown:
 // replaces an earlier file; a failed open ends the run with a severe error).
 void OpenSavedFile(OutputFile& file,
