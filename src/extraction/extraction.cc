@@ -254,7 +254,7 @@ void HeywoodCheck(const std::vector<double>& communalities, int p, OutputFile& r
   }
 }
 
-bool RunExtraction(const RunOptions& options,
+void RunExtraction(const RunOptions& options,
                    Matrix& r,
                    ExtractionResult& result,
                    OutputFile& report,
@@ -306,7 +306,6 @@ bool RunExtraction(const RunOptions& options,
   result.IterationCount = state.iteration - 1;
   WriteUnrotatedResults(
       options, r, p, m, principal_factors, result, report, run_directory, run_stem);
-  return EndsAfterExtraction(options);
 }
 
 }  // namespace vq

@@ -48,10 +48,6 @@ struct Run {
   PauseAndStop();
 }
 
-[[noreturn]] void OutOfMemory() {
-  AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run");
-}
-
 // The arrays are zero-filled when they are made, so a request beyond the
 // machine's memory would not fail cleanly but drive it into swapping or end
 // the process from outside. Sizes are added up in doubles, which cannot
@@ -91,6 +87,8 @@ void CheckCounts(const RunOptions& options) {
 }
 
 }  // namespace
+
+void OutOfMemory() { AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run"); }
 
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name) {
   RunContext context;
@@ -290,7 +288,9 @@ void PrintCorrelationMatrix(Run& run, int table_width) {
          run.files.Report);
 }
 
-// Steps 1 to 7 of the correlation road.
+// The correlation road up to the report head: the matrix from the data or
+// the given file, smoothed when asked, the labels, the head and (under
+// "LONG") the matrix itself.
 void CorrelationRoad(Run& run) {
   // The counts are checked first, as the order of the run's messages has
   // it; the arrays are made only once the data are in (the estimators size
@@ -318,7 +318,7 @@ void TripletTestOfTheRun(Run& run) {
                  run.context.RunDirectory);
 }
 
-// Step 10: eigenvalue screen, communalities, fit and unrotated tables. The
+// Extraction: eigenvalue screen, communalities, fit and unrotated tables. The
 // working copy R keeps the final communalities on its diagonal for the
 // rotations and the scores.
 void FactorAnalysis(Run& run) {
@@ -399,7 +399,7 @@ void FactorScoresOfTheRun(Run& run) {
                 run.context.RunStem);
 }
 
-// Steps 11 to 17, where both roads meet.
+// Where both roads meet: rotation, sorted items, factor scores, the end.
 void RotateAndFinish(Run& run) {
   const RunOptions& options = run.options;
   if (EndsAfterExtraction(options)) {
@@ -407,8 +407,8 @@ void RotateAndFinish(Run& run) {
     ConsoleLine(30, "Finished");
     PlainStop();
   }
-  // Steps 12 to 15: the rotation that `Rotation` names, with its sections,
-  // then the list of sorted items.
+  // The rotation that `Rotation` names, with its sections, then the list of
+  // sorted items.
   RunRotation(options,
               run.arrays.Extraction.Loadings,
               run.arrays.Extraction.Communalities,
@@ -417,7 +417,7 @@ void RotateAndFinish(Run& run) {
               run.context.RunDirectory,
               run.context.RunStem,
               run.arrays.Rotation);
-  // Step 16: factor scores, their file and plot.
+  // Factor scores, their file and plot.
   FactorScoresOfTheRun(run);
   EndOfRun(run);
 }

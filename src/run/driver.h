@@ -74,6 +74,10 @@ void RunAnalysis(const ProgramArguments& arguments);
 // name: the run's stem and directory, and the seed of `--seed N`.
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name);
 
+// The stop of a run whose arrays the machine cannot hold: the message from
+// column 30, two empty lines, a pause and the plain stop.
+[[noreturn]] void OutOfMemory();
+
 // The page width of the tables of the correlation phase: `page_width` below
 // 120, else 110.
 int CorrelationTableWidth(int page_width);

@@ -44,7 +44,8 @@ struct PhaseRun {
     report.OpenInMemory(11);
     ConsoleCapture capture;
     try {
-      ends = RunExtraction(options, r, result, report, dir, "case.in");
+      RunExtraction(options, r, result, report, dir, "case.in");
+      ends = EndsAfterExtraction(options);
     } catch (const RunStopped&) {
       stopped = true;
     }
