@@ -6,7 +6,7 @@
 
 #include "html/html_text.h"
 #include "html/svg_charts.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq::html {
 namespace {

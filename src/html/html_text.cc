@@ -4,7 +4,7 @@
 #include <cmath>
 #include <string>
 
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq::html {
 
