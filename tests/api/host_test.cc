@@ -187,16 +187,17 @@ TEST(RunCommandFileTest, DemoAsTheProgramWithOneAndTwoThreads) {
   }
 }
 
-// The triplet test switches the error messages of the numerical operations
-// off for the rest of its run; a second run in the same process must find
-// them on again, as a run of its own does (the scores print one).
+// The triplet test switches the messages of the numerical operations off
+// for the rest of its run; a second run in the same process must find them
+// on again, as a run of its own does (the oblimin rotation warns that it
+// stopped at its sweep limit).
 TEST(RunCommandFileTest, EachRunStartsAfresh) {
   GoldenRun triplet("triplet");
   triplet.ExpectSameAsProgram(triplet.Run(2));
-  GoldenRun scores("scores_ipsatized");
-  const RunOutcome outcome = scores.Run(2);
-  EXPECT_NE(outcome.console.find("FATAL    ERROR 2 from DLINDS"), std::string::npos);
-  scores.ExpectSameAsProgram(outcome);
+  GoldenRun oblimin("rot_oblimin_limit");
+  const RunOutcome outcome = oblimin.Run(2);
+  EXPECT_NE(outcome.console.find("WARNING  ERROR 3 from DFDOBL"), std::string::npos);
+  oblimin.ExpectSameAsProgram(outcome);
 }
 
 TEST(RunCommandFileTest, StopsAreReturnedWithTheProgramsWords) {
