@@ -60,6 +60,9 @@ class BuildWithEngine(build_ext):
         for extension in self.extensions:
             extension.include_dirs.append(os.path.join(root, "src"))
             extension.extra_objects.append(lines[0])
+            # A rebuilt engine must relink the module, though its own source
+            # is unchanged.
+            extension.depends.append(lines[0])
             extension.extra_link_args.extend(lines[1:])
         super().run()
 

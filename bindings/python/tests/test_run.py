@@ -112,13 +112,19 @@ def test_runs_from_two_threads_at_once_come_out_whole(golden_case, monkeypatch):
     monkeypatch.chdir(case.scratch)
     results = [None, None]
 
+    runs = 8
+
     def work(slot):
-        results[slot] = velquorin.run(case.command, threads=2, seed=case.seed)
+        results[slot] = [
+            velquorin.run(case.command, threads=2, seed=case.seed) for _ in range(runs)
+        ]
 
     threads = [threading.Thread(target=work, args=(slot,)) for slot in range(2)]
     for thread in threads:
         thread.start()
     for thread in threads:
         thread.join()
-    for result in results:
-        expect_same_as_program(case, result)
+    for slot_results in results:
+        assert len(slot_results) == runs
+        for result in slot_results:
+            expect_same_as_program(case, result)
