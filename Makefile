@@ -4,7 +4,8 @@ BUILD ?= build
 SAN_BUILD ?= build-sanitize
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all deps deps-all build demo check check-normal check-sanitize golden-update bench format clean
+.PHONY: all deps deps-all build demo check check-normal check-sanitize golden-update bench \
+	format format-check clean
 
 all: build
 
@@ -32,9 +33,10 @@ demo: deps $(BUILD)/CMakeCache.txt
 	@awk -f tools/report_sections.awk examples/demo/demo.out
 	@echo "--- the whole report: examples/demo/demo.out ---"
 
-# The whole suite twice: in the normal build, then in the build with the
-# address and undefined-behaviour sanitizers.
-check: deps-all check-normal check-sanitize
+# The packages of the optional tests, the format check of the tree, then the
+# whole suite twice: in the normal build, and in the build with the address
+# and undefined-behaviour sanitizers.
+check: deps-all format-check check-normal check-sanitize
 
 check-normal: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
@@ -63,8 +65,14 @@ golden-update: build
 bench: build
 	@for b in $(BUILD)/bench/*_bench; do [ -x $$b ] && $$b; done
 
+SOURCES = find src tests bench tools -name '*.h' -o -name '*.cc'
+
 format:
-	find src tests bench tools -name '*.h' -o -name '*.cc' | xargs clang-format -i
+	$(SOURCES) | xargs clang-format -i
+
+# Fails on the first source file that `make format` would change.
+format-check: deps
+	$(SOURCES) | xargs clang-format --dry-run -Werror
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD)

@@ -8,7 +8,7 @@
 #include "extraction/extraction.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -35,13 +35,13 @@ RunOptions Options(int p, int m, int passes) {
   RunOptions options;
   options.VariableCount = p;
   options.FactorCount = m;
-  options.Model = PadRight("PFA", kModelWidth);
-  options.Print_Verbosity = PadRight("SHORT", kVerbosityWidth);
-  options.LabelMode = PadRight("NOLABELS", kLabelModeWidth);
-  options.Rotation = PadRight("VARIMAX", kRotationWidth);
+  options.Model = ParseModel("PFA");
+  options.Print_Verbosity = ParseVerbosity("SHORT");
+  options.LabelMode = ParseLabelMode("NOLABELS");
+  options.Rotation = ParseRotation("VARIMAX");
   options.RotationName = PadRight("Varimax", kRotationNameWidth);
-  options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
-  options.InitialCommunality = PadRight("SMC", kInitialCommunalityWidth);
+  options.ScoreMethod = ParseScoreMethod("NOSCORE");
+  options.InitialCommunality = ParseInitialCommunality("SMC");
   options.CommunalityEpsilon = 0.0;
   options.CommunalityIterations = passes;
   return options;

@@ -188,13 +188,9 @@ RunOutcome RunCommandFile(const std::string& path, const RunSettings& settings) 
     try {
       RunAnalysis(arguments);
     } catch (const std::bad_alloc&) {
-      ConsoleLine(30, "FATAL ERROR: Not enough memory for the arrays of this run");
-      ConsoleEmptyLines(2);
-      PauseAndStop();
+      OutOfMemory();
     } catch (const std::length_error&) {
-      ConsoleLine(30, "FATAL ERROR: Not enough memory for the arrays of this run");
-      ConsoleEmptyLines(2);
-      PauseAndStop();
+      OutOfMemory();
     }
   };
   try {
@@ -203,9 +199,6 @@ RunOutcome RunCommandFile(const std::string& path, const RunSettings& settings) 
   } catch (const RunStopped& stop) {
     outcome.status = stop.exit_code;
     switch (stop.kind) {
-      case RunStopped::Kind::kNormalEnd:
-        outcome.ending = Ending::kFinished;
-        break;
       case RunStopped::Kind::kSevere:
         outcome.ending = Ending::kSevere;
         severe_text = stop.text;

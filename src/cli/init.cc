@@ -16,7 +16,7 @@
 #include <string>
 #include <system_error>
 
-#include "correlation/pearson.h"
+#include "kernels/pearson.h"
 #include "kernels/eigen.h"
 #include "kernels/failure.h"
 #include "kernels/matrix.h"

@@ -13,7 +13,7 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/rank_sort.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

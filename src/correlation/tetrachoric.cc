@@ -17,8 +17,8 @@
 #include "kernels/failure.h"
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
-#include "report/edit_descriptors.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -314,8 +314,8 @@ void ComputeTetrachorics(const Matrix& item_data,
   assert(!corrected || static_cast<int>(guessing.size()) >= p);
   if (result.rows != p || result.cols != p) result.Reset(p, p);
 
-  // Step 1: the keyed score and the item proportions. Each variable's keyed
-  // subjects are kept as a bit column for the joint counts of step 2.
+  // The keyed score and the item proportions. Each variable's keyed
+  // subjects are kept as a bit column for the joint counts of the pairs.
   const int keyed_score = FindKeyedScore(item_data, n);
   const double keyed = keyed_score;
   OpenIfClosed(files.frq, kFrequencyUnit, run_directory, run_stem, "frq");
@@ -344,8 +344,8 @@ void ComputeTetrachorics(const Matrix& item_data,
     files.dff.Write(FormatI(variable + 1, 4) + "  " + FormatF(proportion[variable], 6, 4));
   }
 
-  // Step 3 ahead of the tables, which take the uncorrected proportions:
-  // the proportions corrected for guessing.
+  // The proportions corrected for guessing, made before the tables are
+  // formed, though the tables themselves take the uncorrected ones.
   std::vector<double> working(proportion);
   if (corrected) {
     for (int variable = 0; variable < p; ++variable) {
@@ -353,7 +353,7 @@ void ComputeTetrachorics(const Matrix& item_data,
     }
   }
 
-  // Step 4: the upper thresholds for Divgi's start (soft failures show here,
+  // The upper thresholds for Divgi's start (soft failures show here,
   // in variable order), and the lower thresholds of the iteration, computed
   // quietly once: a variable whose threshold fails is reported at its first
   // pair below.
@@ -370,8 +370,8 @@ void ComputeTetrachorics(const Matrix& item_data,
     lower_failed[variable] = quiet != 0;
   }
 
-  // Steps 2, 4 and 5 of every pair on its own: the table from the joint
-  // count, Divgi's start, and the iteration taken apart at its first pass.
+  // Every pair on its own, on all threads: the table from the joint count,
+  // Divgi's start, and the iteration taken apart at its first pass.
   struct PairSlot {
     TetrachoricTable table;
     double start = 0.0;
@@ -410,7 +410,7 @@ void ComputeTetrachorics(const Matrix& item_data,
         ShowTetrachoricPair(pair.i, pair.j);
       });
 
-  // Step 5 in pair order: "previous r" carried from pair to pair settles each
+  // The iterations settled in pair order: "previous r" carried from pair to pair settles each
   // iteration; a pair with a failure runs the iteration itself under the
   // hard indicator, behind its console line, to report and stop where it
   // would have; an unsettled pair takes the polychoric fall-back, whose
@@ -448,7 +448,7 @@ void ComputeTetrachorics(const Matrix& item_data,
     }
   }
 
-  // Step 6: the frq tables, standard errors and the upper triangle. The
+  // The frq tables, standard errors and the upper triangle. The
   // tables of a block of pairs are worked out and formatted on all threads,
   // then written in pair order. Between blocks the console shows the pair
   // reached, and at the end the line that stood last is shown once more, so

@@ -12,8 +12,8 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/pd_inverse.h"
-#include "report/edit_descriptors.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -730,7 +730,7 @@ void RunTripletTest(const RunOptions& options,
                     std::string_view run_stem,
                     std::string_view run_directory) {
   const TripletSummary summary = TestAllTriplets(item_data, n, p, correlations, report);
-  if (WantsCode(options, "MVN")) {
+  if (Saves(options, SaveCode::kMvn)) {
     OutputFile mvn;
     OpenSavedFile(mvn, kTripletUnit, run_directory, run_stem, "mvn");
     WriteTripletFile(mvn, summary);

@@ -20,7 +20,7 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 

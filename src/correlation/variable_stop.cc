@@ -3,7 +3,7 @@
 #include <string>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -45,11 +45,11 @@ bool Differs(double a, double b) {
 
 void ReadCorrelations(RecordSource& source,
                       const std::string& data_file,
-                      const std::string& coding,
+                      Coding coding,
                       int variable_count,
                       Matrix& correlation_matrix) {
   if (!source.OpenOld(kGivenMatrixUnit, data_file)) {
-    if (TrimRight(coding) == "DI")
+    if (coding == Coding::kDichotomous)
       MissingGivenFile(27, "FATAL ERROR! Input correlation matrix not found");
     source.Fail(kSevereFileNotFound);
   }

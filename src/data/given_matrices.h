@@ -16,6 +16,7 @@
 
 #include "data/record_reader.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 
 namespace vq {
 
@@ -35,7 +36,7 @@ constexpr double kCorrelationCheckTolerance = 1e-6;
 // stop; under any other coding severe error 29 on stream 10.
 void ReadCorrelations(RecordSource& source,
                       const std::string& data_file,
-                      const std::string& coding,
+                      Coding coding,
                       int variable_count,
                       Matrix& correlation_matrix);
 

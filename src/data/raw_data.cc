@@ -12,7 +12,7 @@
 
 #include "frame/console.h"
 #include "kernels/parallel.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

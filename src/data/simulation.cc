@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

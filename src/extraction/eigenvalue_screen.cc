@@ -81,7 +81,7 @@ void EigenvalueScreen(const Matrix& r,
   }
   report.EmptyLines(3);
 
-  if (WantsCode(options, "EIG")) {
+  if (Saves(options, SaveCode::kEig)) {
     OutputFile file;
     OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "eig");
     Matrix column(p, 1);

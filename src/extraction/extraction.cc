@@ -8,11 +8,11 @@
 #include "extraction/model_fit.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
+#include "kernels/factor_order.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
 #include "report/saved_files.h"
-#include "rotation/factor_order.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 
@@ -134,7 +134,8 @@ void WriteUnrotatedResults(const RunOptions& options,
                            OutputFile& report,
                            std::string_view run_directory,
                            std::string_view run_stem) {
-  if (Is(options.RotationName, "None") && principal_factors && WantsCode(options, "FAC")) {
+  if (options.RotationAsked == Rotation::kNone && principal_factors &&
+      Saves(options, SaveCode::kFac)) {
     OutputFile file;
     OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "fac");
     WriteLoadingRows(file, result.Loadings);
@@ -142,7 +143,7 @@ void WriteUnrotatedResults(const RunOptions& options,
   }
 
   int ifail = kIfailHard;
-  if (Is(options.LabelMode, "LABELS")) {
+  if (options.LabelMode == LabelMode::kLabels) {
     std::vector<std::string> labels = options.Labels;
     labels.resize(p, std::string(kLabelWidth, ' '));
     X04CBF('G',
@@ -161,7 +162,7 @@ void WriteUnrotatedResults(const RunOptions& options,
            0,
            ifail,
            report);
-  } else if (Is(options.LabelMode, "NOLABELS")) {
+  } else if (options.LabelMode == LabelMode::kNoLabels) {
     X04CBF('G',
            'N',
            p,
@@ -253,11 +254,7 @@ void HeywoodCheck(const std::vector<double>& communalities, int p, OutputFile& r
   }
 }
 
-bool EndsAfterExtraction(const RunOptions& options) {
-  return Is(options.Rotation, "NONE") && Is(options.ScoreMethod, "NONE");
-}
-
-bool RunExtraction(const RunOptions& options,
+void RunExtraction(const RunOptions& options,
                    Matrix& r,
                    ExtractionResult& result,
                    OutputFile& report,
@@ -265,8 +262,8 @@ bool RunExtraction(const RunOptions& options,
                    std::string_view run_stem) {
   const int p = options.VariableCount;
   const int m = options.FactorCount;
-  const bool principal_factors = Is(options.Model, "PFA");
-  const bool components = Is(options.Model, "PCA");
+  const bool principal_factors = options.Model == Model::kPrincipalFactors;
+  const bool components = options.Model == Model::kComponents;
 
   // A model word outside the known ones was let through by the parse; it
   // gets no console line and is extracted as principal factors from the
@@ -282,9 +279,9 @@ bool RunExtraction(const RunOptions& options,
   EigenvalueScreen(r, p, report, options.PageWidth, options, run_directory, run_stem);
 
   if (principal_factors) {
-    if (Is(options.InitialCommunality, "SMC")) {
+    if (options.InitialCommunality == InitialCommunality::kSmc) {
       SmcCommunalities(r, p);
-    } else if (Is(options.InitialCommunality, "HIR")) {
+    } else if (options.InitialCommunality == InitialCommunality::kHir) {
       HighestCorrelationCommunalities(r, p);
     }
   }
@@ -309,7 +306,6 @@ bool RunExtraction(const RunOptions& options,
   result.IterationCount = state.iteration - 1;
   WriteUnrotatedResults(
       options, r, p, m, principal_factors, result, report, run_directory, run_stem);
-  return EndsAfterExtraction(options);
 }
 
 }  // namespace vq

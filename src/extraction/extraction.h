@@ -8,9 +8,10 @@
 // Model but "ROT", "TRP" and "CMT"; the phase prints its own opening console
 // line ("Performing factor analysis" or "Performing principal components
 // analysis"), so the driver does not. A model word outside the known ones
-// gets no such line and is extracted as "PFA" from the unit diagonal. When RunExtraction returns
-// true the run ends here (Rotation "NONE" and ScoreMethod "NONE"): the driver closes the data and
-// report streams, shows "Finished" and makes the plain stop.
+// gets no such line and is extracted as "PFA" from the unit diagonal. With
+// Rotation "NONE" and ScoreMethod "NONE" (EndsAfterExtraction) the run ends
+// after this phase: the driver closes the data and report streams, shows
+// "Finished" and makes the plain stop.
 #ifndef VELQUORIN_EXTRACTION_EXTRACTION_H_
 #define VELQUORIN_EXTRACTION_EXTRACTION_H_
 
@@ -19,7 +20,7 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 
@@ -36,20 +37,17 @@ struct ExtractionResult {
 // diagonal; its off-diagonal elements are not changed. `result` is filled
 // (m = FactorCount). Report sections go to `report`; the `eig`, `rsd` and
 // `fac` files, when asked for, beside the command file (`run_directory`,
-// `run_stem`). Returns true when the run is to end after this phase.
+// `run_stem`). Whether the run ends after this phase is
+// EndsAfterExtraction's to say (options/run_options.h).
 // Stops the run on "ERROR 100" (pause and stop), on the five-point summary
 // of fewer than 5 residuals (p of 3 or less), and when the eigen solution
 // cannot deliver m factors (m above p).
-bool RunExtraction(const RunOptions& options,
+void RunExtraction(const RunOptions& options,
                    Matrix& r,
                    ExtractionResult& result,
                    OutputFile& report,
                    std::string_view run_directory,
                    std::string_view run_stem);
-
-// True for Rotation "NONE" with ScoreMethod "NONE": nothing follows the
-// unrotated tables.
-bool EndsAfterExtraction(const RunOptions& options);
 
 // loadings(i,k) = eigenvectors(i,k) * sqrt(eigenvalues[k]) for the p by m
 // loadings. A negative eigenvalue gives a column of not-a-number, which the

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "extraction/eigenvalue_screen.h"
-#include "extraction/moments.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/moments.h"
 #include "report/histogram.h"
 #include "report/matrix_table.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 
@@ -118,12 +118,9 @@ double GoodnessOfFit(const Matrix& residuals, const Matrix& r0, int p) {
   return 1.0 - a / b;
 }
 
-void ResidualTable(const Matrix& residuals,
-                   int p,
-                   const std::string& verbosity,
-                   int page_width,
-                   OutputFile& report) {
-  if (!Is(verbosity, "LONG")) return;
+void ResidualTable(
+    const Matrix& residuals, int p, Verbosity verbosity, int page_width, OutputFile& report) {
+  if (verbosity != Verbosity::kLong) return;
   report.EmptyLines(3);
   int ifail = kIfailHard;
   X04CBF('G',
@@ -212,7 +209,7 @@ void ModelFitAnalysis(const RunOptions& options,
   WriteFivePointSummary(residual_list, k, report);
   ResidualDistribution(residual_list, k, report);
 
-  if (Is(options.Print_Verbosity, "LONG") && WantsCode(options, "RSD")) {
+  if (options.Print_Verbosity == Verbosity::kLong && Saves(options, SaveCode::kRsd)) {
     OutputFile file;
     OpenSavedFile(file, kResidualUnit, run_directory, run_stem, "rsd");
     WriteMatrixRows(file, residuals, 12, 9, 1);

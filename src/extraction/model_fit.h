@@ -13,7 +13,7 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 
@@ -38,11 +38,8 @@ void ModelFitAnalysis(const RunOptions& options,
 // Under `verbosity` "LONG" only: three empty lines, the table "Residual
 // Covariances (1-h^2 on diagonal)" of the p by p `residuals` with row and
 // column numbers (width 110 for a page of 120 or more), three empty lines.
-void ResidualTable(const Matrix& residuals,
-                   int p,
-                   const std::string& verbosity,
-                   int page_width,
-                   OutputFile& report);
+void ResidualTable(
+    const Matrix& residuals, int p, Verbosity verbosity, int page_width, OutputFile& report);
 
 // The k residuals tallied in 41 classes between the single-precision limits
 // -0.975 and 0.975 (DOWFRQ), their vertical histogram (DVHSTP) and the class

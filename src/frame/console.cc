@@ -275,9 +275,14 @@ void CancelRun() {
   throw RunStopped{RunStopped::Kind::kCancelled, 1, "cancelled"};
 }
 
-void EndRunNormally() {
-  ConsoleFlush();
-  throw RunStopped{RunStopped::Kind::kNormalEnd, 0, "Finished"};
+void InternalError(std::string_view where, std::string_view what) {
+  std::fprintf(stderr,
+               "velquorin: internal error: %.*s: %.*s\n",
+               static_cast<int>(where.size()),
+               where.data(),
+               static_cast<int>(what.size()),
+               what.data());
+  std::abort();
 }
 
 void TraceLine(int status, int number) {

@@ -33,7 +33,6 @@ struct RunStopped {
     kTextStop,   // a text in place of the stop line
     kSevere,     // severe error of the reading layer: "severe (N): ..."
     kCancelled,  // the user gave no command file
-    kNormalEnd,  // a normal end from inside a phase (after "Finished")
   };
   Kind kind;
   int exit_code;
@@ -90,8 +89,10 @@ void Pause(std::string_view text = {});
 // The user cancelled the choice of a command file: ends with status 1.
 [[noreturn]] void CancelRun();
 
-// A normal end reached inside a phase ("Finished" already shown): status 0.
-[[noreturn]] void EndRunNormally();
+// A fault of the program itself, never of the input: "velquorin: internal
+// error: <where>: <what>" on the error channel, then the process aborts. Not
+// a way of ending a run: nothing is flushed or unwound.
+[[noreturn]] void InternalError(std::string_view where, std::string_view what);
 
 // The record "Problem occured at line " with `number` in 10 positions, when
 // `status` is not 0; its "P" is the control position and is not shown.

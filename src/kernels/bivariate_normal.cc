@@ -6,7 +6,7 @@
 #include <string>
 
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -1,16 +1,14 @@
 #include "kernels/lapack.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include <string>
+
+#include "frame/console.h"
 
 namespace vq {
 
 void LapackArgumentError(const char* routine, int info) {
-  std::fprintf(stderr,
-               "velquorin: internal error: LAPACK routine %s rejected argument %d\n",
-               routine,
-               -info);
-  std::abort();
+  InternalError(std::string("LAPACK routine ") + routine,
+                "rejected argument " + std::to_string(-info));
 }
 
 }  // namespace vq

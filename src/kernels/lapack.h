@@ -25,21 +25,6 @@ void dsyev_(const char* jobz,
             std::size_t jobz_len,
             std::size_t uplo_len);
 
-// Divide and conquer variant of dsyev.
-void dsyevd_(const char* jobz,
-             const char* uplo,
-             const int* n,
-             double* a,
-             const int* lda,
-             double* w,
-             double* work,
-             const int* lwork,
-             int* iwork,
-             const int* liwork,
-             int* info,
-             std::size_t jobz_len,
-             std::size_t uplo_len);
-
 // Cholesky factorisation, its L1 condition estimate and the inverse from it.
 void dpotrf_(
     const char* uplo, const int* n, double* a, const int* lda, int* info, std::size_t uplo_len);

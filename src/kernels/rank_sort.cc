@@ -20,10 +20,8 @@ int CheckArguments(std::string_view routine, int m1, int m2, char order, int ifa
                        " M2 = " + std::to_string(m2)});
   }
   if (order != 'A' && order != 'a' && order != 'D' && order != 'd') {
-    return NagFailure(routine,
-                      ifail,
-                      2,
-                      {std::string(" ** On entry, ORDER is not valid : ORDER = ") + order});
+    return NagFailure(
+        routine, ifail, 2, {std::string(" ** On entry, ORDER is not valid : ORDER = ") + order});
   }
   return 0;
 }
@@ -33,9 +31,11 @@ std::vector<int> StableOrder(const double* rv, int m1, int m2, bool descending) 
   std::vector<int> positions(m2 - m1 + 1);
   std::iota(positions.begin(), positions.end(), m1 - 1);
   if (descending) {
-    std::stable_sort(positions.begin(), positions.end(), [rv](int a, int b) { return rv[a] > rv[b]; });
+    std::stable_sort(
+        positions.begin(), positions.end(), [rv](int a, int b) { return rv[a] > rv[b]; });
   } else {
-    std::stable_sort(positions.begin(), positions.end(), [rv](int a, int b) { return rv[a] < rv[b]; });
+    std::stable_sort(
+        positions.begin(), positions.end(), [rv](int a, int b) { return rv[a] < rv[b]; });
   }
   return positions;
 }

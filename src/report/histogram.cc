@@ -6,20 +6,16 @@
 #include <cstdlib>
 #include <string>
 
+#include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
 // Counts are tallies of at most this many values.
 constexpr double kLargestCount = 2147483647.0;
-
-[[noreturn]] void HistogramInternalError(const char* routine, const std::string& what) {
-  std::fprintf(stderr, "velquorin: internal error: %s: %s\n", routine, what.c_str());
-  std::abort();
-}
 
 // The class of one value among k classes: 1 for values at or below xlo, k
 // above xhi, else the equal class whose upper limit (c - 1) * w it does not
@@ -49,8 +45,8 @@ void DOWFRQ(int nobs,
             std::vector<double>& div,
             std::vector<double>& table) {
   ImslClearCode();
-  if (iopt != 1) HistogramInternalError("DOWFRQ", "only equal classes (IOPT 1) are drawn");
-  if (k < 3 || !(xlo < xhi)) HistogramInternalError("DOWFRQ", "needs K >= 3 and XLO < XHI");
+  if (iopt != 1) InternalError("DOWFRQ", "only equal classes (IOPT 1) are drawn");
+  if (k < 3 || !(xlo < xhi)) InternalError("DOWFRQ", "needs K >= 3 and XLO < XHI");
 
   div.assign(k, 0.0);
   table.assign(k, 0.0);
@@ -76,12 +72,12 @@ void DVHSTP(
     int nbar, const std::vector<double>& frq, int isp, std::string_view title, OutputFile& out) {
   ImslClearCode();
   if (nbar < 1 || static_cast<int>(frq.size()) < nbar) {
-    HistogramInternalError("DVHSTP", "fewer counts than bars");
+    InternalError("DVHSTP", "fewer counts than bars");
   }
-  if (isp != 0 && isp != 1 && isp != 4) HistogramInternalError("DVHSTP", "ISP must be 0, 1 or 4");
+  if (isp != 0 && isp != 1 && isp != 4) InternalError("DVHSTP", "ISP must be 0, 1 or 4");
   for (int bar = 0; bar < nbar; ++bar) {
     if (!(frq[bar] >= 0.0 && frq[bar] <= kLargestCount)) {
-      HistogramInternalError("DVHSTP", "a count is negative, too large or not a number");
+      InternalError("DVHSTP", "a count is negative, too large or not a number");
     }
   }
   double largest = frq[0];

@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -22,14 +23,6 @@ constexpr int kDefaultPage = 80;
 
 // Label texts hold this many characters.
 constexpr int kLabelWidth = 15;
-
-[[noreturn]] void TableInternalError(std::string_view what) {
-  std::fprintf(stderr,
-               "velquorin: internal error: X04CBF: %.*s\n",
-               static_cast<int>(what.size()),
-               what.data());
-  std::abort();
-}
 
 // One real edit descriptor such as "F8.3" or "(E12.4)".
 struct RealDescriptor {
@@ -166,7 +159,7 @@ void X04CBF(char matrix,
 
   RealDescriptor descriptor;
   if (!ParseRealDescriptor(format, descriptor)) {
-    TableInternalError("the format is not one real edit descriptor: " + std::string(format));
+    InternalError("X04CBF", "the format is not one real edit descriptor: " + std::string(format));
   }
   // Field width: whatever the format makes of a zero.
   const int field = static_cast<int>(FormatReal(descriptor, 0.0).size());

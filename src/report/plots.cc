@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "report/edit_descriptors.h"
+#include "frame/console.h"
 #include "report/matrix_table.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -82,14 +83,9 @@ constexpr PlotLayout kScoreLayout = {
     18,
 };
 
-[[noreturn]] void PlotInternalError(const std::string& what) {
-  std::fprintf(stderr, "velquorin: internal error: DPLOTP: %s\n", what.c_str());
-  std::abort();
-}
-
 const PlotLayout& LayoutFor(const double range[4]) {
   if (Page().width != kPageWidth || Page().length != kPageLength) {
-    PlotInternalError("the frames are laid out for a page of 80 by 50");
+    InternalError("DPLOTP", "the frames are laid out for a page of 80 by 50");
   }
   for (const PlotLayout* layout : {&kPatternLayout, &kScoreLayout}) {
     bool same = true;
@@ -104,7 +100,7 @@ const PlotLayout& LayoutFor(const double range[4]) {
                 range[1],
                 range[2],
                 range[3]);
-  PlotInternalError(text);
+  InternalError("DPLOTP", text);
 }
 
 // ANINT: nearest whole number, halves away from zero.

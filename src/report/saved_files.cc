@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 
@@ -24,14 +24,6 @@ std::string SavedFilePath(std::string_view run_directory,
                           std::string_view run_stem,
                           std::string_view extension) {
   return std::string(Trim(run_directory)) + BuildResultName(run_stem, extension);
-}
-
-bool WantsCode(const RunOptions& options, std::string_view code) {
-  if (!Is(options.SaveResults, "T")) return false;
-  for (const std::string& entry : options.SaveCodes) {
-    if (Is(entry, code)) return true;
-  }
-  return false;
 }
 
 void OpenSavedFile(OutputFile& file,

@@ -13,7 +13,7 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 
@@ -39,9 +39,6 @@ std::string BuildResultName(std::string_view run_stem, std::string_view extensio
 std::string SavedFilePath(std::string_view run_directory,
                           std::string_view run_stem,
                           std::string_view extension);
-
-// True when `SaveResults` is "T" and one of the `SaveCodes` is `code`.
-bool WantsCode(const RunOptions& options, std::string_view code);
 
 // Opens the saved file of `extension` on stream `unit` (status unknown:
 // replaces an earlier file; a failed open ends the run with a severe error).

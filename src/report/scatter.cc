@@ -7,8 +7,8 @@
 
 #include "kernels/failure.h"
 #include "kernels/rank_sort.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "rotation/factor_order.h"
+#include "kernels/factor_order.h"
 #include "rotation/harris_kaiser.h"
 #include "rotation/oblimin.h"
 #include "rotation/promax.h"
@@ -74,11 +74,11 @@ void PrintPatternTable(const RunOptions& options,
                        std::string_view sorted_title,
                        std::string_view unsorted_title,
                        OutputFile& report) {
-  if (Is(options.SortMode, "SORT")) {
+  if (options.SortMode == SortMode::kSort) {
     PrintTable(
         report, a, p, m, "F8.3", sorted_title, 'C', &results.SortedLabels, options.PageWidth);
-  } else if (Is(options.SortMode, "NOSORT")) {
-    const bool labelled = Is(options.LabelMode, "LABELS");
+  } else if (options.SortMode == SortMode::kNoSort) {
+    const bool labelled = options.LabelMode == LabelMode::kLabels;
     PrintTable(report,
                a,
                p,
@@ -99,7 +99,7 @@ void StructureTable(const RunOptions& options,
                     OutputFile& report) {
   results.FactorStructure =
       TimesCorrelations(results.FactorPattern, results.FactorCorrelations, p, m);
-  if (Is(options.SortMode, "SORT")) {
+  if (options.SortMode == SortMode::kSort) {
     results.ItemOrderStructure =
         TimesCorrelations(results.ItemOrderPattern, results.FactorCorrelations, p, m);
   } else {
@@ -131,7 +131,7 @@ void FinishOblique(const RunOptions& options,
 
   results.ItemLabels = ItemLabelsFor(options, p);
   results.ItemOrderPattern = pattern;
-  if (Is(options.SortMode, "SORT")) {
+  if (options.SortMode == SortMode::kSort) {
     SortLoadings(pattern, p, m, results.Order);
     results.SortedLabels = SortedLabelsFor(results.ItemLabels, results.Order);
   }
@@ -164,8 +164,8 @@ std::vector<double> UniqueVariances(const RunOptions& options,
                                     const Matrix& r,
                                     int p) {
   std::vector<double> d(p, 1.0);
-  if (Is(options.Model, "PCA")) return d;
-  if (Is(options.Model, "PFA")) {
+  if (options.Model == Model::kComponents) return d;
+  if (options.Model == Model::kPrincipalFactors) {
     for (int item = 0; item < p; ++item) d[item] = 1.0 - r(item, item);
     return d;
   }
@@ -199,7 +199,7 @@ void RunOblimin(const RunOptions& options,
                 OutputFile& report,
                 std::string_view run_directory,
                 std::string_view run_stem) {
-  if (Is(options.RandomStart, "T")) RandomOrientation(loadings, p, m);
+  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
   DFDOBL(p,
          m,
          loadings,
@@ -221,7 +221,7 @@ void RunHarrisKaiser(const RunOptions& options,
                      OutputFile& report,
                      std::string_view run_directory,
                      std::string_view run_stem) {
-  if (Is(options.RandomStart, "T")) RandomOrientation(loadings, p, m);
+  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
   DFHARR(p,
          m,
          loadings,

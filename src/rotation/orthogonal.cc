@@ -6,11 +6,11 @@
 #include <string>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
-#include "rotation/factor_order.h"
+#include "kernels/factor_order.h"
 #include "rotation/orthomax.h"
 #include "rotation/random_start.h"
 #include "rotation/solution.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -79,7 +79,7 @@ void FinishOrthogonal(const RunOptions& options,
 
   results.ItemLabels = ItemLabelsFor(options, p);
   results.ItemOrderLoadings = rotated;
-  const bool sorted = Is(options.SortMode, "SORT");
+  const bool sorted = options.SortMode == SortMode::kSort;
   if (sorted) {
     SortLoadings(rotated, p, m, results.Order);
     results.SortedLabels = SortedLabelsFor(results.ItemLabels, results.Order);
@@ -96,7 +96,7 @@ void FinishOrthogonal(const RunOptions& options,
                &results.SortedLabels,
                options.PageWidth,
                section.sorted_trace);
-  } else if (Is(options.SortMode, "NOSORT") && Is(options.LabelMode, "LABELS")) {
+  } else if (options.SortMode == SortMode::kNoSort && options.LabelMode == LabelMode::kLabels) {
     PrintTable(report,
                rotated,
                p,
@@ -107,7 +107,7 @@ void FinishOrthogonal(const RunOptions& options,
                &results.ItemLabels,
                options.PageWidth,
                section.labelled_trace);
-  } else if (Is(options.SortMode, "NOSORT") && Is(options.LabelMode, "NOLABELS")) {
+  } else if (options.SortMode == SortMode::kNoSort && options.LabelMode == LabelMode::kNoLabels) {
     PrintTable(report,
                rotated,
                p,
@@ -179,7 +179,7 @@ void RunVarimax(const RunOptions& options,
                 OutputFile& report,
                 std::string_view run_directory,
                 std::string_view run_stem) {
-  if (Is(options.RandomStart, "T")) RandomOrientation(loadings, p, m);
+  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
 
   int iterations = 0;
   int ifail = 0;
@@ -245,7 +245,7 @@ void RunWeightedVarimax(const RunOptions& options,
     }
   }
 
-  if (Is(options.RandomStart, "T")) RandomOrientation(loadings, p, m);
+  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
 
   int iterations = 0;
   int ifail = 0;

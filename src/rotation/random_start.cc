@@ -5,9 +5,9 @@
 #include <ctime>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
+#include "kernels/pearson.h"
 
 namespace vq {
 namespace {

@@ -21,18 +21,18 @@ void RunRotation(const RunOptions& options,
   results.Order.assign(p > 0 ? p : 0, 0);
 
   if (m > 1) {
-    if (Is(options.Rotation, "WVARIMAX")) {
+    if (options.Rotation == Rotation::kWeightedVarimax) {
       RunWeightedVarimax(
           options, loadings, communalities, p, m, results, report, run_directory, run_stem);
     }
-    if (Is(options.Rotation, "VARIMAX") || Is(options.Rotation, "PROMAX")) {
+    if (options.Rotation == Rotation::kVarimax || options.Rotation == Rotation::kPromax) {
       RunVarimax(options, loadings, p, m, results, report, run_directory, run_stem);
     }
-    if (Is(options.Rotation, "PROMAX")) {
+    if (options.Rotation == Rotation::kPromax) {
       RunPromax(options, p, m, results, report, run_directory, run_stem);
-    } else if (Is(options.Rotation, "OBLIMIN")) {
+    } else if (options.Rotation == Rotation::kOblimin) {
       RunOblimin(options, loadings, p, m, results, report, run_directory, run_stem);
-    } else if (Is(options.Rotation, "HK")) {
+    } else if (options.Rotation == Rotation::kHarrisKaiser) {
       const std::vector<double> d = UniqueVariances(options, communalities, r, p);
       RunHarrisKaiser(options, loadings, d, p, m, results, report, run_directory, run_stem);
     }
@@ -40,7 +40,7 @@ void RunRotation(const RunOptions& options,
 
   // The list needs a row sort; without a rotation no rows were sorted.
   const bool rotated = results.orthogonal || results.oblique;
-  if (options.HasItemFile && Is(options.SortMode, "SORT") && rotated) {
+  if (options.HasItemFile && options.SortMode == SortMode::kSort && rotated) {
     const Matrix& sorted = results.oblique ? results.FactorPattern : results.RotatedLoadings;
     ListSortedItems(sorted, p, m, results.Order, options.ItemTexts, report);
   }
@@ -53,7 +53,7 @@ void PrepareGivenPattern(const RunOptions& options,
                          int m,
                          std::vector<double>& communalities,
                          std::vector<double>& factor_variance) {
-  if (Is(options.InputForm, "FLD2") && given_correlations != nullptr) {
+  if (options.InputForm == InputForm::kCorrelatedPattern && given_correlations != nullptr) {
     Matrix phi = *given_correlations;
     std::vector<double> eigenvalues;
     Matrix vectors;

@@ -19,8 +19,8 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 #include "rotation/rotation_results.h"
-#include "run/run_options.h"
 
 namespace vq {
 

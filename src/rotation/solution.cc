@@ -6,10 +6,10 @@
 
 #include "frame/console.h"
 #include "kernels/rank_sort.h"
-#include "report/edit_descriptors.h"
 #include "report/matrix_table.h"
 #include "report/plots.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 
@@ -22,12 +22,12 @@ void DefaultLabels(int p, std::vector<std::string>& item_labels) {
 
 std::vector<std::string> ItemLabelsFor(const RunOptions& options, int p) {
   std::vector<std::string> labels;
-  if (Is(options.LabelMode, "LABELS")) {
+  if (options.LabelMode == LabelMode::kLabels) {
     labels.assign(p, Blanks(kLabelWidth));
     for (int item = 0; item < p && item < static_cast<int>(options.Labels.size()); ++item) {
       labels[item] = PadRight(options.Labels[item], kLabelWidth);
     }
-  } else if (Is(options.LabelMode, "NOLABELS")) {
+  } else if (options.LabelMode == LabelMode::kNoLabels) {
     DefaultLabels(p, labels);
   } else {
     labels.assign(p, Blanks(kLabelWidth));
@@ -150,7 +150,7 @@ void PatternPlotSection(const RunOptions& options,
                         int p,
                         int m,
                         OutputFile& report) {
-  if (!Is(options.PlotMode, "LOADINGS") && !Is(options.PlotMode, "ALL")) return;
+  if (options.PlotMode != PlotMode::kLoadings && options.PlotMode != PlotMode::kAll) return;
   report.Write(PadRight(title_line, 80));
   FactorPatternPlots(a, p, m, report);
 }
@@ -223,7 +223,7 @@ void SaveFactorFile(const RunOptions& options,
                     const Matrix& loadings,
                     std::string_view run_directory,
                     std::string_view run_stem) {
-  if (!WantsCode(options, "FAC")) return;
+  if (!Saves(options, SaveCode::kFac)) return;
   OutputFile file;
   OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "fac");
   WriteLoadingRows(file, loadings);
@@ -234,7 +234,7 @@ void SavePhiFile(const RunOptions& options,
                  const Matrix& correlations,
                  std::string_view run_directory,
                  std::string_view run_stem) {
-  if (!WantsCode(options, "FAC")) return;
+  if (!Saves(options, SaveCode::kFac)) return;
   OutputFile file;
   OpenSavedFile(file, kPhiUnit, run_directory, run_stem, "phi");
   WriteMatrixRows(file, correlations, 12, 9, 1, 999);

@@ -7,7 +7,7 @@
 
 #include "data/raw_data.h"
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -61,14 +61,10 @@ std::string ReadKeyword(RecordSource& source, int width) {
   return keyword;
 }
 
-bool IsOneOf(const std::string& field, std::initializer_list<std::string_view> words) {
-  for (std::string_view word : words) {
-    if (Is(field, word)) return true;
-  }
-  return false;
-}
-
 std::string Trimmed(const std::string& field) { return std::string(Trim(field)); }
+
+// True when the fixed-width `field` holds exactly `word` followed by blanks.
+bool Holds(const std::string& field, std::string_view word) { return TrimRight(field) == word; }
 
 // --- Steps of the main part ------------------------------------------------------
 
@@ -90,7 +86,7 @@ void ReadTitleLine(RecordSource& source, RunOptions& options) {
                             TextItem(options.Title, kTitleWidth)};
   ReadColumns(source, items);
   UpcaseToken(keyword);
-  if (!Is(keyword, ">TITLE:")) TitleMissing();
+  if (!Holds(keyword, ">TITLE:")) TitleMissing();
 }
 
 void ReadDataLine(RecordSource& source, RunOptions& options) {
@@ -102,7 +98,7 @@ void ReadDataLine(RecordSource& source, RunOptions& options) {
                             IntegerItem(options.SubjectCount)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  if (!Is(keyword, ">DATA:")) ParseFault(30, "FATAL ERROR: Keyword  >DATA:   missing");
+  if (!Holds(keyword, ">DATA:")) ParseFault(30, "FATAL ERROR: Keyword  >DATA:   missing");
 }
 
 // The line after ">DATA:" is probed by its first seven columns: an ">ITEMS:"
@@ -113,7 +109,7 @@ void ReadItemsLine(RecordSource& source, RunOptions& options) {
   const ListItem probe_items[] = {TextItem(probe, kItemsKeyWidth)};
   ReadColumns(source, probe_items);
   UpcaseToken(probe);
-  if (Is(probe, ">ITEMS:")) {
+  if (Holds(probe, ">ITEMS:")) {
     source.StepBack();
     std::string keyword = Field(kItemsKeyWidth);
     const ListItem items[] = {TextItem(keyword, kItemsKeyWidth),
@@ -121,7 +117,7 @@ void ReadItemsLine(RecordSource& source, RunOptions& options) {
     ReadList(source, items);
     options.HasItemFile = true;
     ReadItemTexts(options.ItemFile, options.VariableCount, options.ItemTexts);
-  } else if (Is(probe, ">OUTFIL")) {
+  } else if (Holds(probe, ">OUTFIL")) {
     source.StepBack();
   }
 }
@@ -129,45 +125,48 @@ void ReadItemsLine(RecordSource& source, RunOptions& options) {
 void ReadOutFileLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kOutFileKeyWidth);
   options.OutFile = Field(kOutFileWidth);
-  options.Print_Verbosity = Field(kVerbosityWidth);
+  std::string verbosity = Field(kVerbosityWidth);
   const ListItem items[] = {TextItem(keyword, kOutFileKeyWidth),
                             TextItem(options.OutFile, kOutFileWidth),
-                            TextItem(options.Print_Verbosity, kVerbosityWidth)};
+                            TextItem(verbosity, kVerbosityWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.Print_Verbosity);
-  if (!Is(keyword, ">OUTFILE:")) ParseFault(30, "FATAL ERROR: Keyword  >OUTFILE:   missing");
-  if (!IsOneOf(options.Print_Verbosity, {"SHORT", "LONG"})) {
+  UpcaseToken(verbosity);
+  options.Print_Verbosity = ParseVerbosity(verbosity);
+  if (!Holds(keyword, ">OUTFILE:")) ParseFault(30, "FATAL ERROR: Keyword  >OUTFILE:   missing");
+  if (options.Print_Verbosity == Verbosity::kOther) {
     ParseFault(30, "FATAL ERROR: Keyword  Print_Verbosity missing");
   }
 }
 
 void ReadMetricLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kMetricKeyWidth);
-  options.Coding = Field(kCodingWidth);
-  options.InputForm = Field(kInputFormWidth);
-  options.Smoothing = Field(kSmoothingWidth);
+  std::string coding = Field(kCodingWidth);
+  std::string input_form = Field(kInputFormWidth);
+  std::string smoothing = Field(kSmoothingWidth);
   const ListItem items[] = {TextItem(keyword, kMetricKeyWidth),
-                            TextItem(options.Coding, kCodingWidth),
-                            TextItem(options.InputForm, kInputFormWidth),
-                            TextItem(options.Smoothing, kSmoothingWidth)};
+                            TextItem(coding, kCodingWidth),
+                            TextItem(input_form, kInputFormWidth),
+                            TextItem(smoothing, kSmoothingWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.Coding);
-  UpcaseToken(options.InputForm);
-  UpcaseToken(options.Smoothing);
-  if (!Is(keyword, ">METRIC:")) ParseFault(40, "FATAL ERROR: Keyword  >METRIC:   missing");
-  if (!IsOneOf(options.Coding, {"CO", "IP", "DI", "DC", "CD", "OR"}) ||
-      !IsOneOf(options.InputForm, {"RAW", "COR", "FLD1", "FLD2"})) {
+  UpcaseToken(coding);
+  UpcaseToken(input_form);
+  UpcaseToken(smoothing);
+  options.Coding = ParseCoding(coding);
+  options.InputForm = ParseInputForm(input_form);
+  options.Smoothing = ParseSmoothing(smoothing);
+  if (!Holds(keyword, ">METRIC:")) ParseFault(40, "FATAL ERROR: Keyword  >METRIC:   missing");
+  if (options.Coding == Coding::kOther || options.InputForm == InputForm::kOther) {
     ParseFault(30, "FATAL ERROR: Unrecognized keyword on >METRIC: line");
   }
   // A given correlation matrix holds no scores: only the codings whose
   // estimator it can stand in for may go with it. Anything else would leave
   // the later phases without a matrix.
-  if (Is(options.InputForm, "COR") && !IsOneOf(options.Coding, {"CO", "DI", "OR"})) {
-    ParseFault(30,
-               "FATAL ERROR: Coding " + Trimmed(options.Coding) +
-                   " cannot be used with COR on >METRIC: line");
+  if (options.InputForm == InputForm::kCorrelations && options.Coding != Coding::kContinuous &&
+      options.Coding != Coding::kDichotomous && options.Coding != Coding::kOrdered) {
+    ParseFault(
+        30, "FATAL ERROR: Coding " + Trimmed(coding) + " cannot be used with COR on >METRIC: line");
   }
 }
 
@@ -177,7 +176,7 @@ void ReadPhiLine(RecordSource& source, RunOptions& options) {
                             TextItem(options.PhiFile, kPhiFileWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  if (!Is(keyword, ">PHI:")) ParseFault(43, "FATAL ERROR: Keyword  >PHI:   missing");
+  if (!Holds(keyword, ">PHI:")) ParseFault(43, "FATAL ERROR: Keyword  >PHI:   missing");
   options.HasPhiFile = true;
 }
 
@@ -198,27 +197,31 @@ void ReadGuessingLine(RecordSource& source, RunOptions& options, ParsedInputs& i
 
 void ReadModelLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kModelKeyWidth);
-  options.Model = Field(kModelWidth);
-  options.LabelMode = Field(kLabelModeWidth);
-  options.SortMode = Field(kSortModeWidth);
+  std::string model = Field(kModelWidth);
+  std::string label_mode = Field(kLabelModeWidth);
+  std::string sort_mode = Field(kSortModeWidth);
   const ListItem items[] = {TextItem(keyword, kModelKeyWidth),
-                            TextItem(options.Model, kModelWidth),
+                            TextItem(model, kModelWidth),
                             IntegerItem(options.FactorCount),
-                            TextItem(options.LabelMode, kLabelModeWidth),
-                            TextItem(options.SortMode, kSortModeWidth)};
+                            TextItem(label_mode, kLabelModeWidth),
+                            TextItem(sort_mode, kSortModeWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.Model);
-  UpcaseToken(options.LabelMode);
-  UpcaseToken(options.SortMode);
-  if (!Is(keyword, ">MODEL:")) ParseFault(30, "FATAL ERROR: Keyword  >MODEL:   missing");
+  UpcaseToken(model);
+  UpcaseToken(label_mode);
+  UpcaseToken(sort_mode);
+  options.Model = ParseModel(model);
+  options.LabelMode = ParseLabelMode(label_mode);
+  options.SortMode = ParseSortMode(sort_mode);
+  if (!Holds(keyword, ">MODEL:")) ParseFault(30, "FATAL ERROR: Keyword  >MODEL:   missing");
   // A given factor pattern is only ever rotated, and rotation needs one: a
   // model and an input form that do not meet here establish no matrix.
-  const bool given_pattern = IsOneOf(options.InputForm, {"FLD1", "FLD2"});
-  const bool rotate_given = Is(options.Model, "ROT");
+  const bool given_pattern = IsGivenPattern(options.InputForm);
+  const bool rotate_given = options.Model == Model::kRotate;
   if (given_pattern && !rotate_given) {
     ParseFault(30,
-               "FATAL ERROR: Input " + Trimmed(options.InputForm) +
+               "FATAL ERROR: Input " +
+                   std::string(options.InputForm == InputForm::kPattern ? "FLD1" : "FLD2") +
                    " on >METRIC: line requires model ROT");
   }
   if (rotate_given && !given_pattern) {
@@ -226,7 +229,7 @@ void ReadModelLine(RecordSource& source, RunOptions& options) {
   }
   // The triplet test counts the response patterns of the subjects' scores,
   // which a given correlation matrix does not have.
-  if (Is(options.Model, "TRP") && !Is(options.InputForm, "RAW")) {
+  if (options.Model == Model::kTriplet && options.InputForm != InputForm::kRaw) {
     ParseFault(30, "FATAL ERROR: Model TRP requires input RAW on >METRIC: line");
   }
   if (rotate_given && options.FactorCount < 1) {
@@ -238,24 +241,25 @@ void ReadModelLine(RecordSource& source, RunOptions& options) {
 // line, with a scratch keyword and word so that the fields read first stay.
 void ReadRotateLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kRotateKeyWidth);
-  options.Rotation = Field(kRotationWidth);
-  const ListItem items[] = {TextItem(keyword, kRotateKeyWidth),
-                            TextItem(options.Rotation, kRotationWidth)};
+  std::string rotation = Field(kRotationWidth);
+  const ListItem items[] = {TextItem(keyword, kRotateKeyWidth), TextItem(rotation, kRotationWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.Rotation);
-  if (!Is(keyword, ">ROTATE:")) ParseFault(30, "FATAL ERROR: Keyword >ROTATE:    missing");
+  UpcaseToken(rotation);
+  options.Rotation = ParseRotation(rotation);
+  options.RotationAsked = options.Rotation;
+  if (!Holds(keyword, ">ROTATE:")) ParseFault(30, "FATAL ERROR: Keyword >ROTATE:    missing");
 
   std::string again_keyword = Field(kRotateKeyWidth);
   std::string again_word = Field(kRotationWidth);
   options.RotationName = Field(kRotationNameWidth);
-  if (Is(options.Rotation, "VARIMAX")) {
+  if (options.Rotation == Rotation::kVarimax) {
     options.RotationName = PadRight("Varimax", kRotationNameWidth);
-  } else if (Is(options.Rotation, "WVARIMAX")) {
+  } else if (options.Rotation == Rotation::kWeightedVarimax) {
     options.RotationName = PadRight("Weighted Varimax", kRotationNameWidth);
-  } else if (Is(options.Rotation, "NONE")) {
+  } else if (options.Rotation == Rotation::kNone) {
     options.RotationName = PadRight("None", kRotationNameWidth);
-  } else if (Is(options.Rotation, "OBLIMIN")) {
+  } else if (options.Rotation == Rotation::kOblimin) {
     options.RotationName = PadRight("Oblimin", kRotationNameWidth);
     source.StepBack();
     const ListItem again[] = {TextItem(again_keyword, kRotateKeyWidth),
@@ -266,7 +270,7 @@ void ReadRotateLine(RecordSource& source, RunOptions& options) {
       StopWithText(
           "*********FATAL ERROR: The Oblimin Delta parameter must be less than 0.0*********");
     }
-  } else if (Is(options.Rotation, "PROMAX")) {
+  } else if (options.Rotation == Rotation::kPromax) {
     options.RotationName = PadRight("Promax", kRotationNameWidth);
     source.StepBack();
     const ListItem again[] = {TextItem(again_keyword, kRotateKeyWidth),
@@ -277,7 +281,7 @@ void ReadRotateLine(RecordSource& source, RunOptions& options) {
     if (TryReadList(source, again) != 0) {
       ParseFault(30, "FATAL ERROR: Promax requires a power");
     }
-  } else if (Is(options.Rotation, "HK")) {
+  } else if (options.Rotation == Rotation::kHarrisKaiser) {
     options.RotationName = PadRight("Harris-Kaiser", kRotationNameWidth);
     source.StepBack();
     const ListItem again[] = {TextItem(again_keyword, kRotateKeyWidth),
@@ -287,40 +291,40 @@ void ReadRotateLine(RecordSource& source, RunOptions& options) {
   }
 
   // An unrotated solution has no factor order worth sorting by.
-  if (Is(options.SortMode, "SORT") && Is(options.Rotation, "NONE")) {
+  if (options.SortMode == SortMode::kSort && options.Rotation == Rotation::kNone) {
     ConsoleLine(30, "WARNING: Velquorin does not sort unrotated solutions");
     ConsoleEmptyLines(2);
-    options.SortMode = PadRight("NOSORT", kSortModeWidth);
+    options.SortMode = SortMode::kNoSort;
   }
-  // One factor cannot be rotated. "None" in mixed case matches no rotation
-  // word, not even "NONE", so no rotation and no rotated table runs, while
-  // the report keeps the name that was asked for.
-  if (options.FactorCount == 1) options.Rotation = PadRight("None", kRotationWidth);
+  // One factor cannot be rotated: no rotation and no rotated table runs, and
+  // the run does not end after extraction as "NONE" would have it, while the
+  // report keeps the name that was asked for.
+  if (options.FactorCount == 1) options.Rotation = Rotation::kOneFactor;
 }
 
 void ReadScoreLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kScoreKeyWidth);
-  options.ScoreMethod = Field(kScoreMethodWidth);
-  const ListItem items[] = {TextItem(keyword, kScoreKeyWidth),
-                            TextItem(options.ScoreMethod, kScoreMethodWidth)};
+  std::string method = Field(kScoreMethodWidth);
+  const ListItem items[] = {TextItem(keyword, kScoreKeyWidth), TextItem(method, kScoreMethodWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.ScoreMethod);
-  if (!Is(keyword, ">SCORE:")) ParseFault(30, "FATAL ERROR: Keyword >SCORE:    missing");
+  UpcaseToken(method);
+  options.ScoreMethod = ParseScoreMethod(method);
+  if (!Holds(keyword, ">SCORE:")) ParseFault(30, "FATAL ERROR: Keyword >SCORE:    missing");
   // A given correlation matrix has no scores to estimate factor scores from.
-  if (Is(options.InputForm, "COR")) options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
+  if (options.InputForm == InputForm::kCorrelations) options.ScoreMethod = ScoreMethod::kNoScore;
 }
 
 void ReadPlotLine(RecordSource& source, RunOptions& options) {
   std::string keyword = Field(kPlotKeyWidth);
-  options.PlotMode = Field(kPlotModeWidth);
-  const ListItem items[] = {TextItem(keyword, kPlotKeyWidth),
-                            TextItem(options.PlotMode, kPlotModeWidth)};
+  std::string plot_mode = Field(kPlotModeWidth);
+  const ListItem items[] = {TextItem(keyword, kPlotKeyWidth), TextItem(plot_mode, kPlotModeWidth)};
   ReadList(source, items);
   UpcaseToken(keyword);
-  UpcaseToken(options.PlotMode);
-  if (!Is(keyword, ">PLOT:")) ParseFault(30, "FATAL ERROR: Keyword >PLOT:    missing");
-  if (Is(options.PlotMode, "ALL") && Is(options.ScoreMethod, "NOSCORE")) {
+  UpcaseToken(plot_mode);
+  options.PlotMode = ParsePlotMode(plot_mode);
+  if (!Holds(keyword, ">PLOT:")) ParseFault(30, "FATAL ERROR: Keyword >PLOT:    missing");
+  if (options.PlotMode == PlotMode::kAll && options.ScoreMethod == ScoreMethod::kNoScore) {
     ConsoleLine(30, "FATAL ERROR: You have requested factor score plots");
     ParseFault(30, "without computing factor scores.");
   }
@@ -334,29 +338,35 @@ void ReadTechnicalLine(RecordSource& source, RunOptions& options) {
   options.CommunalityIterations = 200;
   options.RotationEpsilon = 0.0001;
   options.RotationIterations = 200;
-  options.RandomStart = "T";
+  std::string random_start = "T";
   options.HyperplaneWidth = 0.2;
-  options.InitialCommunality = "ONE";
+  std::string initial_communality = "ONE";
   options.PageWidth = 130;
-  options.SaveResults = "F";
+  std::string save_results = "F";
+  options.RandomStart = RandomStart::kRandom;
+  options.InitialCommunality = InitialCommunality::kOne;
+  options.SaveResults = false;
   const std::string probe = ReadKeyword(source, kTechnicalKeyWidth);
   source.StepBack();
-  if (!Is(probe, ">TECHNICAL:")) return;
+  if (!Holds(probe, ">TECHNICAL:")) return;
   std::string keyword = Field(kTechnicalKeyWidth);
   const ListItem items[] = {TextItem(keyword, kTechnicalKeyWidth),
                             RealItem(options.CommunalityEpsilon),
                             IntegerItem(options.CommunalityIterations),
                             RealItem(options.RotationEpsilon),
                             IntegerItem(options.RotationIterations),
-                            TextItem(options.RandomStart, kRandomStartWidth),
+                            TextItem(random_start, kRandomStartWidth),
                             RealItem(options.HyperplaneWidth),
-                            TextItem(options.InitialCommunality, kInitialCommunalityWidth),
+                            TextItem(initial_communality, kInitialCommunalityWidth),
                             IntegerItem(options.PageWidth),
-                            TextItem(options.SaveResults, kSaveResultsWidth)};
+                            TextItem(save_results, kSaveResultsWidth)};
   ReadList(source, items);
-  UpcaseToken(options.RandomStart);
-  UpcaseToken(options.InitialCommunality);
-  UpcaseToken(options.SaveResults);
+  UpcaseToken(random_start);
+  UpcaseToken(initial_communality);
+  UpcaseToken(save_results);
+  options.RandomStart = ParseRandomStart(random_start);
+  options.InitialCommunality = ParseInitialCommunality(initial_communality);
+  options.SaveResults = Holds(save_results, "T");
 }
 
 // The count of codes is read as a real and truncated; the codes follow on the
@@ -364,7 +374,7 @@ void ReadTechnicalLine(RecordSource& source, RunOptions& options) {
 // the count asks for.
 void ReadOutputLine(RecordSource& source, RunOptions& options) {
   const std::string probe = ReadKeyword(source, kOutputKeyWidth);
-  if (!Is(probe, ">OUTPUT:")) ParseFault(31, "FATAL ERROR: Keyword >OUTPUT: missing");
+  if (!Holds(probe, ">OUTPUT:")) ParseFault(31, "FATAL ERROR: Keyword >OUTPUT: missing");
   source.StepBack();
   std::string keyword = Field(kOutputKeyWidth);
   double count = 0.0;
@@ -376,12 +386,16 @@ void ReadOutputLine(RecordSource& source, RunOptions& options) {
     ParseFault(30, "FATAL ERROR: At most 7 codes fit on the >OUTPUT: line");
   }
   const int code_count = count > 0.0 ? static_cast<int>(count) : 0;
-  options.SaveCodes.assign(static_cast<std::size_t>(code_count), Field(kSaveCodeWidth));
+  std::vector<std::string> codes(static_cast<std::size_t>(code_count), Field(kSaveCodeWidth));
   std::vector<ListItem> items = {TextItem(keyword, kOutputKeyWidth), RealItem(count)};
-  for (std::string& code : options.SaveCodes) items.push_back(TextItem(code, kSaveCodeWidth));
+  for (std::string& code : codes) items.push_back(TextItem(code, kSaveCodeWidth));
   source.StepBack();
   ReadList(source, items);
-  for (std::string& code : options.SaveCodes) UpcaseToken(code);
+  options.SaveCodes.clear();
+  for (std::string& code : codes) {
+    UpcaseToken(code);
+    options.SaveCodes.push_back(ParseSaveCode(code));
+  }
 }
 
 void ReadFormatLine(RecordSource& source, RunOptions& options) {
@@ -391,7 +405,7 @@ void ReadFormatLine(RecordSource& source, RunOptions& options) {
                             TextItem(options.RecordFormat, kRecordFormatWidth)};
   ReadColumns(source, items);
   UpcaseToken(keyword);
-  if (!Is(keyword, ">FORMAT:")) ParseFault(30, "FATAL ERROR: Keyword  >FORMAT:   missing");
+  if (!Holds(keyword, ">FORMAT:")) ParseFault(30, "FATAL ERROR: Keyword  >FORMAT:   missing");
 }
 
 // Fields that a file may leave out hold blanks of their width, so that every
@@ -430,21 +444,21 @@ void ParseCommandFile(RecordSource& command_file, RunOptions& options, ParsedInp
   ReadItemsLine(command_file, options);
   ReadOutFileLine(command_file, options);
   ReadMetricLine(command_file, options);
-  if (Is(options.InputForm, "FLD2")) ReadPhiLine(command_file, options);
-  if (Is(options.InputForm, "RAW")) OpenRawData(inputs.DataFile, options.DataFile);
-  if (Is(options.Coding, "DC")) ReadGuessingLine(command_file, options, inputs);
+  if (options.InputForm == InputForm::kCorrelatedPattern) ReadPhiLine(command_file, options);
+  if (options.InputForm == InputForm::kRaw) OpenRawData(inputs.DataFile, options.DataFile);
+  if (options.Coding == Coding::kGuessing) ReadGuessingLine(command_file, options, inputs);
   ReadModelLine(command_file, options);
   ReadRotateLine(command_file, options);
   ReadScoreLine(command_file, options);
   ReadPlotLine(command_file, options);
   ReadTechnicalLine(command_file, options);
-  if (Is(options.SaveResults, "T")) ReadOutputLine(command_file, options);
+  if (options.SaveResults) ReadOutputLine(command_file, options);
   ReadFormatLine(command_file, options);
 }
 
 void ParseLabelsLine(RecordSource& command_file, RunOptions& options) {
   const std::string probe = ReadKeyword(command_file, kLabelsKeyWidth);
-  if (!Is(probe, ">LABELS:")) ParseFault(30, "FATAL ERROR: Keyword  >LABELS:   missing");
+  if (!Holds(probe, ">LABELS:")) ParseFault(30, "FATAL ERROR: Keyword  >LABELS:   missing");
   command_file.StepBack();
   const int p = options.VariableCount > 0 ? options.VariableCount : 0;
   options.Labels.assign(static_cast<std::size_t>(p), Field(kLabelWidth));

@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "data/record_reader.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 

@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "correlation/polychoric.h"
 #include "correlation/smoothing.h"
 #include "correlation/tetrachoric.h"
@@ -19,7 +18,7 @@
 #include "data/raw_data.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
 #include "report/matrix_table.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
@@ -27,6 +26,7 @@
 #include "run/report_head.h"
 #include "run/saved_matrices.h"
 #include "scores/score_phase.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -40,23 +40,12 @@ struct Run {
   RunArrays arrays;
 };
 
-bool IsOneOf(const std::string& field, std::initializer_list<std::string_view> words) {
-  for (std::string_view word : words) {
-    if (Is(field, word)) return true;
-  }
-  return false;
-}
-
 // --- Allocation ------------------------------------------------------------------
 
 [[noreturn]] void AllocationFault(std::string_view message) {
   ConsoleLine(30, message);
   ConsoleEmptyLines(2);
   PauseAndStop();
-}
-
-[[noreturn]] void OutOfMemory() {
-  AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run");
 }
 
 // The arrays are zero-filled when they are made, so a request beyond the
@@ -92,12 +81,14 @@ void CheckCounts(const RunOptions& options) {
   if (options.VariableCount < 1) {
     AllocationFault("FATAL ERROR: Number of variables on >DATA: line must be at least 1");
   }
-  if (Is(options.InputForm, "RAW") && options.SubjectCount < 1) {
+  if (options.InputForm == InputForm::kRaw && options.SubjectCount < 1) {
     AllocationFault("FATAL ERROR: Number of subjects on >DATA: line must be at least 1");
   }
 }
 
 }  // namespace
+
+void OutOfMemory() { AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run"); }
 
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name) {
   RunContext context;
@@ -113,7 +104,7 @@ void CheckCorrelationArrays(const RunOptions& options) {
   CheckCounts(options);
   const int p = options.VariableCount;
   const int m = options.FactorCount > 0 ? options.FactorCount : 0;
-  const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
+  const bool pearson = IsPearsonCoding(options.Coding);
   const double pd = p, md = m;
   CheckMemory((pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 + 9.0 * pd * md + md * md);
 }
@@ -121,7 +112,7 @@ void CheckCorrelationArrays(const RunOptions& options) {
 void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
   const int p = options.VariableCount;
   const int m = options.FactorCount > 0 ? options.FactorCount : 0;
-  const bool pearson = IsOneOf(options.Coding, {"CO", "IP"});
+  const bool pearson = IsPearsonCoding(options.Coding);
   auto make = [](Matrix& matrix, int rows, int cols) {
     if (matrix.rows != rows || matrix.cols != cols) matrix.Reset(rows, cols);
   };
@@ -213,18 +204,19 @@ void SaveRawCorrelations(Run& run) {
 // Fills CorrelationMatrix by the first branch that fits Coding and InputForm.
 void ComputeCorrelationMatrix(Run& run) {
   const RunOptions& options = run.options;
-  const bool raw = Is(options.InputForm, "RAW");
-  if (Is(options.Coding, "CD") && raw) {
+  const bool raw = options.InputForm == InputForm::kRaw;
+  if (options.Coding == Coding::kMedianSplit && raw) {
     ReadRawData(run);
     SplitAtMedians(run.arrays.ItemData, options.SubjectCount, options.VariableCount);
     Tetrachorics(run, 0);
     SaveRawCorrelations(run);
-  } else if (IsOneOf(options.Coding, {"DI", "DC"}) && raw) {
+  } else if ((options.Coding == Coding::kDichotomous || options.Coding == Coding::kGuessing) &&
+             raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing tetrachoric correlations");
-    Tetrachorics(run, Is(options.Coding, "DC") ? 1 : 0);
+    Tetrachorics(run, options.Coding == Coding::kGuessing ? 1 : 0);
     SaveRawCorrelations(run);
-  } else if (Is(options.Coding, "OR") && raw) {
+  } else if (options.Coding == Coding::kOrdered && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing polychoric correlations");
     ComputePolychorics(run.arrays.ItemData,
@@ -233,18 +225,18 @@ void ComputeCorrelationMatrix(Run& run) {
                        run.arrays.CorrelationMatrix,
                        run.files.Report);
     SaveRawCorrelations(run);
-  } else if (Is(options.Coding, "CO") && raw) {
+  } else if (options.Coding == Coding::kContinuous && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing correlations");
     Pearson(run);
     SaveRawCorrelations(run);
-  } else if (Is(options.Coding, "IP") && raw) {
+  } else if (options.Coding == Coding::kIpsatized && raw) {
     ReadRawData(run);
     IPSAT(options.SubjectCount, options.VariableCount, run.arrays.ItemData);
     Pearson(run);
     run.inputs.DataFile.Close();
     SaveRawCorrelations(run);
-  } else if (IsOneOf(options.Coding, {"DI", "OR", "CO"}) && Is(options.InputForm, "COR")) {
+  } else if (options.InputForm == InputForm::kCorrelations) {
     ReadCorrelations(run.inputs.DataFile,
                      options.DataFile,
                      options.Coding,
@@ -265,7 +257,7 @@ void SmoothIfAsked(Run& run) {
 }
 
 void ReadLabelsIfAsked(Run& run) {
-  if (!Is(run.options.LabelMode, "LABELS")) return;
+  if (run.options.LabelMode != LabelMode::kLabels) return;
   ParseLabelsLine(run.files.CommandFile, run.options);
   run.arrays.ItemLabels = run.options.Labels;
 }
@@ -274,7 +266,7 @@ void ReadLabelsIfAsked(Run& run) {
 // "LABELS" (with fields wide enough for them), numbers otherwise.
 void PrintCorrelationMatrix(Run& run, int table_width) {
   const int p = run.options.VariableCount;
-  const bool labels = Is(run.options.LabelMode, "LABELS");
+  const bool labels = run.options.LabelMode == LabelMode::kLabels;
   const std::vector<std::string>* names = labels ? &run.arrays.ItemLabels : nullptr;
   const char label_kind = labels ? 'C' : 'I';
   int ifail = 0;
@@ -296,7 +288,9 @@ void PrintCorrelationMatrix(Run& run, int table_width) {
          run.files.Report);
 }
 
-// Steps 1 to 7 of the correlation road.
+// The correlation road up to the report head: the matrix from the data or
+// the given file, smoothed when asked, the labels, the head and (under
+// "LONG") the matrix itself.
 void CorrelationRoad(Run& run) {
   // The counts are checked first, as the order of the run's messages has
   // it; the arrays are made only once the data are in (the estimators size
@@ -310,7 +304,7 @@ void CorrelationRoad(Run& run) {
   const int table_width = CorrelationTableWidth(run.options.PageWidth);
   ReadLabelsIfAsked(run);
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
-  if (Is(run.options.Print_Verbosity, "LONG")) PrintCorrelationMatrix(run, table_width);
+  if (run.options.Print_Verbosity == Verbosity::kLong) PrintCorrelationMatrix(run, table_width);
 }
 
 void TripletTestOfTheRun(Run& run) {
@@ -324,7 +318,7 @@ void TripletTestOfTheRun(Run& run) {
                  run.context.RunDirectory);
 }
 
-// Step 10: eigenvalue screen, communalities, fit and unrotated tables. The
+// Extraction: eigenvalue screen, communalities, fit and unrotated tables. The
 // working copy R keeps the final communalities on its diagonal for the
 // rotations and the scores.
 void FactorAnalysis(Run& run) {
@@ -349,7 +343,7 @@ void RotationRoad(Run& run) {
               options.VariableCount,
               options.FactorCount,
               given.Loadings);
-  const bool correlated = Is(options.InputForm, "FLD2");
+  const bool correlated = options.InputForm == InputForm::kCorrelatedPattern;
   if (correlated) {
     ReadPhi(run.files.FactorCorrelations,
             options.PhiFile,
@@ -405,16 +399,16 @@ void FactorScoresOfTheRun(Run& run) {
                 run.context.RunStem);
 }
 
-// Steps 11 to 17, where both roads meet.
+// Where both roads meet: rotation, sorted items, factor scores, the end.
 void RotateAndFinish(Run& run) {
   const RunOptions& options = run.options;
-  if (Is(options.Rotation, "NONE") && Is(options.ScoreMethod, "NONE")) {
+  if (EndsAfterExtraction(options)) {
     CloseRunFiles(run);
     ConsoleLine(30, "Finished");
     PlainStop();
   }
-  // Steps 12 to 15: the rotation that `Rotation` names, with its sections,
-  // then the list of sorted items.
+  // The rotation that `Rotation` names, with its sections, then the list of
+  // sorted items.
   RunRotation(options,
               run.arrays.Extraction.Loadings,
               run.arrays.Extraction.Communalities,
@@ -423,7 +417,7 @@ void RotateAndFinish(Run& run) {
               run.context.RunDirectory,
               run.context.RunStem,
               run.arrays.Rotation);
-  // Step 16: factor scores, their file and plot.
+  // Factor scores, their file and plot.
   FactorScoresOfTheRun(run);
   EndOfRun(run);
 }
@@ -447,16 +441,16 @@ void RunAnalysis(const ProgramArguments& arguments) {
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
   NoteUnmetScoreRequests(run.options);
 
-  if (Is(run.options.Model, "ROT")) {
+  if (run.options.Model == Model::kRotate) {
     RotationRoad(run);
   } else {
     CorrelationRoad(run);
-    if (Is(run.options.Model, "TRP")) {
+    if (run.options.Model == Model::kTriplet) {
       TripletTestOfTheRun(run);
       EndOfRun(run);
       return;
     }
-    if (run.options.FactorCount <= 0 || Is(run.options.Model, "CMT")) {
+    if (run.options.FactorCount <= 0 || run.options.Model == Model::kCorrelations) {
       EndOfRun(run);
       return;
     }

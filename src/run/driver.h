@@ -21,10 +21,10 @@
 #include "extraction/extraction.h"
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 #include "rotation/rotation_results.h"
 #include "run/program.h"
 #include "run/run_context.h"
-#include "run/run_options.h"
 
 namespace vq {
 
@@ -73,6 +73,10 @@ void RunAnalysis(const ProgramArguments& arguments);
 // The context of a run from the command line and the command file's full
 // name: the run's stem and directory, and the seed of `--seed N`.
 RunContext MakeRunContext(const ProgramArguments& arguments, std::string_view full_name);
+
+// The stop of a run whose arrays the machine cannot hold: the message from
+// column 30, two empty lines, a pause and the plain stop.
+[[noreturn]] void OutOfMemory();
 
 // The page width of the tables of the correlation phase: `page_width` below
 // 120, else 110.

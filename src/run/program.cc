@@ -93,9 +93,7 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
 // driver's own memory fault, not with an uncaught exception.
 int StopForMemory() {
   try {
-    ConsoleLine(30, "FATAL ERROR: Not enough memory for the arrays of this run");
-    ConsoleEmptyLines(2);
-    PauseAndStop();
+    OutOfMemory();
   } catch (const RunStopped& stop) {
     ConsoleFlush();
     return stop.exit_code;

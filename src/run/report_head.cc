@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -48,7 +48,7 @@ void WriteCommandListing(const RunOptions& options,
     std::string line(kListingWidth, ' ');
     const ListItem items[] = {TextItem(line, kListingWidth)};
     if (TryReadColumns(command_file, items) != 0) return;  // end of the file
-    if (StartsWithWord(line, ">FORMAT") && Is(options.LabelMode, "NOLABELS")) {
+    if (StartsWithWord(line, ">FORMAT") && options.LabelMode == LabelMode::kNoLabels) {
       report.Write(line);
       return;
     }
@@ -63,16 +63,19 @@ void WriteCommandListing(const RunOptions& options,
 void WriteModelSection(const RunOptions& options, OutputFile& report) {
   report.Write("0==================MODEL=======================0");
   report.EmptyLines(1);
-  if (Is(options.Model, "TRP")) report.Write("Model = Test of underlying multivariate normality");
+  if (options.Model == Model::kTriplet)
+    report.Write("Model = Test of underlying multivariate normality");
   if (options.FactorCount > 0) {
-    if (Is(options.Model, "PCA")) report.Write("Model = Principal Components Analysis");
-    if (Is(options.Model, "ROT")) report.Write("Model = Rotate existing matrix");
-    if (Is(options.Model, "PFA")) report.Write("Model = Principal Factor Analysis");
+    if (options.Model == Model::kComponents) report.Write("Model = Principal Components Analysis");
+    if (options.Model == Model::kRotate) report.Write("Model = Rotate existing matrix");
+    if (options.Model == Model::kPrincipalFactors)
+      report.Write("Model = Principal Factor Analysis");
   }
 
   // The word of the matrix is held in 11 characters and shown in 10, so
   // "Smoothed" keeps two of its three trailing blanks.
-  const bool smoothed = Is(options.Smoothing, "SM") || Is(options.Smoothing, "PS");
+  const bool smoothed =
+      options.Smoothing == Smoothing::kSmooth || options.Smoothing == Smoothing::kShowOnly;
   const std::string matrix_word = PadRight(smoothed ? "Smoothed" : "Unsmoothed", 11).substr(0, 10);
   report.Write("Number of subjects = " + FormatI(options.SubjectCount, 6));
   report.Write("Number of factors = " + FormatI(options.FactorCount, 3));
@@ -81,21 +84,21 @@ void WriteModelSection(const RunOptions& options, OutputFile& report) {
   report.Write("The correlation matrix is: " + FormatA(matrix_word, 10));
   report.Write("The rotation is: " + FormatA(PadRight(options.RotationName, 25), 25));
 
-  if (Is(options.Coding, "CO")) {
+  if (options.Coding == Coding::kContinuous) {
     std::string method;
-    if (Is(options.ScoreMethod, "REG")) method = "Regression Method";
-    if (Is(options.ScoreMethod, "BART")) method = "Bartlett Method";
-    if (Is(options.ScoreMethod, "NOSCORE")) method = "None";
+    if (options.ScoreMethod == ScoreMethod::kRegression) method = "Regression Method";
+    if (options.ScoreMethod == ScoreMethod::kBartlett) method = "Bartlett Method";
+    if (options.ScoreMethod == ScoreMethod::kNoScore) method = "None";
     report.Write("Factor Scores are: " + PadRight(method, 20));
   }
 
-  if (Is(options.Coding, "CO") || Is(options.Coding, "IP")) {
+  if (options.Coding == Coding::kContinuous || options.Coding == Coding::kIpsatized) {
     report.Write("Correlations are Pearson Product Moments");
-  } else if (Is(options.Coding, "DI") || Is(options.Coding, "CD")) {
+  } else if (options.Coding == Coding::kDichotomous || options.Coding == Coding::kMedianSplit) {
     report.Write("Correlations are tetrachorics");
-  } else if (Is(options.Coding, "OR")) {
+  } else if (options.Coding == Coding::kOrdered) {
     report.Write("Correlations are polychorics");
-  } else if (Is(options.Coding, "DC")) {
+  } else if (options.Coding == Coding::kGuessing) {
     report.Write("Correlations are tetrachorics corrected for guessing");
   }
   report.EmptyLines(1);
@@ -111,8 +114,9 @@ void WriteTechnicalParameters(const RunOptions& options, OutputFile& report) {
                FormatI(options.CommunalityIterations, 4));
   report.Write("Epsilon for Rotation Accuracy = " + FormatF(options.RotationEpsilon, 10, 9));
   report.Write("Maximum Iterations for Rotation =" + FormatI(options.RotationIterations, 4));
-  if (Is(options.RandomStart, "T")) report.Write("Rotate from Random Orientation");
-  if (Is(options.RandomStart, "F")) report.Write("Rotate from Unrotated Orientation");
+  if (options.RandomStart == RandomStart::kRandom) report.Write("Rotate from Random Orientation");
+  if (options.RandomStart == RandomStart::kUnrotated)
+    report.Write("Rotate from Unrotated Orientation");
   report.Write("Hyperplane width = " + FormatF(options.HyperplaneWidth, 5, 3));
   report.EmptyLines(1);
   report.EmptyLines(1);
@@ -134,11 +138,12 @@ void ShowBanner() {
 }
 
 std::string CodingText(const RunOptions& options) {
-  if (Is(options.Coding, "CO")) return "Continuous";
-  if (Is(options.Coding, "IP")) return "Ipsatized";
-  if (Is(options.Coding, "DI") || Is(options.Coding, "DC")) return "Dichotomous";
-  if (Is(options.Coding, "CD")) return "Continous -> Dichotomous";
-  if (Is(options.Coding, "OR")) return "Ordered";
+  if (options.Coding == Coding::kContinuous) return "Continuous";
+  if (options.Coding == Coding::kIpsatized) return "Ipsatized";
+  if (options.Coding == Coding::kDichotomous || options.Coding == Coding::kGuessing)
+    return "Dichotomous";
+  if (options.Coding == Coding::kMedianSplit) return "Continous -> Dichotomous";
+  if (options.Coding == Coding::kOrdered) return "Ordered";
   return "";
 }
 

@@ -10,7 +10,7 @@
 
 #include "data/record_reader.h"
 #include "frame/output_file.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
 
 namespace vq {
 

@@ -8,18 +8,10 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 #include "run/run_context.h"
-#include "run/run_options.h"
 
 namespace vq {
-
-// True when smoothing runs: `Smoothing` "SM" with "RAW" and "DI", "DC", "OR"
-// or "CD", or with "COR" and "DI", "OR" or "CO".
-bool SmoothingRuns(const RunOptions& options);
-
-// True when the smoothed matrix is saved under "SMO": every pair that is
-// smoothed but a given matrix coded "CO".
-bool SavesSmoothedMatrix(const RunOptions& options);
 
 // Writes the rows of the p by p `correlations` in the layout of the `cor`
 // file: "999( F12.9 1X )", or "999( F8.3 )" with "IP".

@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
-#include "extraction/moments.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
+#include "kernels/moments.h"
 #include "kernels/pd_inverse.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
+#include "options/run_options.h"
 #include "report/matrix_table.h"
-#include "run/run_options.h"
 #include "scores/score_messages.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -23,11 +23,11 @@ constexpr char kBartlettLine[] = "Bartlett method, Maximum Likelihood, and Weigh
 
 // The progress line names components for "PCA" and factors for "PFA"; other
 // model words have no line of their own.
-void ShowProgressLine(const std::string& Model) {
-  if (Is(Model, "PFA")) {
+void ShowProgressLine(Model model) {
+  if (model == Model::kPrincipalFactors) {
     ConsoleLine(30, "Computing factor scores");
     ConsoleEmptyLines(1);
-  } else if (Is(Model, "PCA")) {
+  } else if (model == Model::kComponents) {
     ConsoleLine(30, "Computing component scores");
     ConsoleEmptyLines(1);
   }
@@ -118,8 +118,8 @@ void CheckItemDeviations(const std::vector<double>& Deviations, int p) {
   }
 }
 
-void CheckUniqueVariances(const Matrix& R, int p, const std::string& Model) {
-  if (Is(Model, "PCA")) {
+void CheckUniqueVariances(const Matrix& R, int p, Model model) {
+  if (model == Model::kComponents) {
     ScoreFatalError("FATAL ERROR: Bartlett scores need unique variances, and principal",
                     "components have none. Use >SCORE: REG for component scores.");
   }
@@ -267,10 +267,10 @@ void RegressionScores(const Matrix& ItemData,
                       const Matrix& ScoreLoadings,
                       Matrix& FactorScores,
                       int PageWidth,
-                      const std::string& Model,
+                      Model model,
                       OutputFile& report) {
   CheckItemDeviations(Deviations, p);
-  ShowProgressLine(Model);
+  ShowProgressLine(model);
   for (int item = 0; item < p; ++item) R(item, item) = 1.0;
 
   Matrix StandardScores;
@@ -293,11 +293,11 @@ void BartlettScores(const Matrix& ItemData,
                     const Matrix& ScoreLoadings,
                     Matrix& FactorScores,
                     int PageWidth,
-                    const std::string& Model,
+                    Model model,
                     OutputFile& report) {
   CheckItemDeviations(Deviations, p);
-  CheckUniqueVariances(R, p, Model);
-  ShowProgressLine(Model);
+  CheckUniqueVariances(R, p, model);
+  ShowProgressLine(model);
   // u holds the inverse unique variances of the final solution.
   std::vector<double> u(p, 0.0);
   for (int item = 0; item < p; ++item) {

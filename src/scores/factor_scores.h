@@ -21,13 +21,14 @@
 
 #include "frame/output_file.h"
 #include "kernels/matrix.h"
+#include "options/run_options.h"
 
 namespace vq {
 
 // The regression method. `R` (p by p) holds the final communalities on its
 // diagonal on entry and 1 on exit. `ScoreLoadings` (p by m, item order) is
 // the structure of the solution. `FactorScores` is reset to N by m and gets
-// the standardised scores. `Model` is the fixed-width field ("PCA ", "PFA ")
+// the standardised scores. `model` is the model of the run (components or principal factors)
 // that chooses the console line. Stops the run on an item without variance.
 void RegressionScores(const Matrix& ItemData,
                       const std::vector<double>& Means,
@@ -39,7 +40,7 @@ void RegressionScores(const Matrix& ItemData,
                       const Matrix& ScoreLoadings,
                       Matrix& FactorScores,
                       int PageWidth,
-                      const std::string& Model,
+                      Model model,
                       OutputFile& report);
 
 // The Bartlett method; as `RegressionScores`, with `ScoreLoadings` the
@@ -56,7 +57,7 @@ void BartlettScores(const Matrix& ItemData,
                     const Matrix& ScoreLoadings,
                     Matrix& FactorScores,
                     int PageWidth,
-                    const std::string& Model,
+                    Model model,
                     OutputFile& report);
 
 // --- Checks run before anything is estimated or written --------------------
@@ -66,8 +67,8 @@ void BartlettScores(const Matrix& ItemData,
 void CheckItemDeviations(const std::vector<double>& Deviations, int p);
 
 // Stops the run when the Bartlett method has no unique variance to work
-// with: under `Model` "PCA", or where 1 - R(i,i) is exactly 0. `R` is read.
-void CheckUniqueVariances(const Matrix& R, int p, const std::string& Model);
+// with: under components ("PCA"), or where 1 - R(i,i) is exactly 0. `R` is read.
+void CheckUniqueVariances(const Matrix& R, int p, Model model);
 
 // --- Building blocks ---------------------------------------------------------
 

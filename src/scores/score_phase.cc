@@ -4,24 +4,17 @@
 #include <cstdio>
 #include <string>
 
-#include "report/edit_descriptors.h"
 #include "report/plots.h"
 #include "report/saved_files.h"
 #include "scores/factor_scores.h"
 #include "scores/score_messages.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
 constexpr int kIdWidth = 15;
 constexpr int kScoresPerRecord = 999;
-
-bool IsOneOf(const std::string& field, std::initializer_list<std::string_view> words) {
-  for (std::string_view word : words) {
-    if (Is(field, word)) return true;
-  }
-  return false;
-}
 
 // I15 of an id held as a double: the whole number towards zero. Ids too
 // large for any integer (or not numbers at all) cannot fit 15 positions and
@@ -74,13 +67,14 @@ class UnfinishedFileRemover {
 
 const Matrix& ChooseScoreLoadings(const RunOptions& options, const ScoreSources& sources) {
   const Matrix* chosen = sources.Loadings;
-  if (IsOneOf(options.Rotation, {"VARIMAX", "WVARIMAX"})) {
+  if (IsOrthogonalRotation(options.Rotation)) {
     // The rows of RotatedLoadings are sorted in place under "SORT"; the copy
     // taken before the sort keeps item order.
-    chosen = Is(options.SortMode, "SORT") ? sources.ItemOrderLoadings : sources.RotatedLoadings;
-  } else if (IsOneOf(options.Rotation, {"PROMAX", "OBLIMIN", "HK"})) {
     chosen =
-        Is(options.ScoreMethod, "BART") ? sources.ItemOrderPattern : sources.ItemOrderStructure;
+        options.SortMode == SortMode::kSort ? sources.ItemOrderLoadings : sources.RotatedLoadings;
+  } else if (IsObliqueRotation(options.Rotation)) {
+    chosen = options.ScoreMethod == ScoreMethod::kBartlett ? sources.ItemOrderPattern
+                                                           : sources.ItemOrderStructure;
   }
   const int p = options.VariableCount;
   const int m = options.FactorCount;
@@ -93,24 +87,24 @@ const Matrix& ChooseScoreLoadings(const RunOptions& options, const ScoreSources&
 
 ScorePlan PlanScorePhase(const RunOptions& options) {
   ScorePlan plan;
-  if (!IsOneOf(options.Coding, {"CO", "IP"}) || options.FactorCount < 1) return plan;
-  plan.estimate = IsOneOf(options.ScoreMethod, {"REG", "BART"}) && !Is(options.Model, "ROT");
-  plan.plot = plan.estimate && IsOneOf(options.PlotMode, {"SCORES", "ALL"});
+  if (!IsPearsonCoding(options.Coding) || options.FactorCount < 1) return plan;
+  plan.estimate = EstimatesScores(options.ScoreMethod) && options.Model != Model::kRotate;
+  plan.plot = plan.estimate && PlotsScores(options.PlotMode);
   return plan;
 }
 
 void NoteUnmetScoreRequests(const RunOptions& options) {
-  if (!IsOneOf(options.Coding, {"CO", "IP"}) || options.FactorCount < 1 ||
-      IsOneOf(options.Model, {"TRP", "CMT"})) {
+  if (!IsPearsonCoding(options.Coding) || options.FactorCount < 1 ||
+      options.Model == Model::kTriplet || options.Model == Model::kCorrelations) {
     return;
   }
-  const bool scores_asked = IsOneOf(options.ScoreMethod, {"REG", "BART"});
-  if (scores_asked && Is(options.Model, "ROT")) {
+  const bool scores_asked = EstimatesScores(options.ScoreMethod);
+  if (scores_asked && options.Model == Model::kRotate) {
     ScoreNote("WARNING: A given factor pattern has no data for factor scores;",
               "no factor scores are computed.");
     return;
   }
-  if (!scores_asked && IsOneOf(options.PlotMode, {"SCORES", "ALL"})) {
+  if (!scores_asked && PlotsScores(options.PlotMode)) {
     ScoreNote("WARNING: No factor scores are computed, so there is no", "factor score plot.");
   }
 }
@@ -149,7 +143,7 @@ void RunScorePhase(const RunOptions& options,
   const int p = options.VariableCount;
   const int N = options.SubjectCount;
   const int m = options.FactorCount;
-  const bool bartlett = Is(options.ScoreMethod, "BART");
+  const bool bartlett = options.ScoreMethod == ScoreMethod::kBartlett;
 
   // Everything that can end the run on the data is settled before the file
   // is opened, so that an earlier `fsc` file is not replaced by nothing.

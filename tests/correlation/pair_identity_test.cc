@@ -24,8 +24,8 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/rank_sort.h"
-#include "report/edit_descriptors.h"
 #include "report/saved_files.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -17,7 +17,7 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/pd_inverse.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -9,7 +9,7 @@
 #include "frame/console.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

@@ -34,7 +34,7 @@ TEST(ReadCorrelations, OneListReadPerRow) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  ReadCorrelations(source, file.path(), "CO", 3, r);
+  ReadCorrelations(source, file.path(), ParseCoding("CO"), 3, r);
   ASSERT_EQ(r.rows, 3);
   ASSERT_EQ(r.cols, 3);
   EXPECT_EQ(r(0, 1), 0.5);
@@ -50,7 +50,7 @@ TEST(ReadCorrelations, TwoRowsOnOneLineLoseTheSecond) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  ReadCorrelations(source, file.path(), "OR", 2, r);
+  ReadCorrelations(source, file.path(), ParseCoding("OR"), 2, r);
   EXPECT_EQ(r(1, 0), 0.5);
   EXPECT_EQ(r(1, 1), 1.0);
 }
@@ -62,7 +62,7 @@ TEST(ReadCorrelations, EmptyValuesAndASlashLeaveElementsAsTheyWere) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r(3, 3, -7.0);
-  ReadCorrelations(source, file.path(), "CO", 3, r);
+  ReadCorrelations(source, file.path(), ParseCoding("CO"), 3, r);
   EXPECT_EQ(r(0, 0), 1.0);
   EXPECT_EQ(r(0, 1), -7.0);
   EXPECT_EQ(r(0, 2), 0.25);
@@ -76,7 +76,7 @@ TEST(ReadCorrelations, ALowerTriangleRunsOutOfValues) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), "CO", 3, r); }), 24);
+  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), ParseCoding("CO"), 3, r); }), 24);
   EXPECT_EQ(capture.Err(),
             "severe (24): end-of-file during read, unit 10, file " + file.path() + "\n");
 }
@@ -86,14 +86,15 @@ TEST(ReadCorrelations, ATokenThatIsNoNumber) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), "CO", 2, r); }), 59);
+  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), ParseCoding("CO"), 2, r); }), 59);
 }
 
 TEST(ReadCorrelations, MissingFileUnderDichotomousCoding) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "DI", 2, r); }), 0);
+  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("DI"), 2, r); }),
+            0);
   EXPECT_EQ(capture.Out(),
             "\n" + std::string(25, ' ') + "FATAL ERROR! Input correlation matrix not found\n\n\n" +
                 kPauseAndStop);
@@ -103,8 +104,10 @@ TEST(ReadCorrelations, MissingFileUnderOtherCodings) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "OR", 2, r); }), 29);
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "CO", 2, r); }), 29);
+  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("OR"), 2, r); }),
+            29);
+  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("CO"), 2, r); }),
+            29);
   EXPECT_EQ(capture.Out(), "");
   EXPECT_EQ(capture.Err(),
             "severe (29): file not found, unit 10, file no_such_cor.dat\n"
@@ -116,7 +119,7 @@ TEST(ReadCorrelations, WarnsAboutAnUnusualMatrixAndKeepsIt) {
   ConsoleCapture capture;
   RecordSource source;
   Matrix r;
-  ReadCorrelations(source, file.path(), "CO", 3, r);
+  ReadCorrelations(source, file.path(), ParseCoding("CO"), 3, r);
   EXPECT_EQ(r(1, 0), 0.4);
   EXPECT_EQ(r(2, 2), 0.9);
   EXPECT_EQ(capture.Out(),

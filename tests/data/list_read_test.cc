@@ -5,7 +5,7 @@
 
 #include "data/record_reader.h"
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

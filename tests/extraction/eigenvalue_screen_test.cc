@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "extraction_test_support.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -34,8 +34,8 @@ TEST(EigenvalueScreen, TableByModulusFileByValue) {
   // Eigenvalues 5, 1 and -2: the table lists them by modulus, the file as
   // the plot left them, in descending order of value.
   RunOptions options = ExtractionOptions("PCA", 3, 1);
-  options.SaveResults = "T";
-  options.SaveCodes = {"COR", "EIG"};
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kCor, SaveCode::kEig};
   const std::string dir = FreshDirectory("screen_small");
   OutputFile report;
   report.OpenInMemory(11);
@@ -57,7 +57,7 @@ TEST(EigenvalueScreen, TableByModulusFileByValue) {
   EXPECT_NE(text[text.size() - 5], '\n');
   EXPECT_EQ(ReadFile(dir + "small.eig"), "  5.0000\n  1.0000\n -2.0000\n");
   // No file unless "T" is given.
-  options.SaveResults = "F";
+  options.SaveResults = false;
   const std::string none = FreshDirectory("screen_none");
   EigenvalueScreen(Diagonal({1.0, 2.0}), 2, report, 130, options, none, "none.in");
   EXPECT_FALSE(std::filesystem::exists(none + "none.eig"));
@@ -71,8 +71,8 @@ TEST(EigenvalueScreen, MoreThanThirtyValues) {
   for (int i = 1; i <= 35; ++i) values.push_back((i % 2 == 1 ? 1 : -1) * (36 - i) / 10.0);
   const Matrix r = Diagonal(values);
   RunOptions options = ExtractionOptions("PFA", 35, 2);
-  options.SaveResults = "T";
-  options.SaveCodes = {"EIG"};
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kEig};
   const std::string dir = FreshDirectory("screen_large");
   OutputFile report;
   report.OpenInMemory(11);

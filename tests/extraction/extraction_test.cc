@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "data/simulation.h"
 #include "extraction_test_support.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -44,7 +44,8 @@ struct PhaseRun {
     report.OpenInMemory(11);
     ConsoleCapture capture;
     try {
-      ends = RunExtraction(options, r, result, report, dir, "case.in");
+      RunExtraction(options, r, result, report, dir, "case.in");
+      ends = EndsAfterExtraction(options);
     } catch (const RunStopped&) {
       stopped = true;
     }
@@ -57,17 +58,17 @@ struct PhaseRun {
 
 RunOptions Options(const char* model, int p, int m, const char* start = "ONE") {
   RunOptions options = ExtractionOptions(model, p, m);
-  options.InitialCommunality = PadRight(start, kInitialCommunalityWidth);
+  options.InitialCommunality = ParseInitialCommunality(start);
   return options;
 }
 
 // Rotation and scores "NONE", the fac file asked for.
 RunOptions Unrotated(RunOptions options) {
-  options.Rotation = PadRight("NONE", kRotationWidth);
+  options.Rotation = options.RotationAsked = ParseRotation("NONE");
   options.RotationName = PadRight("None", kRotationNameWidth);
-  options.ScoreMethod = PadRight("NONE", kScoreMethodWidth);
-  options.SaveResults = "T";
-  options.SaveCodes = {"FAC"};
+  options.ScoreMethod = ParseScoreMethod("NONE");
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kFac};
   return options;
 }
 
@@ -318,7 +319,7 @@ TEST(BuildLoadings, ScalesByTheRootOfTheEigenvalue) {
 
 TEST(RunExtraction, LabelsOnTheUnrotatedTableOnly) {
   RunOptions options = ExtractionOptions("PCA", 4, 1);
-  options.LabelMode = PadRight("LABELS", kLabelModeWidth);
+  options.LabelMode = ParseLabelMode("LABELS");
   for (const char* label : {"Anxiety", "Mood", "Sleep", "Appetite"}) {
     options.Labels.push_back(PadRight(label, 15));
   }
@@ -332,7 +333,7 @@ TEST(RunExtraction, LabelsOnTheUnrotatedTableOnly) {
   const int final_h2 = FindLine(lines, " Final communality estimates");
   EXPECT_EQ(lines[final_h2 + 1], "         1       2       3       4");
   // Any other label word prints no unrotated table.
-  options.LabelMode = PadRight("NUMBERS", kLabelModeWidth);
+  options.LabelMode = ParseLabelMode("NUMBERS");
   const std::string text = PhaseRun(options, Equicorrelation(4, 0.5)).report.Text();
   EXPECT_EQ(text.find("Unrotated Factor Loadings"), std::string::npos);
   EXPECT_NE(text.find("Variance explained by each factor"), std::string::npos);
@@ -353,11 +354,11 @@ TEST(RunExtraction, FacFileOnlyForUnrotatedPrincipalFactors) {
             "   6   0.0000  0.6000\n");
   // Neither for "PCA" nor for a rotated solution.
   RunOptions pca = options;
-  pca.Model = PadRight("PCA", kModelWidth);
+  pca.Model = ParseModel("PCA");
   const std::string pca_dir = FreshDirectory("fac_pca");
   EXPECT_TRUE(PhaseRun(pca, kTwoFactors, pca_dir).ends);
   RunOptions varimax = options;
-  varimax.Rotation = PadRight("VARIMAX", kRotationWidth);
+  varimax.Rotation = varimax.RotationAsked = ParseRotation("VARIMAX");
   varimax.RotationName = PadRight("Varimax", kRotationNameWidth);
   const std::string varimax_dir = FreshDirectory("fac_varimax");
   EXPECT_FALSE(PhaseRun(varimax, kTwoFactors, varimax_dir).ends);
@@ -374,8 +375,8 @@ TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiag
   PhaseRun reference(factors, kTwoFactors, FreshDirectory("model_pfa"));
   ASSERT_EQ(reference.result.IterationCount, 6);
   RunOptions other = factors;
-  other.Model = PadRight("FA", kModelWidth);
-  other.InitialCommunality = PadRight("SMC", kInitialCommunalityWidth);
+  other.Model = ParseModel("FA");
+  other.InitialCommunality = ParseInitialCommunality("SMC");
   const std::string dir = FreshDirectory("model_other");
   PhaseRun run(other, kTwoFactors, dir);
   EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
@@ -387,11 +388,11 @@ TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiag
 TEST(EndsAfterExtraction, NoRotationAndNoScores) {
   RunOptions options = Unrotated(ExtractionOptions("PFA", 6, 1));
   EXPECT_TRUE(EndsAfterExtraction(options));
-  options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
+  options.ScoreMethod = ParseScoreMethod("NOSCORE");
   EXPECT_FALSE(EndsAfterExtraction(options));
   // The mixed-case "None" of a one-factor run is not the word "NONE".
-  options.Rotation = PadRight("None", kRotationWidth);
-  options.ScoreMethod = PadRight("NONE", kScoreMethodWidth);
+  options.Rotation = Rotation::kOneFactor;
+  options.ScoreMethod = ParseScoreMethod("NONE");
   EXPECT_FALSE(EndsAfterExtraction(options));
 }
 

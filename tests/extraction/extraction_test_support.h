@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "kernels/matrix.h"
-#include "report/edit_descriptors.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace testing_support {
@@ -24,18 +24,18 @@ inline RunOptions ExtractionOptions(const char* model, int p, int m) {
   options.VariableCount = p;
   options.SubjectCount = 100;
   options.FactorCount = m;
-  options.Model = PadRight(model, kModelWidth);
-  options.Print_Verbosity = PadRight("SHORT", kVerbosityWidth);
-  options.Coding = PadRight("CO", kCodingWidth);
-  options.InputForm = PadRight("COR", kInputFormWidth);
-  options.LabelMode = PadRight("NOLABELS", kLabelModeWidth);
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
-  options.Rotation = PadRight("VARIMAX", kRotationWidth);
+  options.Model = ParseModel(model);
+  options.Print_Verbosity = ParseVerbosity("SHORT");
+  options.Coding = ParseCoding("CO");
+  options.InputForm = ParseInputForm("COR");
+  options.LabelMode = ParseLabelMode("NOLABELS");
+  options.SortMode = ParseSortMode("NOSORT");
+  options.Rotation = options.RotationAsked = ParseRotation("VARIMAX");
   options.RotationName = PadRight("Varimax", kRotationNameWidth);
-  options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
-  options.PlotMode = PadRight("NONE", kPlotModeWidth);
-  options.InitialCommunality = PadRight("ONE", kInitialCommunalityWidth);
-  options.SaveResults = "F";
+  options.ScoreMethod = ParseScoreMethod("NOSCORE");
+  options.PlotMode = ParsePlotMode("NONE");
+  options.InitialCommunality = ParseInitialCommunality("ONE");
+  options.SaveResults = false;
   return options;
 }
 

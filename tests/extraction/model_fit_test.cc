@@ -8,7 +8,7 @@
 #include "extraction_test_support.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -55,8 +55,8 @@ struct FourVariableFit {
 TEST(ModelFitAnalysis, HeadGfiMomentsAndSummary) {
   FourVariableFit fit;
   RunOptions options = ExtractionOptions("PFA", 4, 1);
-  options.SaveResults = "T";
-  options.SaveCodes = {"RSD"};
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kRsd};
   const std::string dir = FreshDirectory("fit_short");
   OutputFile report;
   report.OpenInMemory(11);
@@ -153,9 +153,9 @@ TEST(ModelFitAnalysis, ClassTableOfTheResiduals) {
 TEST(ModelFitAnalysis, LongGivesTheResidualTableAndTheFile) {
   FourVariableFit fit;
   RunOptions options = ExtractionOptions("PFA", 4, 1);
-  options.Print_Verbosity = PadRight("LONG", kVerbosityWidth);
-  options.SaveResults = "T";
-  options.SaveCodes = {"RSD"};
+  options.Print_Verbosity = ParseVerbosity("LONG");
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kRsd};
   options.PageWidth = 80;
   const std::string dir = FreshDirectory("fit_long");
   OutputFile report;

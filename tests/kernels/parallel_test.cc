@@ -19,7 +19,8 @@ TEST_F(ParallelTest, EveryUnitRunsOnceWhateverTheThreadCount) {
     EXPECT_EQ(ThreadCount(), threads);
     std::vector<int> visits(1001, 0);
     ParallelChunks(
-        1001, 7,
+        1001,
+        7,
         [&](std::int64_t begin, std::int64_t end) {
           for (std::int64_t unit = begin; unit < end; ++unit) ++visits[unit];
         },
@@ -35,7 +36,8 @@ TEST_F(ParallelTest, TheEarliestFailingChunkIsRethrown) {
     SetThreadCount(threads);
     try {
       ParallelChunks(
-          100, 1,
+          100,
+          1,
           [](std::int64_t begin, std::int64_t) {
             if (begin == 40 || begin == 90) throw std::runtime_error(std::to_string(begin));
           },

@@ -7,7 +7,7 @@
 
 #include "frame/console.h"
 #include "kernels/matrix.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {

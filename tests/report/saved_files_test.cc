@@ -19,15 +19,15 @@ TEST(SavedFilePath, DirectoryAndName) {
   EXPECT_EQ(SavedFilePath("", "items.in", "cor"), "items.cor");
 }
 
-TEST(WantsCode, NeedsSaveResultsAndAWholeFieldMatch) {
+TEST(Saves, NeedsSaveResultsAndTheCode) {
   RunOptions options;
-  options.SaveResults = "T";
-  options.SaveCodes = {"COR", "FAC", "XYZ"};
-  EXPECT_TRUE(WantsCode(options, "COR"));
-  EXPECT_TRUE(WantsCode(options, "FAC"));
-  EXPECT_FALSE(WantsCode(options, "EIG"));
-  options.SaveResults = "F";
-  EXPECT_FALSE(WantsCode(options, "COR"));
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kCor, SaveCode::kFac, SaveCode::kOther};
+  EXPECT_TRUE(Saves(options, SaveCode::kCor));
+  EXPECT_TRUE(Saves(options, SaveCode::kFac));
+  EXPECT_FALSE(Saves(options, SaveCode::kEig));
+  options.SaveResults = false;
+  EXPECT_FALSE(Saves(options, SaveCode::kCor));
 }
 
 TEST(WriteMatrixRows, Layouts) {

@@ -9,15 +9,15 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "kernels/pearson.h"
 #include "report/saved_files.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -96,8 +96,8 @@ class ObliqueSectionTest : public ::testing::Test {
 
 TEST_F(ObliqueSectionTest, PromaxFollowsVarimaxAndCountsBeforeItsStructure) {
   RunOptions options = testing::SmallRunOptions(12, 3, "PROMAX");
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
-  options.PlotMode = PadRight("LOADINGS", kPlotModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
+  options.PlotMode = ParsePlotMode("LOADINGS");
   Rotate(options);
   const int varimax = FindLine(lines_, " Varimax Rotated Factor Loadings");
   const int varimax_plots =
@@ -127,7 +127,7 @@ TEST_F(ObliqueSectionTest, PromaxFollowsVarimaxAndCountsBeforeItsStructure) {
 TEST_F(ObliqueSectionTest, HarrisKaiserPrintsItsStructureBeforeTheCounts) {
   RunOptions options = testing::SmallRunOptions(12, 3, "HK");
   options.HarrisKaiserParameter = 0.5;
-  options.PlotMode = PadRight("ALL", kPlotModeWidth);
+  options.PlotMode = ParsePlotMode("ALL");
   Rotate(options);
   EXPECT_EQ(lines_[0], " Harris-Kaiser Sorted Factor Loadings");
   EXPECT_EQ(lines_[1], "             1       2       3");
@@ -145,8 +145,8 @@ TEST_F(ObliqueSectionTest, HarrisKaiserPrintsItsStructureBeforeTheCounts) {
 
 TEST_F(ObliqueSectionTest, ObliminTitlesWithLabelsInItemOrder) {
   RunOptions options = testing::SmallRunOptions(12, 3, "OBLIMIN");
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
-  options.LabelMode = PadRight("LABELS", kLabelModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
+  options.LabelMode = ParseLabelMode("LABELS");
   for (int i = 0; i < 12; ++i)
     options.Labels.push_back(PadRight("Item" + std::to_string(i + 1), 15));
   Rotate(options);
@@ -197,8 +197,8 @@ TEST_F(ObliqueSectionTest, ItemOrderCopiesUnderSort) {
 TEST_F(ObliqueSectionTest, FacAndPhiHoldTheSortedPattern) {
   const std::string directory = ::testing::TempDir();
   RunOptions options = testing::SmallRunOptions(12, 3, "OBLIMIN");
-  options.SaveResults = "T";
-  options.SaveCodes = {"FAC"};
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kFac};
   RunRotation(options, loadings_, communalities_, r_, report_, directory, "oblq.in", results_);
   OutputFile expected_fac;
   expected_fac.OpenInMemory(26);
@@ -219,7 +219,7 @@ TEST_F(ObliqueSectionTest, RandomAndUnrotatedStartsGiveTheSameOblimin) {
   const std::string fixed_text = report_.Text();
   for (long seed : {5L, 67890L}) {
     SetRandomSeed(seed);
-    options.RandomStart = "T";
+    options.RandomStart = ParseRandomStart("T");
     OutputFile report;
     report.OpenInMemory(11);
     Matrix loadings = testing::ThreeFactorLoadings();
@@ -265,9 +265,9 @@ TEST(UniqueVariances, ByModel) {
   r(1, 1) = 0.3;
   r(2, 2) = 0.2;
   EXPECT_EQ(UniqueVariances(options, h2, r, 3), (std::vector<double>{0.6, 0.7, 0.8}));
-  options.Model = PadRight("PCA", kModelWidth);
+  options.Model = ParseModel("PCA");
   EXPECT_EQ(UniqueVariances(options, h2, r, 3), (std::vector<double>{1.0, 1.0, 1.0}));
-  options.Model = PadRight("ROT", kModelWidth);
+  options.Model = ParseModel("ROT");
   const std::vector<double> d = UniqueVariances(options, h2, Matrix(), 3);
   EXPECT_DOUBLE_EQ(d[0], 0.5);
   EXPECT_DOUBLE_EQ(d[1], 0.75);

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "rotation/random_start.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -50,7 +50,7 @@ class OrthogonalSectionTest : public ::testing::Test {
 
 TEST_F(OrthogonalSectionTest, VarimaxUnsortedSectionInOrder) {
   RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
   Matrix loadings = testing::ThreeFactorLoadings();
   RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
   const std::vector<std::string> lines = Lines(report_.Text());
@@ -112,8 +112,8 @@ TEST_F(OrthogonalSectionTest, VarimaxSortedTableUsesSortedDefaultLabels) {
 
 TEST_F(OrthogonalSectionTest, OtherSortWordPrintsNoLoadingTable) {
   RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
-  options.LabelMode = PadRight("ODD", kLabelModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
+  options.LabelMode = ParseLabelMode("ODD");
   Matrix loadings = testing::ThreeFactorLoadings();
   RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
   const std::vector<std::string> lines = Lines(report_.Text());
@@ -131,7 +131,7 @@ TEST_F(OrthogonalSectionTest, RandomAndUnrotatedStartsReachTheSameSolution) {
 
   for (long seed : {11L, 12345L, 999999L}) {
     SetRandomSeed(seed);
-    options.RandomStart = "T";
+    options.RandomStart = ParseRandomStart("T");
     loadings = testing::ThreeFactorLoadings();
     OutputFile report;
     report.OpenInMemory(11);
@@ -151,7 +151,7 @@ TEST_F(OrthogonalSectionTest, WeightedVarimaxKeepsCommunalitiesAndInnerProducts)
   start(2, 2) = 0.1;
   const std::vector<double> communalities = RowSumsOfSquares(start);
   Matrix loadings = start;
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
   RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
   const std::vector<double> after = RowSumsOfSquares(results_.RotatedLoadings);
   for (int i = 0; i < 12; ++i) EXPECT_NEAR(after[i], communalities[i], 1e-12) << i;
@@ -167,7 +167,7 @@ TEST_F(OrthogonalSectionTest, WeightedVarimaxKeepsCommunalitiesAndInnerProducts)
 
 TEST_F(OrthogonalSectionTest, WeightedVarimaxSortedTitleAndPlotTitle) {
   RunOptions options = testing::SmallRunOptions(12, 3, "WVARIMAX");
-  options.PlotMode = PadRight("ALL", kPlotModeWidth);
+  options.PlotMode = ParsePlotMode("ALL");
   Matrix loadings = testing::ThreeFactorLoadings();
   const std::vector<double> communalities = RowSumsOfSquares(loadings);
   RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");

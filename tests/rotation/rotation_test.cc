@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "report/edit_descriptors.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -62,7 +62,7 @@ TEST(RunRotation, NoListWithoutSortOrItemsOrRotation) {
   RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
   EXPECT_EQ(FindLine(Lines(RotateToText(options, results)), " SORTED ITEMS"), -1);
   options = WithItems(options);
-  options.SortMode = PadRight("NOSORT", kSortModeWidth);
+  options.SortMode = ParseSortMode("NOSORT");
   EXPECT_EQ(FindLine(Lines(RotateToText(options, results)), " SORTED ITEMS"), -1);
   // One factor: the parser's "None" runs no rotation and prints nothing.
   options = WithItems(testing::SmallRunOptions(12, 1, "None"));
@@ -95,8 +95,8 @@ TEST(RunRotation, PromaxStartsFromVarimaxInItemOrder) {
 
 TEST(PrepareGivenPattern, CommunalitiesAndVariancesOfThePattern) {
   RunOptions options = testing::SmallRunOptions(3, 2, "VARIMAX");
-  options.Model = PadRight("ROT", kModelWidth);
-  options.InputForm = PadRight("FLD1", kInputFormWidth);
+  options.Model = ParseModel("ROT");
+  options.InputForm = ParseInputForm("FLD1");
   Matrix loadings = FromRows({{0.6, 0.2}, {0.1, 0.7}, {0.5, 0.5}});
   std::vector<double> h2, variance;
   PrepareGivenPattern(options, loadings, nullptr, 3, 2, h2, variance);
@@ -108,8 +108,8 @@ TEST(PrepareGivenPattern, CommunalitiesAndVariancesOfThePattern) {
 
 TEST(PrepareGivenPattern, IdentityCorrelationsKeepColumnsUpToOrderAndSign) {
   RunOptions options = testing::SmallRunOptions(3, 2, "VARIMAX");
-  options.Model = PadRight("ROT", kModelWidth);
-  options.InputForm = PadRight("FLD2", kInputFormWidth);
+  options.Model = ParseModel("ROT");
+  options.InputForm = ParseInputForm("FLD2");
   const Matrix given = FromRows({{0.6, 0.2}, {0.1, 0.7}, {0.5, 0.5}});
   Matrix loadings = given;
   const Matrix phi = testing::Identity(2);
@@ -132,7 +132,7 @@ TEST(PrepareGivenPattern, IdentityCorrelationsKeepColumnsUpToOrderAndSign) {
 
 TEST(PrepareGivenPattern, CorrelatedFactorsTurnByTheirEigenvectors) {
   RunOptions options = testing::SmallRunOptions(3, 2, "VARIMAX");
-  options.InputForm = PadRight("FLD2", kInputFormWidth);
+  options.InputForm = ParseInputForm("FLD2");
   const Matrix given = FromRows({{0.6, 0.2}, {0.1, 0.7}, {0.5, 0.5}});
   Matrix loadings = given;
   const Matrix phi = FromRows({{1.0, 0.5}, {0.5, 1.0}});

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "test_matrices.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -27,13 +27,13 @@ TEST(ItemLabelsFor, LabelsDefaultLabelsOrBlanks) {
   EXPECT_EQ(labels[998], "V999           ");
   EXPECT_EQ(labels[999], "V***           ");
   RunOptions options = testing::SmallRunOptions(2, 2, "VARIMAX");
-  options.LabelMode = PadRight("LABELS", kLabelModeWidth);
+  options.LabelMode = ParseLabelMode("LABELS");
   options.Labels = {"Anxiety", "Mood"};
   EXPECT_EQ(ItemLabelsFor(options, 2),
             (std::vector<std::string>{"Anxiety        ", "Mood           "}));
-  options.LabelMode = PadRight("NOLABELS", kLabelModeWidth);
+  options.LabelMode = ParseLabelMode("NOLABELS");
   EXPECT_EQ(ItemLabelsFor(options, 2)[1], "V002           ");
-  options.LabelMode = PadRight("OTHER", kLabelModeWidth);
+  options.LabelMode = ParseLabelMode("OTHER");
   EXPECT_EQ(ItemLabelsFor(options, 2)[0], Blanks(15));
 }
 
@@ -123,7 +123,7 @@ TEST(PatternPlotSection, TitleInAnEightyCharacterRecord) {
   out.OpenInMemory(11);
   PatternPlotSection(options, "Factor Pattern Plots:  Varimax Rotation", a, 2, 2, out);
   EXPECT_EQ(out.Text(), "");
-  options.PlotMode = PadRight("LOADINGS", kPlotModeWidth);
+  options.PlotMode = ParsePlotMode("LOADINGS");
   PatternPlotSection(options, "Factor Pattern Plots:  Varimax Rotation", a, 2, 2, out);
   const std::vector<std::string> lines = Lines(out.Text());
   ASSERT_GT(lines.size(), 1u);
@@ -202,8 +202,8 @@ TEST(SaveFactorFile, FacAndPhiOnlyWhenAskedFor) {
   SavePhiFile(options, phi, dir, "run.in");
   EXPECT_FALSE(std::filesystem::exists(dir + "run.fac"));
   EXPECT_FALSE(std::filesystem::exists(dir + "run.phi"));
-  options.SaveResults = "T";
-  options.SaveCodes = {"COR", "FAC"};
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kCor, SaveCode::kFac};
   SaveFactorFile(options, loadings, dir, "run.in");
   SavePhiFile(options, phi, dir, "run.in");
   EXPECT_EQ(read("run.fac"), "   1   0.5000 -0.2500\n   2   0.1250  0.7500\n");

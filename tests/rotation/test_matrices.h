@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kernels/matrix.h"
-#include "report/edit_descriptors.h"
-#include "run/run_options.h"
+#include "options/run_options.h"
+#include "text/edit_descriptors.h"
 
 namespace vq::testing {
 
@@ -102,16 +102,16 @@ inline RunOptions SmallRunOptions(int p, int m, const std::string& rotation) {
   RunOptions options;
   options.VariableCount = p;
   options.FactorCount = m;
-  options.Model = PadRight("PFA", kModelWidth);
-  options.Coding = PadRight("CO", kCodingWidth);
-  options.InputForm = PadRight("RAW", kInputFormWidth);
-  options.LabelMode = PadRight("NOLABELS", kLabelModeWidth);
-  options.SortMode = PadRight("SORT", kSortModeWidth);
-  options.Rotation = PadRight(rotation, kRotationWidth);
-  options.PlotMode = PadRight("NONE", kPlotModeWidth);
-  options.ScoreMethod = PadRight("NOSCORE", kScoreMethodWidth);
-  options.RandomStart = "F";
-  options.SaveResults = "F";
+  options.Model = ParseModel("PFA");
+  options.Coding = ParseCoding("CO");
+  options.InputForm = ParseInputForm("RAW");
+  options.LabelMode = ParseLabelMode("NOLABELS");
+  options.SortMode = ParseSortMode("SORT");
+  options.Rotation = ParseRotation(rotation);
+  options.PlotMode = ParsePlotMode("NONE");
+  options.ScoreMethod = ParseScoreMethod("NOSCORE");
+  options.RandomStart = ParseRandomStart("F");
+  options.SaveResults = false;
   options.PromaxPower = 4;
   options.ObliminDelta = 0.0;
   options.HarrisKaiserParameter = 0.0;

@@ -91,29 +91,29 @@ TEST(CommandFile, CompleteFileFillsEveryField) {
   EXPECT_EQ(o.SubjectCount, 250);
   EXPECT_FALSE(o.HasItemFile);
   EXPECT_EQ(o.OutFile, Pad("items.out", 35));
-  EXPECT_EQ(o.Print_Verbosity, "LONG ");
-  EXPECT_EQ(o.Coding, "OR");
-  EXPECT_EQ(o.InputForm, "COR ");
-  EXPECT_EQ(o.Smoothing, "SM");
-  EXPECT_EQ(o.Model, "PFA ");
+  EXPECT_EQ(o.Print_Verbosity, Verbosity::kLong);
+  EXPECT_EQ(o.Coding, Coding::kOrdered);
+  EXPECT_EQ(o.InputForm, InputForm::kCorrelations);
+  EXPECT_EQ(o.Smoothing, Smoothing::kSmooth);
+  EXPECT_EQ(o.Model, Model::kPrincipalFactors);
   EXPECT_EQ(o.FactorCount, 2);
-  EXPECT_EQ(o.LabelMode, Pad("LABELS", 15));
-  EXPECT_EQ(o.SortMode, Pad("SORT", 15));
-  EXPECT_EQ(o.Rotation, "PROMAX  ");
+  EXPECT_EQ(o.LabelMode, LabelMode::kLabels);
+  EXPECT_EQ(o.SortMode, SortMode::kSort);
+  EXPECT_EQ(o.Rotation, Rotation::kPromax);
   EXPECT_EQ(o.RotationName, Pad("Promax", 25));
   EXPECT_EQ(o.PromaxPower, 3);
-  EXPECT_EQ(o.ScoreMethod, "NOSCORE ");
-  EXPECT_EQ(o.PlotMode, "LOADINGS");
+  EXPECT_EQ(o.ScoreMethod, ScoreMethod::kNoScore);
+  EXPECT_EQ(o.PlotMode, PlotMode::kLoadings);
   EXPECT_EQ(o.CommunalityEpsilon, 0.001);
   EXPECT_EQ(o.CommunalityIterations, 150);
   EXPECT_EQ(o.RotationEpsilon, 0.0002);
   EXPECT_EQ(o.RotationIterations, 250);
-  EXPECT_EQ(o.RandomStart, "F");
+  EXPECT_EQ(o.RandomStart, RandomStart::kUnrotated);
   EXPECT_EQ(o.HyperplaneWidth, 0.15);
-  EXPECT_EQ(o.InitialCommunality, "SMC");
+  EXPECT_EQ(o.InitialCommunality, InitialCommunality::kSmc);
   EXPECT_EQ(o.PageWidth, 100);
-  EXPECT_EQ(o.SaveResults, "T");
-  EXPECT_EQ(o.SaveCodes, (std::vector<std::string>{"COR", "FAC"}));
+  EXPECT_TRUE(o.SaveResults);
+  EXPECT_EQ(o.SaveCodes, (std::vector<SaveCode>{SaveCode::kCor, SaveCode::kFac}));
   // Column 9 is part of the record format, blank or not.
   EXPECT_EQ(o.RecordFormat, Pad(" (F4.0,8F1.0)", 80));
   ASSERT_EQ(o.Labels.size(), 8u);
@@ -139,14 +139,14 @@ TEST(CommandFile, KeywordsAndWordsInAnyCaseNamesKeepTheirCase) {
   EXPECT_EQ(o.Title, Pad(" Mixed Case", 80));
   EXPECT_EQ(o.DataFile, Pad("Corr.Dat", 50));
   EXPECT_EQ(o.OutFile, Pad("Report.Out", 35));
-  EXPECT_EQ(o.Print_Verbosity, "SHORT");
-  EXPECT_EQ(o.Coding, "CO");
-  EXPECT_EQ(o.Model, "PFA ");
-  EXPECT_EQ(o.LabelMode, Pad("NOLABELS", 15));
+  EXPECT_EQ(o.Print_Verbosity, ParseVerbosity("SHORT"));
+  EXPECT_EQ(o.Coding, ParseCoding("CO"));
+  EXPECT_EQ(o.Model, ParseModel("PFA"));
+  EXPECT_EQ(o.LabelMode, ParseLabelMode("NOLABELS"));
   EXPECT_EQ(o.RotationName, Pad("Varimax", 25));
-  EXPECT_EQ(o.PlotMode, "LOADINGS");
-  EXPECT_EQ(o.RandomStart, "T");
-  EXPECT_EQ(o.SaveCodes, (std::vector<std::string>{"COR"}));
+  EXPECT_EQ(o.PlotMode, ParsePlotMode("LOADINGS"));
+  EXPECT_EQ(o.RandomStart, ParseRandomStart("T"));
+  EXPECT_EQ(o.SaveCodes, (std::vector<SaveCode>{SaveCode::kCor}));
   EXPECT_EQ(o.RecordFormat, Pad(" (3f4.0)", 80));
 }
 const std::string kTechnical = ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T";
@@ -297,11 +297,11 @@ TEST(CommandFile, FilesThatParse) {
 
 TEST(CommandFile, WordsAndValuesOfSingleLines) {
   ParseOutcome parsed = ParseText(With(3, ">METRIC: CONTINUOUS COR NOSMOOTH"));
-  EXPECT_EQ(parsed.options.Coding, "CO");
-  EXPECT_EQ(parsed.options.InputForm, "COR ");
-  EXPECT_EQ(parsed.options.Smoothing, "NO");
+  EXPECT_EQ(parsed.options.Coding, ParseCoding("CO"));
+  EXPECT_EQ(parsed.options.InputForm, ParseInputForm("COR"));
+  EXPECT_EQ(parsed.options.Smoothing, ParseSmoothing("NO"));
   parsed = ParseText(With(6, ">SCORE: REG"));  // "COR" forces "NOSCORE"
-  EXPECT_EQ(parsed.options.ScoreMethod, "NOSCORE ");
+  EXPECT_EQ(parsed.options.ScoreMethod, ParseScoreMethod("NOSCORE"));
   parsed = ParseText(With(5, ">ROTATE: PROMAX 4.0"));
   EXPECT_EQ(parsed.options.PromaxPower, 4);
   parsed = ParseText(With(5, ">ROTATE: HK 0.5"));
@@ -312,13 +312,13 @@ TEST(CommandFile, WordsAndValuesOfSingleLines) {
   // An unknown rotation word is no error and names no rotation.
   parsed = ParseText(With(5, ">ROTATE: QUARTIMAX"));
   ASSERT_FALSE(parsed.stopped) << parsed.out;
-  EXPECT_EQ(parsed.options.Rotation, "QUARTIMA");
+  EXPECT_EQ(parsed.options.Rotation, ParseRotation("QUARTIMA"));
   EXPECT_EQ(parsed.options.RotationName, std::string(25, ' '));
   // Fields behind the last one are dropped.
   parsed = ParseText(With(5, ">ROTATE: VARIMAX 3 and more"));
   ASSERT_FALSE(parsed.stopped) << parsed.out;
-  EXPECT_EQ(parsed.options.Rotation, "VARIMAX ");
-  EXPECT_EQ(parsed.options.ScoreMethod, "NOSCORE ");
+  EXPECT_EQ(parsed.options.Rotation, ParseRotation("VARIMAX"));
+  EXPECT_EQ(parsed.options.ScoreMethod, ParseScoreMethod("NOSCORE"));
   // Names are cut to their fields.
   const std::string long_name(120, 'n');
   parsed = ParseText(With(1, ">DATA: " + long_name + " 3 100"));
@@ -339,7 +339,7 @@ TEST(CommandFile, ObliminDeltaAboveZeroIsTheStopText) {
   parsed = ParseText(With(5, ">ROTATE: oblimin -0.5"));
   ASSERT_FALSE(parsed.stopped);
   EXPECT_EQ(parsed.options.ObliminDelta, -0.5);
-  EXPECT_EQ(parsed.options.Rotation, "OBLIMIN ");
+  EXPECT_EQ(parsed.options.Rotation, ParseRotation("OBLIMIN"));
   EXPECT_EQ(parsed.options.RotationName, Pad("Oblimin", 25));
 }
 TEST(CommandFile, SortOfAnUnrotatedSolutionIsWarnedAndDropped) {
@@ -349,8 +349,8 @@ TEST(CommandFile, SortOfAnUnrotatedSolutionIsWarnedAndDropped) {
   ParseOutcome parsed = ParseText(Join(lines));
   ASSERT_FALSE(parsed.stopped);
   EXPECT_EQ(parsed.out, Col(30, "WARNING: Velquorin does not sort unrotated solutions") + "\n\n");
-  EXPECT_EQ(parsed.options.SortMode, Pad("NOSORT", 15));
-  EXPECT_EQ(parsed.options.Rotation, "NONE    ");
+  EXPECT_EQ(parsed.options.SortMode, ParseSortMode("NOSORT"));
+  EXPECT_EQ(parsed.options.Rotation, ParseRotation("NONE"));
 }
 TEST(CommandFile, OneFactorKeepsTheNameAndRotatesNothing) {
   std::vector<std::string> lines = BaseLines();
@@ -359,16 +359,16 @@ TEST(CommandFile, OneFactorKeepsTheNameAndRotatesNothing) {
   ParseOutcome parsed = ParseText(Join(lines));
   ASSERT_FALSE(parsed.stopped);
   EXPECT_EQ(parsed.out, "");  // no warning: the word was "PROMAX" when it was looked at
-  EXPECT_EQ(parsed.options.Rotation, "None    ");
-  EXPECT_FALSE(Is(parsed.options.Rotation, "NONE"));
+  EXPECT_EQ(parsed.options.Rotation, Rotation::kOneFactor);
+  EXPECT_EQ(parsed.options.RotationAsked, Rotation::kPromax);
   EXPECT_EQ(parsed.options.RotationName, Pad("Promax", 25));
-  EXPECT_EQ(parsed.options.SortMode, Pad("SORT", 15));
+  EXPECT_EQ(parsed.options.SortMode, ParseSortMode("SORT"));
 
   // With "NONE" the sort warning comes first, then the word becomes "None".
   lines[5] = ">ROTATE: NONE";
   parsed = ParseText(Join(lines));
   EXPECT_EQ(parsed.out, Col(30, "WARNING: Velquorin does not sort unrotated solutions") + "\n\n");
-  EXPECT_EQ(parsed.options.Rotation, "None    ");
+  EXPECT_EQ(parsed.options.Rotation, Rotation::kOneFactor);
   EXPECT_EQ(parsed.options.RotationName, Pad("None", 25));
 }
 TEST(CommandFile, UnquotedNameEndsAtASlash) {
@@ -391,11 +391,11 @@ TEST(CommandFile, TechnicalAndOutputLines) {
   EXPECT_EQ(o.CommunalityIterations, 200);
   EXPECT_EQ(o.RotationEpsilon, 0.0001);
   EXPECT_EQ(o.RotationIterations, 200);
-  EXPECT_EQ(o.RandomStart, "T");
+  EXPECT_EQ(o.RandomStart, ParseRandomStart("T"));
   EXPECT_EQ(o.HyperplaneWidth, 0.2);
-  EXPECT_EQ(o.InitialCommunality, "ONE");
+  EXPECT_EQ(o.InitialCommunality, ParseInitialCommunality("ONE"));
   EXPECT_EQ(o.PageWidth, 130);
-  EXPECT_EQ(o.SaveResults, "F");
+  EXPECT_FALSE(o.SaveResults);
   EXPECT_TRUE(o.SaveCodes.empty());
 
   // A slash ends the list read; every value behind it keeps its default,
@@ -405,15 +405,16 @@ TEST(CommandFile, TechnicalAndOutputLines) {
   EXPECT_EQ(parsed.options.CommunalityEpsilon, 0.001);
   EXPECT_EQ(parsed.options.CommunalityIterations, 50);
   EXPECT_EQ(parsed.options.RotationEpsilon, 0.0001);
-  EXPECT_EQ(parsed.options.RandomStart, "T");
-  EXPECT_EQ(parsed.options.InitialCommunality, "ONE");
+  EXPECT_EQ(parsed.options.RandomStart, ParseRandomStart("T"));
+  EXPECT_EQ(parsed.options.InitialCommunality, ParseInitialCommunality("ONE"));
   EXPECT_EQ(parsed.options.PageWidth, 130);
-  EXPECT_EQ(parsed.options.SaveResults, "F");
+  EXPECT_FALSE(parsed.options.SaveResults);
 
   // The count of codes is a real number, truncated.
-  const std::pair<std::string, std::vector<std::string>> outputs[] = {
-      {">OUTPUT: 3.0 eig COR FAC RSD", {"EIG", "COR", "FAC"}},
-      {">OUTPUT: 7.9 A B C D E F G", {"A  ", "B  ", "C  ", "D  ", "E  ", "F  ", "G  "}},
+  const SaveCode kOther = SaveCode::kOther;
+  const std::pair<std::string, std::vector<SaveCode>> outputs[] = {
+      {">OUTPUT: 3.0 eig COR FAC RSD", {SaveCode::kEig, SaveCode::kCor, SaveCode::kFac}},
+      {">OUTPUT: 7.9 A B C D E F G", {kOther, kOther, kOther, kOther, kOther, kOther, kOther}},
       {">OUTPUT: 0", {}}};
   for (const auto& [line, codes] : outputs) {
     parsed = ParseText(Insert(8, kTechnical + "\n" + line));
@@ -456,7 +457,7 @@ TEST(CommandFile, OverLongLines) {
   ParseOutcome parsed = ParseText(Join(lines));
   ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
   EXPECT_EQ(parsed.options.Title, " " + std::string(79, 'x'));
-  EXPECT_EQ(parsed.options.PlotMode, "LLLLLLLL");
+  EXPECT_EQ(parsed.options.PlotMode, ParsePlotMode("LLLLLLLL"));
 }
 // Every command file, however damaged, ends in a parse that returns or a
 // stop; never in a crash or a hang. The mutations are deterministic.

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
 #include "run/command_file.h"
 #include "run/saved_matrices.h"
 #include "run_test_support.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -260,9 +260,9 @@ TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
 
 TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   RunOptions options;
-  options.Coding = "OR";
-  options.SaveResults = "T";
-  options.SaveCodes = {"FAC"};
+  options.Coding = ParseCoding("OR");
+  options.SaveResults = true;
+  options.SaveCodes = {SaveCode::kFac};
   RunContext context;
   context.RunDirectory = folder_ + "/";
   context.RunStem = "wave1.in";
@@ -271,7 +271,7 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   SaveCorrelationMatrix(options, context, r, file);
   EXPECT_FALSE(file.is_open());
   EXPECT_FALSE(std::filesystem::exists("wave1.cor"));
-  options.SaveCodes = {"EIG", "COR"};
+  options.SaveCodes = {SaveCode::kEig, SaveCode::kCor};
   SaveCorrelationMatrix(options, context, r, file);
   EXPECT_TRUE(file.is_open());  // kept open to the end of the run
   EXPECT_EQ(file.unit(), 15);
@@ -279,15 +279,15 @@ TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.cor"),
             " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
 
-  options.Smoothing = "SM";
-  options.InputForm = "RAW ";
-  options.SaveCodes = {"SMO"};
+  options.Smoothing = ParseSmoothing("SM");
+  options.InputForm = ParseInputForm("RAW ");
+  options.SaveCodes = {SaveCode::kSmo};
   SaveSmoothedMatrix(options, context, r);
   EXPECT_EQ(ReadWhole(folder_ + "/wave1.smo"),
             " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
   std::filesystem::remove(folder_ + "/wave1.smo");
-  options.InputForm = "COR ";
-  options.Coding = "CO";
+  options.InputForm = ParseInputForm("COR ");
+  options.Coding = ParseCoding("CO");
   SaveSmoothedMatrix(options, context, r);
   EXPECT_FALSE(std::filesystem::exists(folder_ + "/wave1.smo"));
 }
@@ -353,7 +353,7 @@ TEST(DriverPieces, CorrelationTableWidth) {
 
 TEST(DriverPieces, SmoothingRunsAndIsSavedByTheTable) {
   RunOptions options;
-  options.Smoothing = "SM";
+  options.Smoothing = ParseSmoothing("SM");
   struct Row {
     const char* form;
     const char* coding;
@@ -371,14 +371,14 @@ TEST(DriverPieces, SmoothingRunsAndIsSavedByTheTable) {
                       {"COR ", "CO", true, false},
                       {"FLD1", "CO", false, false}};
   for (const Row& row : rows) {
-    options.InputForm = row.form;
-    options.Coding = row.coding;
+    options.InputForm = ParseInputForm(row.form);
+    options.Coding = ParseCoding(row.coding);
     EXPECT_EQ(SmoothingRuns(options), row.runs) << row.form << row.coding;
     EXPECT_EQ(SavesSmoothedMatrix(options), row.saved) << row.form << row.coding;
   }
-  options.InputForm = "RAW ";
-  options.Coding = "OR";
-  options.Smoothing = "PS";  // shown as smoothed, never smoothed
+  options.InputForm = ParseInputForm("RAW ");
+  options.Coding = ParseCoding("OR");
+  options.Smoothing = ParseSmoothing("PS");  // shown as smoothed, never smoothed
   EXPECT_FALSE(SmoothingRuns(options));
 }
 
@@ -388,14 +388,14 @@ TEST(DriverPieces, CorrelationFileLayouts) {
   r(1, 1) = 1.0;
   r(0, 1) = r(1, 0) = 0.123456789012;
   RunOptions options;
-  options.Coding = "OR";
+  options.Coding = ParseCoding("OR");
   OutputFile file;
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
   EXPECT_EQ(file.Text(),
             " 1.000000000  0.123456789\n"
             " 0.123456789  1.000000000\n");
-  options.Coding = "IP";
+  options.Coding = ParseCoding("IP");
   file.OpenInMemory(15);
   WriteCorrelationFile(options, r, file);
   EXPECT_EQ(file.Text(),

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -32,19 +32,19 @@ RunOptions DemoOptions() {
   RunOptions o;
   o.VariableCount = 8;
   o.SubjectCount = 250;
-  o.Coding = "OR";
-  o.InputForm = "RAW ";
-  o.Smoothing = "SM";
-  o.Model = "PFA ";
+  o.Coding = ParseCoding("OR");
+  o.InputForm = ParseInputForm("RAW ");
+  o.Smoothing = ParseSmoothing("SM");
+  o.Model = ParseModel("PFA ");
   o.FactorCount = 2;
-  o.LabelMode = PadRight("LABELS", 15);
-  o.SortMode = PadRight("SORT", 15);
-  o.Rotation = PadRight("PROMAX", 8);
+  o.LabelMode = ParseLabelMode("LABELS");
+  o.SortMode = ParseSortMode("SORT");
+  o.Rotation = ParseRotation("PROMAX");
   o.RotationName = PadRight("Promax", 25);
-  o.ScoreMethod = PadRight("NOSCORE", 8);
-  o.PlotMode = PadRight("LOADINGS", 8);
-  o.InitialCommunality = "SMC";
-  o.SaveResults = "T";
+  o.ScoreMethod = ParseScoreMethod("NOSCORE");
+  o.PlotMode = ParsePlotMode("LOADINGS");
+  o.InitialCommunality = ParseInitialCommunality("SMC");
+  o.SaveResults = true;
   return o;
 }
 
@@ -148,7 +148,7 @@ TEST(ReportHead, WhereTheListingEnds) {
   };
   for (const Case& c : cases) {
     RunOptions options = DemoOptions();
-    options.LabelMode = PadRight(c.label_mode, 15);
+    options.LabelMode = ParseLabelMode(c.label_mode);
     std::vector<std::string> listing = Listing(Head(options, c.file));
     ASSERT_EQ(listing.size(), c.count) << c.file;
     for (const auto& [index, line] : c.lines) EXPECT_EQ(listing[index], line) << index;
@@ -207,10 +207,10 @@ TEST(ReportHead, ModelSectionLines) {
   };
   for (const Case& c : cases) {
     RunOptions options = DemoOptions();
-    if (!c.model.empty()) options.Model = c.model;
-    if (!c.coding.empty()) options.Coding = c.coding;
-    if (!c.score.empty()) options.ScoreMethod = PadRight(c.score, 8);
-    if (!c.smoothing.empty()) options.Smoothing = c.smoothing;
+    if (!c.model.empty()) options.Model = ParseModel(c.model);
+    if (!c.coding.empty()) options.Coding = ParseCoding(c.coding);
+    if (!c.score.empty()) options.ScoreMethod = ParseScoreMethod(c.score);
+    if (!c.smoothing.empty()) options.Smoothing = ParseSmoothing(c.smoothing);
     options.FactorCount = c.m;
     // The coding text is A31 behind a 21-character lead: 52 positions.
     const std::string line = c.start == "Variables are coded:" ? PadRight(c.line, 52) : c.line;
@@ -227,7 +227,7 @@ TEST(ReportHead, NumbersThatDoNotFitShowAsterisks) {
   options.RotationEpsilon = 0.5;
   options.CommunalityIterations = 10000;
   options.RotationIterations = 5;
-  options.RandomStart = "F";
+  options.RandomStart = ParseRandomStart("F");
   options.HyperplaneWidth = 0.15;
   const std::string head = Head(options, ">FORMAT: (F4.0)\n");
   const std::pair<const char*, const char*> lines[] = {
@@ -243,7 +243,7 @@ TEST(ReportHead, NumbersThatDoNotFitShowAsterisks) {
   };
   for (const auto& [start, line] : lines) EXPECT_EQ(LineStarting(head, start), line);
   options.SubjectCount = 999999;
-  options.RandomStart = "X";
+  options.RandomStart = ParseRandomStart("X");
   const std::string other = Head(options, ">FORMAT: (F4.0)\n");
   EXPECT_EQ(LineStarting(other, "Number of subjects"), "Number of subjects = 999999");
   EXPECT_EQ(LineStarting(other, "Rotate from"), "");

@@ -8,8 +8,8 @@
 
 #include "data/record_reader.h"
 #include "frame/console.h"
+#include "options/run_options.h"
 #include "run/command_file.h"
-#include "run/run_options.h"
 
 namespace vq::testing {
 

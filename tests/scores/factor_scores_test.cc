@@ -7,16 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "frame/output_file.h"
 #include "kernels/failure.h"
 #include "kernels/matrix.h"
+#include "kernels/pearson.h"
 
 namespace vq {
 namespace {
 
-const std::string kPfa = "PFA ";
+const Model kPfa = Model::kPrincipalFactors;
 const std::string kColumn30 = std::string(28, ' ');
 const std::string kStopLines = "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
 
@@ -153,8 +153,8 @@ struct TwoItems {
     loadings.values = {0.8, 0.6};
     report.OpenInMemory(11);
   }
-  // Runs one estimator on the example, `model` the fixed-width model word.
-  void Estimate(bool bartlett, const std::string& model) {
+  // Runs one estimator on the example under `model`.
+  void Estimate(bool bartlett, Model model) {
     auto* estimator = bartlett ? &BartlettScores : &RegressionScores;
     estimator(data, means, deviations, 2, 4, 1, r, loadings, scores, 130, model, report);
   }
@@ -209,8 +209,8 @@ TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
 }
 
 TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"PCA ", kColumn30 + "Computing component scores\n\n"}, {"XYZ ", ""}};
+  const std::pair<Model, std::string> cases[] = {
+      {Model::kComponents, kColumn30 + "Computing component scores\n\n"}, {Model::kOther, ""}};
   for (const auto& [model, line] : cases) {
     TwoItems example;
     ConsoleCapture capture;
@@ -222,7 +222,7 @@ TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
 TEST(ScoreChecks, BartlettNeedsUniqueVariancesAndEveryItemAVariance) {
   TwoItems example;
   example.r(0, 0) = example.r(1, 1) = 1.0;
-  EXPECT_EQ(StopText([&] { example.Estimate(true, "PCA "); }),
+  EXPECT_EQ(StopText([&] { example.Estimate(true, Model::kComponents); }),
             Fatal("FATAL ERROR: Bartlett scores need unique variances, and principal",
                   "components have none. Use >SCORE: REG for component scores."));
   EXPECT_EQ(StopText([&] { CheckUniqueVariances(example.r, 2, kPfa); }),

@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "correlation/pearson.h"
 #include "frame/console.h"
 #include "frame/output_file.h"
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
-#include "run/run_options.h"
+#include "kernels/pearson.h"
+#include "options/run_options.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -32,14 +32,14 @@ RunOptions Options(std::string_view rotation,
   options.VariableCount = 4;
   options.SubjectCount = 6;
   options.FactorCount = 2;
-  options.Coding = "CO";
-  options.InputForm = "RAW ";
-  options.Model = "PFA ";
-  options.LabelMode = PadRight("NOLABELS", 15);
-  options.SortMode = PadRight(sort, 15);
-  options.Rotation = PadRight(rotation, 8);
-  options.ScoreMethod = PadRight(method, 8);
-  options.PlotMode = PadRight(plot, 8);
+  options.Coding = ParseCoding("CO");
+  options.InputForm = ParseInputForm("RAW ");
+  options.Model = ParseModel("PFA ");
+  options.LabelMode = ParseLabelMode("NOLABELS");
+  options.SortMode = ParseSortMode(sort);
+  options.Rotation = ParseRotation(rotation);
+  options.ScoreMethod = ParseScoreMethod(method);
+  options.PlotMode = ParsePlotMode(plot);
   return options;
 }
 
@@ -104,8 +104,8 @@ TEST(PlanScorePhase, ScoresForContinuousCodingsAndNotesForWhatIsPassedOver) {
   };
   for (const auto& c : cases) {
     RunOptions options = Options("VARIMAX", c.method, c.plot);
-    options.Coding = c.coding;
-    options.Model = c.model;
+    options.Coding = ParseCoding(c.coding);
+    options.Model = ParseModel(c.model);
     ConsoleCapture capture;
     const ScorePlan plan = PlanScorePhase(options);
     EXPECT_EQ(plan.estimate, c.estimate) << c.coding << c.model << c.method << c.plot;

@@ -8,8 +8,8 @@
 // Orthogonal solutions: OrderFactors, then ReflectFactors.
 // Oblique solutions:    ReflectObliqueFactors, then OrderObliqueFactors; the
 // factor correlations follow every sign change and every move of a factor.
-#ifndef VELQUORIN_ROTATION_FACTOR_ORDER_H_
-#define VELQUORIN_ROTATION_FACTOR_ORDER_H_
+#ifndef VELQUORIN_KERNELS_FACTOR_ORDER_H_
+#define VELQUORIN_KERNELS_FACTOR_ORDER_H_
 
 #include "kernels/matrix.h"
 
@@ -37,4 +37,4 @@ void OrderObliqueFactors(Matrix& pattern, int p, int m, Matrix& phi);
 
 }  // namespace vq
 
-#endif  // VELQUORIN_ROTATION_FACTOR_ORDER_H_
+#endif  // VELQUORIN_KERNELS_FACTOR_ORDER_H_

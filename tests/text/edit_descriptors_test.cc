@@ -1,4 +1,4 @@
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 #include <gtest/gtest.h>
 

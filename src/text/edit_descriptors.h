@@ -9,8 +9,8 @@
 //
 // Rounding is to nearest on the exact binary value, with exact halves going
 // away from zero.
-#ifndef VELQUORIN_REPORT_EDIT_DESCRIPTORS_H_
-#define VELQUORIN_REPORT_EDIT_DESCRIPTORS_H_
+#ifndef VELQUORIN_TEXT_EDIT_DESCRIPTORS_H_
+#define VELQUORIN_TEXT_EDIT_DESCRIPTORS_H_
 
 #include <string>
 #include <string_view>
@@ -54,4 +54,4 @@ std::string FreeFormInteger(long long value);
 
 }  // namespace vq
 
-#endif  // VELQUORIN_REPORT_EDIT_DESCRIPTORS_H_
+#endif  // VELQUORIN_TEXT_EDIT_DESCRIPTORS_H_

@@ -1,4 +1,4 @@
-#include "rotation/factor_order.h"
+#include "kernels/factor_order.h"
 
 #include <cmath>
 #include <vector>

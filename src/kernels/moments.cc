@@ -1,4 +1,4 @@
-#include "extraction/moments.h"
+#include "kernels/moments.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kernels/failure.h"
-#include "report/edit_descriptors.h"
+#include "text/edit_descriptors.h"
 
 namespace vq {
 

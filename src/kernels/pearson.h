@@ -2,8 +2,8 @@
 // with the means, standard deviations and sums of products that the later
 // phases of a run keep. Used for the codings "CO" and "IP" and by the
 // rotation's random starts.
-#ifndef VELQUORIN_CORRELATION_PEARSON_H_
-#define VELQUORIN_CORRELATION_PEARSON_H_
+#ifndef VELQUORIN_KERNELS_PEARSON_H_
+#define VELQUORIN_KERNELS_PEARSON_H_
 
 #include <vector>
 
@@ -29,4 +29,4 @@ void G02BAF(int n,
 
 }  // namespace vq
 
-#endif  // VELQUORIN_CORRELATION_PEARSON_H_
+#endif  // VELQUORIN_KERNELS_PEARSON_H_

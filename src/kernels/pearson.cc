@@ -1,4 +1,4 @@
-#include "correlation/pearson.h"
+#include "kernels/pearson.h"
 
 #include <cmath>
 

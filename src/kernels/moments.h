@@ -1,8 +1,8 @@
 // Summary statistics of a list of values: the moments (G01AAF) and the
 // five-point summary (G01ALF) that the fit analysis prints for its residuals.
 // Every value has weight 1; the program never weights its lists.
-#ifndef VELQUORIN_EXTRACTION_MOMENTS_H_
-#define VELQUORIN_EXTRACTION_MOMENTS_H_
+#ifndef VELQUORIN_KERNELS_MOMENTS_H_
+#define VELQUORIN_KERNELS_MOMENTS_H_
 
 namespace vq {
 
@@ -35,4 +35,4 @@ void G01ALF(int n, const double* x, double* res, int& ifail);
 
 }  // namespace vq
 
-#endif  // VELQUORIN_EXTRACTION_MOMENTS_H_
+#endif  // VELQUORIN_KERNELS_MOMENTS_H_

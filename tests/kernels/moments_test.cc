@@ -1,4 +1,4 @@
-#include "extraction/moments.h"
+#include "kernels/moments.h"
 
 #include <gtest/gtest.h>
 

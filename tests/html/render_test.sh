@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# Renders a sample report page in headless Chromium and checks what a reader
+# would get: the page is well-formed and self-contained, the browser's DOM
+# has every section, and a 1280 x 2000 screenshot is not blank.
+#
+#   render_test.sh SAMPLE_PAGE_PROGRAM demo|large|stopped WORK_DIR
+#
+# Exits 77 (skipped) with one line when no Chromium is installed.
+set -euo pipefail
+
+program=$1
+kind=$2
+work=$3
+here=$(cd "$(dirname "$0")" && pwd)
+width=1280
+height=2000
+
+# CHROMIUM may name the browser; when it names none that runs, the test is
+# skipped as on a machine without one.
+browser=${CHROMIUM:-}
+if [[ -n $browser && ! -x $(command -v "$browser" 2>/dev/null || true) ]]; then
+  echo "SKIPPED: CHROMIUM=$browser is not a program that runs; the HTML page was not rendered."
+  exit 77
+fi
+if [[ -z $browser ]]; then
+  for candidate in /usr/bin/chromium chromium chromium-browser; do
+    if command -v "$candidate" >/dev/null 2>&1; then
+      browser=$(command -v "$candidate")
+      break
+    fi
+  done
+fi
+if [[ -z $browser ]]; then
+  echo "SKIPPED: no Chromium found (Debian package 'chromium'); the HTML page was not rendered."
+  exit 77
+fi
+python=/usr/bin/python3
+[[ -x $python ]] || python=python3
+
+case $kind in
+  demo) ids="settings scree loadings factor-correlations structure residuals scores triplets notes" ;;
+  large) ids="settings scree loadings scores triplets notes" ;;
+  stopped) ids="stop settings scree notes" ;;
+  *) echo "render_test.sh: unknown page kind '$kind'"; exit 2 ;;
+esac
+
+rm -rf "$work"
+mkdir -p "$work"
+profile=$(mktemp -d)
+trap 'rm -rf "$profile"' EXIT
+export HOME=${HOME:-$profile}
+
+page=$work/page.html
+"$program" "$page" "$kind"
+"$python" "$here/check_page.py" page "$page"
+
+chromium_flags=(--headless --no-sandbox --disable-gpu --disable-quic --no-first-run
+  --disable-background-networking --disable-component-update --disable-sync
+  --hide-scrollbars --user-data-dir="$profile" --window-size=$width,$height)
+
+if ! timeout 180 "$browser" "${chromium_flags[@]}" --dump-dom "file://$page" \
+    >"$work/dom.html" 2>"$work/chromium_dom.log"; then
+  echo "FAIL: Chromium could not load the page (see $work/chromium_dom.log)"
+  exit 1
+fi
+"$python" "$here/check_page.py" dom "$work/dom.html" $ids
+
+if ! timeout 180 "$browser" "${chromium_flags[@]}" --screenshot="$work/page.png" "file://$page" \
+    >"$work/chromium_shot.log" 2>&1 || [[ ! -s $work/page.png ]]; then
+  echo "FAIL: Chromium took no screenshot (see $work/chromium_shot.log)"
+  exit 1
+fi
+"$python" "$here/check_page.py" png "$work/page.png" $width $height
+echo "screenshot: $work/page.png"
