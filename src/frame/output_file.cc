@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::size_t kWriteBuffer = std::size_t{1} << 16;
 
+OutputFileLog* g_open_log = nullptr;
+
 }  // namespace
 
 OutputFile::~OutputFile() { CloseQuietly(); }
@@ -52,6 +54,7 @@ void OutputFile::Open(int unit, const std::string& path) {
   if (!buffer_) buffer_ = std::make_unique<char[]>(kWriteBuffer);
   std::setvbuf(file_, buffer_.get(), _IOFBF, kWriteBuffer);
   open_ = true;
+  if (g_open_log != nullptr) g_open_log->opened_.push_back({unit, path});
 }
 
 void OutputFile::OpenInMemory(int unit) {
@@ -105,5 +108,9 @@ void OutputFile::Close() {
     SevereError(38, "error during write, unit " + std::to_string(unit_) + ", file " + path_);
   }
 }
+
+OutputFileLog::OutputFileLog() { g_open_log = this; }
+
+OutputFileLog::~OutputFileLog() { g_open_log = nullptr; }
 
 }  // namespace vq

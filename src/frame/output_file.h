@@ -15,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vq {
 
@@ -64,6 +65,30 @@ class OutputFile {
   bool in_memory_ = false;
   bool open_ = false;
   std::string memory_;
+};
+
+// While alive, every file that `OutputFile::Open` opens is noted with its
+// stream, in the order of the opens (files in memory are not). A program
+// that runs the engine inside itself (src/api) learns from it which files a
+// run wrote. Logs do not nest; the run that opens the files must be the only
+// one in the process while the log lives.
+class OutputFileLog {
+ public:
+  struct Entry {
+    int unit;
+    std::string path;
+  };
+
+  OutputFileLog();
+  ~OutputFileLog();
+  OutputFileLog(const OutputFileLog&) = delete;
+  OutputFileLog& operator=(const OutputFileLog&) = delete;
+
+  const std::vector<Entry>& Opened() const { return opened_; }
+
+ private:
+  friend class OutputFile;
+  std::vector<Entry> opened_;
 };
 
 }  // namespace vq

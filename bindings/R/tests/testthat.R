@@ -1,0 +1,4 @@
+library(testthat)
+library(velquorin)
+
+test_check("velquorin")
