@@ -1,6 +1,6 @@
 // Cost of the factor score estimators on a large sample: the regression and
-// Bartlett methods for N subjects, p items and m factors, with the report
-// held in memory and the console captured.
+// Bartlett methods for N subjects, p items and m factors, without progress
+// lines.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -8,10 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "frame/console.h"
-#include "frame/output_file.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
-#include "scores/factor_scores.h"
+#include "scores/score_phase.h"
 
 namespace vq {
 namespace {
@@ -69,41 +68,20 @@ void BM_Scores(benchmark::State& state) {
   const int p = static_cast<int>(state.range(1));
   const int m = static_cast<int>(state.range(2));
   const Sample sample = MakeSample(N, p, m);
-  const std::string model = "PFA ";
-  ConsoleCapture capture;
+  const std::vector<double> ids(N, 1.0);
+  ScoreOptions options;
+  options.estimate = true;
+  options.method = kBartlett ? ScoreMethod::kBartlett : ScoreMethod::kRegression;
+  options.model = Model::kPrincipalFactors;
+  options.variable_count = p;
+  options.subject_count = N;
+  options.factor_count = m;
+  const ScoreData data{sample.items, ids, sample.means, sample.deviations, sample.r};
+  const ScoreLoadingChoice choice = ChooseScoreLoadings(options, sample.loadings, RotationResult());
   for (auto _ : state) {
-    Matrix r = sample.r;
-    Matrix scores;
-    OutputFile report;
-    report.OpenInMemory(11);
-    if (kBartlett) {
-      BartlettScores(sample.items,
-                     sample.means,
-                     sample.deviations,
-                     p,
-                     N,
-                     m,
-                     r,
-                     sample.loadings,
-                     scores,
-                     130,
-                     model,
-                     report);
-    } else {
-      RegressionScores(sample.items,
-                       sample.means,
-                       sample.deviations,
-                       p,
-                       N,
-                       m,
-                       r,
-                       sample.loadings,
-                       scores,
-                       130,
-                       model,
-                       report);
-    }
-    benchmark::DoNotOptimize(scores.values.data());
+    ScoreResult result;
+    EstimateScores(data, choice, options, SilentProgress(), result);
+    benchmark::DoNotOptimize(result.scores.values.data());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(N));
 }

@@ -108,16 +108,16 @@ bool DLINDS(int n, const Matrix& a, Matrix& ainv) { return CholeskyInverse(n, a,
 // give -infinity or NaN communalities); Promax and the factor score weights
 // get a finite, positive definite stand-in whose diagonal is positive, so
 // the square roots and divisions that follow stay defined.
-void InvertPositiveDefinite(const Matrix& a, int n, Matrix& inverse) {
+int InvertPositiveDefinite(const Matrix& a, int n, Matrix& inverse) {
   ERSET(0, 1, 0);
   const int failed_order = CholeskyInverse(n, a, inverse);
-  if (failed_order == 0 || n < 1) return;
+  if (failed_order == 0 || n < 1) return 0;
   if (failed_order < 0) {
     // Bad sizes cannot arise in the program; the unit matrix keeps the run
     // defined all the same.
     inverse.Reset(n, n);
     for (int i = 0; i < n; ++i) inverse(i, i) = 1.0;
-    return;
+    return 1;
   }
   const int finished = failed_order - 1;
   Matrix block(std::max(finished, 1), std::max(finished, 1));
@@ -136,6 +136,7 @@ void InvertPositiveDefinite(const Matrix& a, int n, Matrix& inverse) {
     for (int row = 0; row < finished; ++row) inverse(row, col) = block(row, col);
   }
   for (int i = finished; i < n; ++i) inverse(i, i) = 1.0;
+  return failed_order;
 }
 
 }  // namespace vq

@@ -21,8 +21,10 @@ bool DLINDS(int n, const Matrix& a, Matrix& ainv);
 // then DLINDS. Never stops the run. After a failed factorisation at the
 // leading k by k submatrix, `inverse` holds the inverse of the leading
 // (k - 1) by (k - 1) block of `a` and the unit matrix in the rest: finite,
-// positive definite, with a positive diagonal.
-void InvertPositiveDefinite(const Matrix& a, int n, Matrix& inverse);
+// positive definite, with a positive diagonal. Returns 0 when `inverse` is
+// the inverse of `a`, and k when it is the stand-in above (a caller that
+// keeps a record of its results notes it; the console has the message).
+int InvertPositiveDefinite(const Matrix& a, int n, Matrix& inverse);
 
 }  // namespace vq
 

@@ -29,7 +29,8 @@ void DFHARR(int nvar,
             double eps,
             const std::vector<double>& d,
             Matrix& b,
-            Matrix& fcor) {
+            Matrix& fcor,
+            RotationSweeps* sweeps) {
   ImslClearCode();
   if (!(c >= 0.0 && c <= 1.0)) {
     ImslError(kImslTerminal,
@@ -47,7 +48,7 @@ void DFHARR(int nvar,
               "MAXIT = " + std::to_string(maxit) + ".  MAXIT must be 1 or more.");
     PlainStop();
   }
-  DF2ARR(nvar, nf, a, nrm, maxit, w, c, eps, d, b, fcor);
+  DF2ARR(nvar, nf, a, nrm, maxit, w, c, eps, d, b, fcor, sweeps);
 }
 
 void DF2ARR(int nvar,
@@ -60,7 +61,8 @@ void DF2ARR(int nvar,
             double eps,
             const std::vector<double>& d,
             Matrix& b,
-            Matrix& fcor) {
+            Matrix& fcor,
+            RotationSweeps* sweeps) {
   if (eps <= 0.0) eps = kDefaultEps;
 
   std::vector<double> scale(nvar);
@@ -85,7 +87,7 @@ void DF2ARR(int nvar,
   }
 
   Matrix t;
-  DF2OTA(nvar, nf, rescaled, nrm, maxit, w, eps, b, t);
+  DF2OTA(nvar, nf, rescaled, nrm, maxit, w, eps, b, t, sweeps);
 
   const double e = (c - 1.0) * 2.0;
   std::vector<double> y(nf);
@@ -120,7 +122,8 @@ void DF2OTA(int nvar,
             double w,
             double eps,
             Matrix& b,
-            Matrix& t) {
+            Matrix& t,
+            RotationSweeps* sweeps) {
   if (eps <= 0.0) eps = kDefaultEps;
   const double p = static_cast<double>(nvar);
   const double g = w / p;
@@ -145,7 +148,8 @@ void DF2OTA(int nvar,
   int skipped_pairs = 0;
   const int pair_count = nf * (nf - 1) / 2;
   bool stopped = false;
-  for (int sweep = 0; sweep < maxit && !stopped; ++sweep) {
+  int sweep = 0;
+  for (; sweep < maxit && !stopped; ++sweep) {
     double criterion = 0.0;
     for (int j = 0; j < nf; ++j) {
       double fourth = 0.0;
@@ -212,6 +216,8 @@ void DF2OTA(int nvar,
       }
     }
   }
+  // A stop inside the pair loop ends the sweep it was counted in.
+  if (sweeps != nullptr) *sweeps = {sweep, stopped};
   if (!stopped) {
     ImslError(kImslWarning,
               kNoConvergence,

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kernels/matrix.h"
+#include "rotation/rotation_results.h"
 
 namespace vq {
 
@@ -23,6 +24,8 @@ namespace vq {
 // the name DFHARR: c outside 0 to 1 or maxit below 1 is a terminal error
 // that ends the run; sweeps used up give the warning "... iterations without
 // convergence.  Convergence assumed." with the solution as it stands.
+// `sweeps`, when not null, gets the sweeps run and whether the rotation
+// stopped before the limit.
 void DFHARR(int nvar,
             int nf,
             const Matrix& a,
@@ -33,7 +36,8 @@ void DFHARR(int nvar,
             double eps,
             const std::vector<double>& d,
             Matrix& b,
-            Matrix& fcor);
+            Matrix& fcor,
+            RotationSweeps* sweeps = nullptr);
 
 // The working form of DFHARR, after the argument checks.
 void DF2ARR(int nvar,
@@ -46,7 +50,8 @@ void DF2ARR(int nvar,
             double eps,
             const std::vector<double>& d,
             Matrix& b,
-            Matrix& fcor);
+            Matrix& fcor,
+            RotationSweeps* sweeps = nullptr);
 
 // The orthomax rotation inside it, by plane turns with arc-tangent angles:
 // `a` (nvar by nf, read only) is rotated to `b`, and `t` (nf by nf) gets the
@@ -61,7 +66,8 @@ void DF2OTA(int nvar,
             double w,
             double eps,
             Matrix& b,
-            Matrix& t);
+            Matrix& t,
+            RotationSweeps* sweeps = nullptr);
 
 }  // namespace vq
 

@@ -71,7 +71,8 @@ void DFDOBL(int nvar,
             int maxit,
             double eps,
             Matrix& b,
-            Matrix& fcor) {
+            Matrix& fcor,
+            RotationSweeps* sweeps) {
   ImslClearCode();
   if (maxit < 0) {
     ImslError(kImslTerminal,
@@ -96,7 +97,8 @@ void DFDOBL(int nvar,
          maxit == 0 ? kDefaultSweeps : maxit,
          eps == 0.0 ? kDefaultEps : eps,
          b,
-         fcor);
+         fcor,
+         sweeps);
 }
 
 void DF2OBL(int nvar,
@@ -107,7 +109,8 @@ void DF2OBL(int nvar,
             int maxit,
             double eps,
             Matrix& b,
-            Matrix& fcor) {
+            Matrix& fcor,
+            RotationSweeps* sweeps) {
   const double g = w / static_cast<double>(nvar);
   fcor.Reset(nf, nf);
   for (int j = 0; j < nf; ++j) fcor(j, j) = 1.0;
@@ -141,7 +144,8 @@ void DF2OBL(int nvar,
 
   double previous = kStartCriterion;
   bool converged = false;
-  for (int sweep = 0; sweep < maxit; ++sweep) {
+  int sweep = 0;
+  for (; sweep < maxit; ++sweep) {
     double f = 0.0;
     for (int j = 1; j < nf; ++j) {
       for (int l = 0; l < j; ++l) {
@@ -212,6 +216,7 @@ void DF2OBL(int nvar,
       }
     }
   }
+  if (sweeps != nullptr) *sweeps = {sweep, converged};
   if (!converged) {
     ImslError(kImslWarning,
               kNoConvergence,

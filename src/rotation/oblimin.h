@@ -7,6 +7,7 @@
 #define VELQUORIN_ROTATION_OBLIMIN_H_
 
 #include "kernels/matrix.h"
+#include "rotation/rotation_results.h"
 
 namespace vq {
 
@@ -17,7 +18,8 @@ namespace vq {
 // value of the criterion (0 means 0.0001). ERSET protocol under the name
 // DFDOBL: maxit or eps below 0 is a terminal error that ends the run, and
 // sweeps used up give the warning "... iterations with no convergence.
-// Convergence assumed." with the solution as it stands.
+// Convergence assumed." with the solution as it stands. `sweeps`, when not
+// null, gets the sweeps run and whether the stop value was met.
 void DFDOBL(int nvar,
             int nf,
             const Matrix& a,
@@ -26,7 +28,8 @@ void DFDOBL(int nvar,
             int maxit,
             double eps,
             Matrix& b,
-            Matrix& fcor);
+            Matrix& fcor,
+            RotationSweeps* sweeps = nullptr);
 
 // The working form, with the defaults of maxit and eps already applied.
 void DF2OBL(int nvar,
@@ -37,7 +40,8 @@ void DF2OBL(int nvar,
             int maxit,
             double eps,
             Matrix& b,
-            Matrix& fcor);
+            Matrix& fcor,
+            RotationSweeps* sweeps = nullptr);
 
 // The root of x^3 + a x^2 + b x + d = 0 that a pair step takes: the one real
 // root, or of three real roots the lower or higher one, whichever gives the

@@ -1,7 +1,5 @@
 #include "rotation/oblique.h"
 
-#include <string>
-
 #include "kernels/factor_order.h"
 #include "rotation/harris_kaiser.h"
 #include "rotation/oblimin.h"
@@ -11,45 +9,6 @@
 
 namespace vq {
 namespace {
-
-// Titles and the order of the parts of one oblique section.
-struct ObliqueSection {
-  std::string_view sorted_title;
-  std::string_view unsorted_title;
-  std::string_view correlation_title;
-  std::string_view structure_title;
-  std::string_view plot_title;
-  // Promax counts the hyperplanes before its structure matrix; the others
-  // print the structure matrix first, after two empty lines.
-  bool structure_first;
-};
-
-constexpr ObliqueSection kPromaxSection = {
-    "PROMAX Sorted Factor Loadings",
-    "PROMAX Rotated Factor Loadings",
-    "PROMAX: Inter-factor Correlations",
-    "Promax Factor Structure Matrix",
-    "Factor Pattern Plots:  Promax Rotation",
-    false,
-};
-
-constexpr ObliqueSection kObliminSection = {
-    "Oblimin Sorted Factor Loadings",
-    "Oblimin Rotated Factor Loadings",
-    "Oblimin: Inter-factor Correlations",
-    "Oblimin Factor Structure Matrix",
-    "Factor Pattern Plots:  Oblimin Rotation",
-    true,
-};
-
-constexpr ObliqueSection kHarrisKaiserSection = {
-    "Harris-Kaiser Sorted Factor Loadings",
-    "Harris-Kaiser Rotated Factor Loadings",
-    "Hairrs-Kaiser: Inter-factor Correlations",
-    "Harris-Kaiser Factor Structure Matrix",
-    "Factor Pattern Plots:  Harris-Kaiser Rotation",
-    true,
-};
 
 // p by m times m by m.
 Matrix TimesCorrelations(const Matrix& pattern, const Matrix& phi, int p, int m) {
@@ -64,108 +23,40 @@ Matrix TimesCorrelations(const Matrix& pattern, const Matrix& phi, int p, int m)
   return result;
 }
 
-// A p by m table by the sorted rule under "SORT" and the item rule under
-// "NOSORT"; any other word in `SortMode` prints nothing.
-void PrintPatternTable(const RunOptions& options,
-                       const RotationResults& results,
-                       const Matrix& a,
-                       int p,
-                       int m,
-                       std::string_view sorted_title,
-                       std::string_view unsorted_title,
-                       OutputFile& report) {
-  if (options.SortMode == SortMode::kSort) {
-    PrintTable(
-        report, a, p, m, "F8.3", sorted_title, 'C', &results.SortedLabels, options.PageWidth);
-  } else if (options.SortMode == SortMode::kNoSort) {
-    const bool labelled = options.LabelMode == LabelMode::kLabels;
-    PrintTable(report,
-               a,
-               p,
-               m,
-               "F8.3",
-               unsorted_title,
-               labelled ? 'C' : 'I',
-               labelled ? &results.ItemLabels : nullptr,
-               options.PageWidth);
-  }
-}
-
-void StructureTable(const RunOptions& options,
-                    const ObliqueSection& section,
-                    int p,
-                    int m,
-                    RotationResults& results,
-                    OutputFile& report) {
-  results.FactorStructure =
-      TimesCorrelations(results.FactorPattern, results.FactorCorrelations, p, m);
-  if (options.SortMode == SortMode::kSort) {
-    results.ItemOrderStructure =
-        TimesCorrelations(results.ItemOrderPattern, results.FactorCorrelations, p, m);
-  } else {
-    results.ItemOrderStructure = results.FactorStructure;
-  }
-  PrintPatternTable(options,
-                    results,
-                    results.FactorStructure,
-                    p,
-                    m,
-                    section.structure_title,
-                    section.structure_title,
-                    report);
-}
-
-// Everything of an oblique section after the rotation itself.
-void FinishOblique(const RunOptions& options,
-                   const ObliqueSection& section,
-                   int p,
-                   int m,
-                   RotationResults& results,
-                   OutputFile& report,
-                   std::string_view run_directory,
-                   std::string_view run_stem) {
-  Matrix& pattern = results.FactorPattern;
-  Matrix& phi = results.FactorCorrelations;
+// Everything of an oblique solution after the rotation itself.
+void FinishOblique(const RotationOptions& options, RotatedSolution& solution) {
+  Matrix& pattern = solution.loadings;
+  Matrix& phi = solution.factor_correlations;
+  const int p = pattern.rows;
+  const int m = pattern.cols;
+  solution.oblique = true;
   ReflectObliqueFactors(pattern, phi, p, m);
   OrderObliqueFactors(pattern, p, m, phi);
 
-  results.ItemLabels = ItemLabelsFor(options, p);
-  results.ItemOrderPattern = pattern;
-  if (options.SortMode == SortMode::kSort) {
-    SortLoadings(pattern, p, m, results.Order);
-    results.SortedLabels = SortedLabelsFor(results.ItemLabels, results.Order);
+  solution.item_labels = options.item_labels;
+  solution.item_order_loadings = pattern;
+  if (options.sort_rows) {
+    SortLoadings(pattern, p, m, solution.order);
+    solution.sorted_labels = SortedLabelsFor(solution.item_labels, solution.order);
   }
-  PrintPatternTable(
-      options, results, pattern, p, m, section.sorted_title, section.unsorted_title, report);
-
-  report.EmptyLines(2);
-  PrintTable(report, phi, m, m, "F8.3", section.correlation_title, 'I', nullptr, options.PageWidth);
-
-  SaveFactorFile(options, pattern, run_directory, run_stem);
-  SavePhiFile(options, phi, run_directory, run_stem);
-
-  if (section.structure_first) {
-    report.EmptyLines(2);
-    StructureTable(options, section, p, m, results, report);
-    HyperplaneSection(pattern, p, m, options.HyperplaneWidth, report);
-  } else {
-    HyperplaneSection(pattern, p, m, options.HyperplaneWidth, report);
-    StructureTable(options, section, p, m, results, report);
-  }
-
-  PatternPlotSection(options, section.plot_title, pattern, p, m, report);
-  results.oblique = true;
+  solution.structure = TimesCorrelations(pattern, phi, p, m);
+  // The item-order structure is its own product under "SORT", so that both
+  // are the sums the report has always formed.
+  solution.item_order_structure = options.sort_rows
+                                      ? TimesCorrelations(solution.item_order_loadings, phi, p, m)
+                                      : solution.structure;
+  solution.hyperplane_counts = HyperplaneCounts(pattern, options.hyperplane_width);
 }
 
 }  // namespace
 
-std::vector<double> UniqueVariances(const RunOptions& options,
+std::vector<double> UniqueVariances(Model model,
                                     const std::vector<double>& communalities,
                                     const Matrix& r,
                                     int p) {
   std::vector<double> d(p, 1.0);
-  if (options.Model == Model::kComponents) return d;
-  if (options.Model == Model::kPrincipalFactors) {
+  if (model == Model::kComponents) return d;
+  if (model == Model::kPrincipalFactors) {
     for (int item = 0; item < p; ++item) d[item] = 1.0 - r(item, item);
     return d;
   }
@@ -175,65 +66,63 @@ std::vector<double> UniqueVariances(const RunOptions& options,
   return d;
 }
 
-void RunPromax(const RunOptions& options,
-               int p,
-               int m,
-               RotationResults& results,
-               OutputFile& report,
-               std::string_view run_directory,
-               std::string_view run_stem) {
-  PROMAX(results.ItemOrderLoadings,
-         results.FactorPattern,
-         results.FactorCorrelations,
+RotatedSolution Promax(const RotatedSolution& varimax, const RotationOptions& options) {
+  const int p = varimax.item_order_loadings.rows;
+  const int m = varimax.item_order_loadings.cols;
+  RotatedSolution solution;
+  solution.method = Rotation::kPromax;
+  PROMAX(varimax.item_order_loadings,
+         solution.loadings,
+         solution.factor_correlations,
          p,
          m,
-         options.PromaxPower);
-  FinishOblique(options, kPromaxSection, p, m, results, report, run_directory, run_stem);
+         options.promax_power);
+  FinishOblique(options, solution);
+  return solution;
 }
 
-void RunOblimin(const RunOptions& options,
-                Matrix& loadings,
-                int p,
-                int m,
-                RotationResults& results,
-                OutputFile& report,
-                std::string_view run_directory,
-                std::string_view run_stem) {
-  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
+RotatedSolution Oblimin(Matrix loadings, const RotationOptions& options) {
+  const int p = loadings.rows;
+  const int m = loadings.cols;
+  RotatedSolution solution;
+  solution.method = Rotation::kOblimin;
+  if (options.random_start == RandomStart::kRandom) RandomOrientation(loadings, p, m);
   DFDOBL(p,
          m,
          loadings,
          1,
-         options.ObliminDelta,
-         options.RotationIterations,
-         options.RotationEpsilon,
-         results.FactorPattern,
-         results.FactorCorrelations);
-  FinishOblique(options, kObliminSection, p, m, results, report, run_directory, run_stem);
+         options.oblimin_delta,
+         options.max_iterations,
+         options.epsilon,
+         solution.loadings,
+         solution.factor_correlations,
+         &solution.sweeps);
+  FinishOblique(options, solution);
+  return solution;
 }
 
-void RunHarrisKaiser(const RunOptions& options,
-                     Matrix& loadings,
-                     const std::vector<double>& unique_variances,
-                     int p,
-                     int m,
-                     RotationResults& results,
-                     OutputFile& report,
-                     std::string_view run_directory,
-                     std::string_view run_stem) {
-  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
+RotatedSolution HarrisKaiser(Matrix loadings,
+                             const std::vector<double>& unique_variances,
+                             const RotationOptions& options) {
+  const int p = loadings.rows;
+  const int m = loadings.cols;
+  RotatedSolution solution;
+  solution.method = Rotation::kHarrisKaiser;
+  if (options.random_start == RandomStart::kRandom) RandomOrientation(loadings, p, m);
   DFHARR(p,
          m,
          loadings,
          1,
-         options.RotationIterations,
+         options.max_iterations,
          1.0,
-         options.HarrisKaiserParameter,
-         options.RotationEpsilon,
+         options.harris_kaiser_parameter,
+         options.epsilon,
          unique_variances,
-         results.FactorPattern,
-         results.FactorCorrelations);
-  FinishOblique(options, kHarrisKaiserSection, p, m, results, report, run_directory, run_stem);
+         solution.loadings,
+         solution.factor_correlations,
+         &solution.sweeps);
+  FinishOblique(options, solution);
+  return solution;
 }
 
 }  // namespace vq

@@ -4,53 +4,20 @@
 #include <cmath>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "frame/console.h"
 #include "kernels/factor_order.h"
 #include "rotation/orthomax.h"
 #include "rotation/random_start.h"
 #include "rotation/solution.h"
-#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
-// Trace numbers and titles of the two branches.
-struct OrthogonalSection {
-  bool weighted;
-  int rotation_trace;
-  int sorted_trace;
-  int labelled_trace;
-  int numbered_trace;
-  int variance_trace;
-  std::string_view sorted_title;
-  std::string_view unsorted_title;
-  std::string_view plot_title;
-};
-
-constexpr OrthogonalSection kVarimaxSection = {
-    false,
-    1448,
-    1502,
-    1516,
-    1520,
-    1558,
-    "VARIMAX: Sorted Factor Loadings ",
-    "Varimax Rotated Factor Loadings",
-    "Factor Pattern Plots:  Varimax Rotation",
-};
-
-constexpr OrthogonalSection kWeightedSection = {
-    true,
-    1258,
-    1329,
-    1343,
-    1347,
-    1384,
-    "VARIMAX: Sorted Factor Loadings  (Cureton - Mulaik Weights)",
-    "Varimax Rotated Factor Loadings  (Cureton - Mulaik Weights)",
-    "Factor Pattern Plots:  Weighted Varimax Rotation",
-};
+// Trace numbers of the orthomax step of the two branches.
+constexpr int kVarimaxTrace = 1448;
+constexpr int kWeightedTrace = 1258;
 
 double Acosd(double x) { return std::acos(x) * (180.0 / std::numbers::pi); }
 
@@ -62,95 +29,31 @@ double Cosd(double degrees) {
 }
 
 // The common end of both branches: order and signs of the factors, the row
-// sort, the tables, the objective function, the hyperplane counts, the plots
-// and the `fac` file.
-void FinishOrthogonal(const RunOptions& options,
-                      const OrthogonalSection& section,
-                      int p,
-                      int m,
-                      RotationResults& results,
-                      OutputFile& report,
-                      std::string_view run_directory,
-                      std::string_view run_stem) {
-  Matrix& rotated = results.RotatedLoadings;
+// sort, the variance explained, the objective function (Varimax only) and
+// the hyperplane counts. The sums run over the rows as printed, in the order
+// the report has always added them.
+void FinishOrthogonal(const RotationOptions& options, RotatedSolution& solution) {
+  Matrix& rotated = solution.loadings;
+  const int p = rotated.rows;
+  const int m = rotated.cols;
   OrderFactors(rotated, p, m);
   ReflectFactors(rotated, p, m);
-  report.EmptyLines(2);
 
-  results.ItemLabels = ItemLabelsFor(options, p);
-  results.ItemOrderLoadings = rotated;
-  const bool sorted = options.SortMode == SortMode::kSort;
-  if (sorted) {
-    SortLoadings(rotated, p, m, results.Order);
-    results.SortedLabels = SortedLabelsFor(results.ItemLabels, results.Order);
+  solution.item_labels = options.item_labels;
+  solution.item_order_loadings = rotated;
+  if (options.sort_rows) {
+    SortLoadings(rotated, p, m, solution.order);
+    solution.sorted_labels = SortedLabelsFor(solution.item_labels, solution.order);
   }
 
-  if (sorted) {
-    PrintTable(report,
-               rotated,
-               p,
-               m,
-               "F8.3",
-               section.sorted_title,
-               'C',
-               &results.SortedLabels,
-               options.PageWidth,
-               section.sorted_trace);
-  } else if (options.SortMode == SortMode::kNoSort && options.LabelMode == LabelMode::kLabels) {
-    PrintTable(report,
-               rotated,
-               p,
-               m,
-               "F8.3",
-               section.unsorted_title,
-               'C',
-               &results.ItemLabels,
-               options.PageWidth,
-               section.labelled_trace);
-  } else if (options.SortMode == SortMode::kNoSort && options.LabelMode == LabelMode::kNoLabels) {
-    PrintTable(report,
-               rotated,
-               p,
-               m,
-               "F8.3",
-               section.unsorted_title,
-               'I',
-               nullptr,
-               options.PageWidth,
-               section.numbered_trace);
-  }
-
-  if (!section.weighted) SaveFactorFile(options, rotated, run_directory, run_stem);
-
-  report.EmptyLines(1);
-  Matrix variance(1, m);
+  solution.variance_explained.assign(m, 0.0);
   for (int factor = 0; factor < m; ++factor) {
     double sum = 0.0;
     for (int item = 0; item < p; ++item) sum += rotated(item, factor) * rotated(item, factor);
-    variance(0, factor) = sum;
+    solution.variance_explained[factor] = sum;
   }
-  report.EmptyLines(1);
-  PrintTable(report,
-             variance,
-             1,
-             m,
-             "F8.3",
-             "Variance explained by each rotated factor",
-             'N',
-             nullptr,
-             options.PageWidth,
-             section.variance_trace);
-  report.EmptyLines(1);
-
-  if (!section.weighted) {
-    report.Write("Varimax Objective function = " + FormatF(ObjectiveFunction(rotated, p, m), 6, 4));
-  }
-
-  HyperplaneSection(rotated, p, m, options.HyperplaneWidth, report);
-  PatternPlotSection(options, section.plot_title, rotated, p, m, report);
-
-  if (section.weighted) SaveFactorFile(options, rotated, run_directory, run_stem);
-  results.orthogonal = true;
+  if (solution.method == Rotation::kVarimax) solution.objective = ObjectiveFunction(rotated, p, m);
+  solution.hyperplane_counts = HyperplaneCounts(rotated, options.hyperplane_width);
 }
 
 }  // namespace
@@ -171,59 +74,51 @@ double CuretonMulaikWeight(double x, int m) {
   return cosine * cosine + 0.001;
 }
 
-void RunVarimax(const RunOptions& options,
-                Matrix& loadings,
-                int p,
-                int m,
-                RotationResults& results,
-                OutputFile& report,
-                std::string_view run_directory,
-                std::string_view run_stem) {
-  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
+RotatedSolution Varimax(Matrix loadings, const RotationOptions& options, Progress& progress) {
+  const int p = loadings.rows;
+  const int m = loadings.cols;
+  RotatedSolution solution;
+  solution.method = Rotation::kVarimax;
+  if (options.random_start == RandomStart::kRandom) RandomOrientation(loadings, p, m);
 
-  int iterations = 0;
   int ifail = 0;
   G03BAF('S',
          1.0,
          p,
          m,
          loadings,
-         results.RotatedLoadings,
-         results.RotationMatrix,
-         options.RotationEpsilon,
-         options.RotationIterations,
-         iterations,
+         solution.loadings,
+         solution.rotation_matrix,
+         options.epsilon,
+         options.max_iterations,
+         solution.sweeps.sweeps,
          ifail);
-  TraceLine(ifail, kVarimaxSection.rotation_trace);
+  TraceLine(ifail, kVarimaxTrace);
+  solution.sweeps.converged = ifail != 3;
 
-  if (std::isnan(results.RotatedLoadings(0, 0))) {
+  if (std::isnan(solution.loadings(0, 0))) {
     ConsoleEmptyLines(3);
     ConsoleLine(30, "Fatal Error: Serious problems occured during Varimax Rotation");
     ConsoleEmptyLines(3);
     Pause();
-    report.EmptyLines(3);
-    report.Write("****Serious problems occured during Varimax Rotation****");
-    report.Write(Blanks(18) + " Execution Terminated");
-    PlainStop();
+    solution.not_a_number = true;
+    return solution;
   }
   if (ifail == 3) {
-    ConsoleFreeForm("Rotation Failed to Converge");
+    progress.FreeForm("Rotation Failed to Converge");
     Pause();
   }
-
-  report.EmptyLines(2);
-  FinishOrthogonal(options, kVarimaxSection, p, m, results, report, run_directory, run_stem);
+  FinishOrthogonal(options, solution);
+  return solution;
 }
 
-void RunWeightedVarimax(const RunOptions& options,
-                        Matrix& loadings,
-                        const std::vector<double>& communalities,
-                        int p,
-                        int m,
-                        RotationResults& results,
-                        OutputFile& report,
-                        std::string_view run_directory,
-                        std::string_view run_stem) {
+RotatedSolution WeightedVarimax(Matrix loadings,
+                                const std::vector<double>& communalities,
+                                const RotationOptions& options) {
+  const int p = loadings.rows;
+  const int m = loadings.cols;
+  RotatedSolution solution;
+  solution.method = Rotation::kWeightedVarimax;
   // Row lengths from the communalities. A communality of 0 or below belongs
   // to a row without direction: it is left unscaled, gets the floor weight
   // and comes back as it went in.
@@ -245,25 +140,24 @@ void RunWeightedVarimax(const RunOptions& options,
     }
   }
 
-  if (options.RandomStart == RandomStart::kRandom) RandomOrientation(loadings, p, m);
+  if (options.random_start == RandomStart::kRandom) RandomOrientation(loadings, p, m);
 
-  int iterations = 0;
   int ifail = 0;
   G03BAF('U',
          1.0,
          p,
          m,
          loadings,
-         results.RotatedLoadings,
-         results.RotationMatrix,
-         options.RotationEpsilon,
-         options.RotationIterations,
-         iterations,
+         solution.loadings,
+         solution.rotation_matrix,
+         options.epsilon,
+         options.max_iterations,
+         solution.sweeps.sweeps,
          ifail);
-  TraceLine(ifail, kWeightedSection.rotation_trace);
-  report.EmptyLines(2);
+  TraceLine(ifail, kWeightedTrace);
+  solution.sweeps.converged = ifail != 3;
 
-  Matrix& rotated = results.RotatedLoadings;
+  Matrix& rotated = solution.loadings;
   for (int item = 0; item < p; ++item) {
     for (int factor = 0; factor < m; ++factor) {
       rotated(item, factor) = rotated(item, factor) / weight[item];
@@ -273,7 +167,8 @@ void RunWeightedVarimax(const RunOptions& options,
       rotated(item, factor) = rotated(item, factor) * length[item];
     }
   }
-  FinishOrthogonal(options, kWeightedSection, p, m, results, report, run_directory, run_stem);
+  FinishOrthogonal(options, solution);
+  return solution;
 }
 
 }  // namespace vq

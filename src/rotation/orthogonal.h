@@ -1,17 +1,16 @@
 // The two orthogonal rotations of a run, Varimax and Weighted Varimax
 // (Varimax on rows normalised, put on the positive side of the first factor
-// and weighted by the method of Cureton and Mulaik), each with its section
-// of the report: loading table, variance explained, objective function,
-// hyperplane counts, pattern plots and the `fac` file.
+// and weighted by the method of Cureton and Mulaik), finished as their
+// report section shows them: factors ordered and reflected, rows sorted
+// under "SORT", variance explained, objective function and hyperplane counts.
 #ifndef VELQUORIN_ROTATION_ORTHOGONAL_H_
 #define VELQUORIN_ROTATION_ORTHOGONAL_H_
 
-#include <string_view>
 #include <vector>
 
-#include "frame/output_file.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
-#include "options/run_options.h"
+#include "rotation/rotation.h"
 #include "rotation/rotation_results.h"
 
 namespace vq {
@@ -22,34 +21,19 @@ namespace vq {
 // lifts above 1 counts as 1.
 double CuretonMulaikWeight(double x, int m);
 
-// Varimax of the p by m `loadings` (changed: left in the random orientation
-// under `RandomStart` "T", normalised inside the rotation) and its section of
-// the report. Fills `RotatedLoadings`, `ItemOrderLoadings`, `RotationMatrix`,
-// `ItemLabels`, and under "SORT" `Order` and `SortedLabels`. A solution that
-// is not a number stops the run (console, pause, report lines, plain stop);
-// sweeps used up show "Rotation Failed to Converge" and the pause prompt.
-void RunVarimax(const RunOptions& options,
-                Matrix& loadings,
-                int p,
-                int m,
-                RotationResults& results,
-                OutputFile& report,
-                std::string_view run_directory,
-                std::string_view run_stem);
+// Varimax of the p by m `loadings` (a copy: turned first under a random
+// start, normalised inside the rotation). Sweeps used up show "Rotation
+// Failed to Converge" and the pause prompt. A solution that is not a number
+// shows "Fatal Error: Serious problems occured during Varimax Rotation" and
+// the pause, and comes back with only `not_a_number` set.
+RotatedSolution Varimax(Matrix loadings, const RotationOptions& options, Progress& progress);
 
-// Weighted Varimax, the same for "WVARIMAX". `loadings` ends normalised,
-// reflected, weighted (and turned under a random start); `communalities`
-// (p values) scale the rows. A communality of 0 or below leaves its row
-// unscaled. Sweeps used up give only the trace line.
-void RunWeightedVarimax(const RunOptions& options,
-                        Matrix& loadings,
-                        const std::vector<double>& communalities,
-                        int p,
-                        int m,
-                        RotationResults& results,
-                        OutputFile& report,
-                        std::string_view run_directory,
-                        std::string_view run_stem);
+// Weighted Varimax ("WVARIMAX"). `communalities` (p values) scale the rows;
+// a communality of 0 or below leaves its row unscaled. Sweeps used up give
+// only the trace line.
+RotatedSolution WeightedVarimax(Matrix loadings,
+                                const std::vector<double>& communalities,
+                                const RotationOptions& options);
 
 }  // namespace vq
 

@@ -1,59 +1,79 @@
 #include "rotation/rotation.h"
 
+#include <utility>
+
+#include "frame/console.h"
 #include "kernels/eigen.h"
 #include "rotation/oblique.h"
 #include "rotation/orthogonal.h"
-#include "rotation/solution.h"
 
 namespace vq {
 
-void RunRotation(const RunOptions& options,
-                 Matrix& loadings,
-                 const std::vector<double>& communalities,
-                 const Matrix& r,
-                 OutputFile& report,
-                 std::string_view run_directory,
-                 std::string_view run_stem,
-                 RotationResults& results) {
-  const int p = options.VariableCount;
-  const int m = options.FactorCount;
-  results = RotationResults();
-  results.Order.assign(p > 0 ? p : 0, 0);
-
-  if (m > 1) {
-    if (options.Rotation == Rotation::kWeightedVarimax) {
-      RunWeightedVarimax(
-          options, loadings, communalities, p, m, results, report, run_directory, run_stem);
-    }
-    if (options.Rotation == Rotation::kVarimax || options.Rotation == Rotation::kPromax) {
-      RunVarimax(options, loadings, p, m, results, report, run_directory, run_stem);
-    }
-    if (options.Rotation == Rotation::kPromax) {
-      RunPromax(options, p, m, results, report, run_directory, run_stem);
-    } else if (options.Rotation == Rotation::kOblimin) {
-      RunOblimin(options, loadings, p, m, results, report, run_directory, run_stem);
-    } else if (options.Rotation == Rotation::kHarrisKaiser) {
-      const std::vector<double> d = UniqueVariances(options, communalities, r, p);
-      RunHarrisKaiser(options, loadings, d, p, m, results, report, run_directory, run_stem);
-    }
-  }
-
-  // The list needs a row sort; without a rotation no rows were sorted.
-  const bool rotated = results.orthogonal || results.oblique;
-  if (options.HasItemFile && options.SortMode == SortMode::kSort && rotated) {
-    const Matrix& sorted = results.oblique ? results.FactorPattern : results.RotatedLoadings;
-    ListSortedItems(sorted, p, m, results.Order, options.ItemTexts, report);
+std::vector<Rotation> RotationStages(Rotation rotation, int m) {
+  if (m < 2) return {};
+  switch (rotation) {
+    case Rotation::kVarimax:
+    case Rotation::kWeightedVarimax:
+    case Rotation::kOblimin:
+    case Rotation::kHarrisKaiser:
+      return {rotation};
+    case Rotation::kPromax:
+      return {Rotation::kVarimax, Rotation::kPromax};
+    default:
+      return {};
   }
 }
 
-void PrepareGivenPattern(const RunOptions& options,
+RotatedSolution RotateStage(Rotation stage,
+                            const Matrix& loadings,
+                            const std::vector<double>& communalities,
+                            const Matrix& r,
+                            const RotatedSolution* varimax,
+                            const RotationOptions& options,
+                            Progress& progress) {
+  switch (stage) {
+    case Rotation::kVarimax:
+      return Varimax(loadings, options, progress);
+    case Rotation::kWeightedVarimax:
+      return WeightedVarimax(loadings, communalities, options);
+    case Rotation::kPromax:
+      if (varimax == nullptr || varimax->method != Rotation::kVarimax) {
+        InternalError("RotateStage", "Promax without its Varimax stage");
+      }
+      return Promax(*varimax, options);
+    case Rotation::kOblimin:
+      return Oblimin(loadings, options);
+    case Rotation::kHarrisKaiser:
+      return HarrisKaiser(
+          loadings, UniqueVariances(options.model, communalities, r, loadings.rows), options);
+    default:
+      InternalError("RotateStage", "not a rotation stage");
+  }
+}
+
+RotationResult Rotate(const Matrix& loadings,
+                      const std::vector<double>& communalities,
+                      const Matrix& r,
+                      const RotationOptions& options,
+                      Progress& progress) {
+  RotationResult result;
+  for (Rotation stage : RotationStages(options.rotation, loadings.cols)) {
+    const RotatedSolution* previous = result.final_solution();
+    RotatedSolution solution =
+        RotateStage(stage, loadings, communalities, r, previous, options, progress);
+    result.solutions.push_back(std::move(solution));
+    if (result.solutions.back().not_a_number) break;
+  }
+  return result;
+}
+
+void PrepareGivenPattern(const Matrix* given_correlations,
                          Matrix& loadings,
-                         const Matrix* given_correlations,
-                         int p,
-                         int m,
                          std::vector<double>& communalities,
                          std::vector<double>& factor_variance) {
-  if (options.InputForm == InputForm::kCorrelatedPattern && given_correlations != nullptr) {
+  const int p = loadings.rows;
+  const int m = loadings.cols;
+  if (given_correlations != nullptr) {
     Matrix phi = *given_correlations;
     std::vector<double> eigenvalues;
     Matrix vectors;

@@ -6,9 +6,6 @@
 
 #include "frame/console.h"
 #include "kernels/rank_sort.h"
-#include "report/matrix_table.h"
-#include "report/plots.h"
-#include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
@@ -91,25 +88,14 @@ std::vector<std::string> SortedLabelsFor(const std::vector<std::string>& item_la
   return sorted;
 }
 
-void HyperplaneCount(const Matrix& a, int p, int m, int factor, OutputFile& stream, double width) {
-  (void)m;
-  int count = 0;
-  for (int item = 0; item < p; ++item) {
-    if (std::fabs(a(item, factor - 1)) <= width) ++count;
+std::vector<int> HyperplaneCounts(const Matrix& a, double width) {
+  std::vector<int> counts(a.cols, 0);
+  for (int factor = 0; factor < a.cols; ++factor) {
+    for (int item = 0; item < a.rows; ++item) {
+      if (std::fabs(a(item, factor)) <= width) ++counts[factor];
+    }
   }
-  const double share = static_cast<double>(count) / static_cast<double>(p);
-  stream.Write("Hyperplane Count (%) for Factor" + FormatI(factor, 3) + " = " + FormatI(count, 3) +
-               " (" + FormatF(share, 3, 2) + ")");
-}
-
-void HyperplaneSection(const Matrix& a, int p, int m, double width, OutputFile& report) {
-  report.EmptyLines(2);
-  report.Write(kHyperplaneBanner);
-  report.EmptyLines(1);
-  for (int factor = 1; factor <= m; ++factor) HyperplaneCount(a, p, m, factor, report, width);
-  report.EmptyLines(2);
-  report.Write(kClosingBanner);
-  report.EmptyLines(1);
+  return counts;
 }
 
 void moment(const double* data, int n, double& variance) {
@@ -142,103 +128,6 @@ double ObjectiveFunction(const Matrix& a, int p, int m) {
     objective += variance;
   }
   return objective;
-}
-
-void PatternPlotSection(const RunOptions& options,
-                        std::string_view title_line,
-                        const Matrix& a,
-                        int p,
-                        int m,
-                        OutputFile& report) {
-  if (options.PlotMode != PlotMode::kLoadings && options.PlotMode != PlotMode::kAll) return;
-  report.Write(PadRight(title_line, 80));
-  FactorPatternPlots(a, p, m, report);
-}
-
-void ListSortedItems(const Matrix& a,
-                     int p,
-                     int m,
-                     const std::vector<int>& order,
-                     const std::vector<std::string>& item_texts,
-                     OutputFile& report) {
-  report.EmptyLines(2);
-  report.Write(" SORTED ITEMS");
-  report.EmptyLines(1);
-  int factor = 0;  // 0-based factor of the current header
-  int row = 0;
-  bool new_header = true;
-  while (row < p) {
-    if (new_header) {
-      report.Write("FACTOR: " + FormatI(factor + 1, 4));
-      new_header = false;
-    }
-    if (factor + 1 < m && std::fabs(a(row, factor + 1)) > std::fabs(a(row, factor))) {
-      report.EmptyLines(1);
-      ++factor;
-      new_header = true;
-      continue;
-    }
-    const double loading = a(row, factor);
-    const int item = order[row] - 1;
-    const std::string text =
-        item >= 0 && item < static_cast<int>(item_texts.size()) ? item_texts[item] : std::string();
-    report.Write(std::string(loading > 0.0 ? "TRUE" : "FALSE") + FormatF(loading, 8, 3) +
-                 "  ITEM:" + " " + PadRight(text, kItemTextWidth));
-    ++row;
-  }
-  report.EmptyLines(2);
-}
-
-void PrintTable(OutputFile& report,
-                const Matrix& a,
-                int rows,
-                int cols,
-                std::string_view format,
-                std::string_view title,
-                char labrow,
-                const std::vector<std::string>* labels,
-                int page_width,
-                int trace_number) {
-  int ifail = 0;
-  X04CBF('G',
-         'N',
-         rows,
-         cols,
-         a.data(),
-         rows,
-         format,
-         title,
-         labrow,
-         labrow == 'C' ? labels : nullptr,
-         'I',
-         nullptr,
-         page_width,
-         0,
-         ifail,
-         report);
-  if (trace_number >= 0) TraceLine(ifail, trace_number);
-}
-
-void SaveFactorFile(const RunOptions& options,
-                    const Matrix& loadings,
-                    std::string_view run_directory,
-                    std::string_view run_stem) {
-  if (!Saves(options, SaveCode::kFac)) return;
-  OutputFile file;
-  OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "fac");
-  WriteLoadingRows(file, loadings);
-  file.Close();
-}
-
-void SavePhiFile(const RunOptions& options,
-                 const Matrix& correlations,
-                 std::string_view run_directory,
-                 std::string_view run_stem) {
-  if (!Saves(options, SaveCode::kFac)) return;
-  OutputFile file;
-  OpenSavedFile(file, kPhiUnit, run_directory, run_stem, "phi");
-  WriteMatrixRows(file, correlations, 12, 9, 1, 999);
-  file.Close();
 }
 
 }  // namespace vq

@@ -20,13 +20,17 @@
 #include "kernels/failure.h"
 #include "kernels/pearson.h"
 #include "report/matrix_table.h"
+#include "report/run_outputs.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
 #include "run/command_file.h"
+#include "run/phase_options.h"
 #include "run/report_head.h"
 #include "run/saved_matrices.h"
 #include "scores/score_phase.h"
 #include "text/edit_descriptors.h"
+#include "writers/rotation_writer.h"
+#include "writers/score_writer.h"
 
 namespace vq {
 namespace {
@@ -350,11 +354,8 @@ void RotationRoad(Run& run) {
             options.FactorCount,
             run.arrays.GivenFactorCorrelations);
   }
-  PrepareGivenPattern(options,
+  PrepareGivenPattern(correlated ? &run.arrays.GivenFactorCorrelations : nullptr,
                       given.Loadings,
-                      correlated ? &run.arrays.GivenFactorCorrelations : nullptr,
-                      options.VariableCount,
-                      options.FactorCount,
                       given.Communalities,
                       given.FactorVariance);
   ReadLabelsIfAsked(run);
@@ -374,29 +375,62 @@ void EndOfRun(Run& run) {
   ConsoleLine(30, "Finished");
 }
 
+// The rotation that `Rotation` names, stage by stage: each solution is
+// written (report section, `fac` and `phi`) before the next stage is
+// computed, so that a stop in Promax leaves the Varimax section in place.
+// A Varimax solution that is not a number ends the run after its failure
+// lines. Then, under "SORT" with ">ITEMS:", the list of sorted items.
+void RunRotation(Run& run) {
+  const RotationOptions options = MakeRotationOptions(run.options);
+  const RotationWriteOptions write_options = MakeRotationWriteOptions(run.options);
+  RunOutputs outputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
+  RotationResult& result = run.arrays.Rotation;
+  const ExtractionResult& unrotated = run.arrays.Extraction;
+  for (Rotation stage : RotationStages(options.rotation, unrotated.Loadings.cols)) {
+    RotatedSolution solution = RotateStage(stage,
+                                           unrotated.Loadings,
+                                           unrotated.Communalities,
+                                           run.arrays.R,
+                                           result.final_solution(),
+                                           options,
+                                           ConsoleProgress());
+    result.solutions.push_back(std::move(solution));
+    WriteRotatedSolution(result.solutions.back(), write_options, outputs);
+    if (result.solutions.back().not_a_number) PlainStop();
+  }
+  if (write_options.list_sorted_items && result.rotated()) {
+    WriteSortedItems(*result.final_solution(), write_options, outputs);
+  }
+}
+
+// Factor scores, their tables, the `fsc` file and the plot, where the run
+// asks for them. The checks come before the `fsc` file is opened, so that a
+// run that stops on them leaves an earlier file alone; a stop in the
+// estimation leaves the tables made so far and removes the unfinished file.
 void FactorScoresOfTheRun(Run& run) {
-  ScoreSources sources;
-  sources.Loadings = &run.arrays.Extraction.Loadings;
-  const RotationResults& rotation = run.arrays.Rotation;
-  if (rotation.orthogonal) {
-    sources.RotatedLoadings = &rotation.RotatedLoadings;
-    sources.ItemOrderLoadings = &rotation.ItemOrderLoadings;
+  const ScoreOptions options = MakeScoreOptions(run.options);
+  if (!options.estimate) return;
+  const ScoreWriteOptions write_options = MakeScoreWriteOptions(run.options);
+  const ScoreData data{run.arrays.ItemData,
+                       run.arrays.SubjectIds,
+                       run.arrays.Means,
+                       run.arrays.StandardDeviations,
+                       run.arrays.R};
+  const ScoreLoadingChoice choice =
+      ChooseScoreLoadings(options, run.arrays.Extraction.Loadings, run.arrays.Rotation);
+  CheckScoreInputs(data, options);
+  RunOutputs outputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
+  ScoreFile file(outputs);
+  ScoreResult& result = run.arrays.Scores;
+  try {
+    EstimateScores(data, choice, options, ConsoleProgress(), result);
+  } catch (const RunStopped&) {
+    WriteScoreTables(result, write_options, outputs);
+    throw;
   }
-  if (rotation.oblique) {
-    sources.ItemOrderPattern = &rotation.ItemOrderPattern;
-    sources.ItemOrderStructure = &rotation.ItemOrderStructure;
-  }
-  RunScorePhase(run.options,
-                run.arrays.ItemData,
-                run.arrays.SubjectIds,
-                run.arrays.Means,
-                run.arrays.StandardDeviations,
-                run.arrays.R,
-                sources,
-                run.arrays.FactorScores,
-                run.files.Report,
-                run.context.RunDirectory,
-                run.context.RunStem);
+  WriteScoreTables(result, write_options, outputs);
+  file.Write(result);
+  if (write_options.plot) WriteScorePlot(result, outputs);
 }
 
 // Where both roads meet: rotation, sorted items, factor scores, the end.
@@ -407,17 +441,7 @@ void RotateAndFinish(Run& run) {
     ConsoleLine(30, "Finished");
     PlainStop();
   }
-  // The rotation that `Rotation` names, with its sections, then the list of
-  // sorted items.
-  RunRotation(options,
-              run.arrays.Extraction.Loadings,
-              run.arrays.Extraction.Communalities,
-              run.arrays.R,
-              run.files.Report,
-              run.context.RunDirectory,
-              run.context.RunStem,
-              run.arrays.Rotation);
-  // Factor scores, their file and plot.
+  RunRotation(run);
   FactorScoresOfTheRun(run);
   EndOfRun(run);
 }
@@ -439,7 +463,7 @@ void RunAnalysis(const ProgramArguments& arguments) {
   // so that such a run leaves no empty report behind.
   CheckCounts(run.options);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
-  NoteUnmetScoreRequests(run.options);
+  NoteUnmetScoreRequests(run.options, ConsoleProgress(), run.arrays.Scores.notes);
 
   if (run.options.Model == Model::kRotate) {
     RotationRoad(run);

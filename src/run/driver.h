@@ -25,6 +25,7 @@
 #include "rotation/rotation_results.h"
 #include "run/program.h"
 #include "run/run_context.h"
+#include "scores/score_phase.h"
 
 namespace vq {
 
@@ -48,10 +49,10 @@ struct RunArrays {
   ExtractionResult Extraction;
   Matrix GivenFactorCorrelations;  // m by m, with "FLD2"
 
-  // The rotated solutions and the item order of the last row sort.
-  RotationResults Rotation;
-
-  Matrix FactorScores;  // N by m
+  // The rotated solutions, one per stage, and the factor scores with the
+  // run's notes about them.
+  RotationResult Rotation;
+  ScoreResult Scores;
 
   std::vector<std::string> ItemLabels;  // p texts of 15, with "LABELS"
 };

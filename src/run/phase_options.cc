@@ -1,5 +1,7 @@
 #include "run/phase_options.h"
 
+#include "rotation/solution.h"
+
 namespace vq {
 
 // --- Correlations ------------------------------------------------------------
@@ -7,5 +9,51 @@ namespace vq {
 // --- Extraction --------------------------------------------------------------
 
 // --- Rotation and scores -----------------------------------------------------
+
+RotationOptions MakeRotationOptions(const RunOptions& options) {
+  RotationOptions rotation;
+  rotation.rotation = options.Rotation;
+  rotation.model = options.Model;
+  rotation.random_start = options.RandomStart;
+  rotation.epsilon = options.RotationEpsilon;
+  rotation.max_iterations = options.RotationIterations;
+  rotation.promax_power = options.PromaxPower;
+  rotation.oblimin_delta = options.ObliminDelta;
+  rotation.harris_kaiser_parameter = options.HarrisKaiserParameter;
+  rotation.hyperplane_width = options.HyperplaneWidth;
+  rotation.sort_rows = options.SortMode == SortMode::kSort;
+  rotation.item_labels = ItemLabelsFor(options, options.VariableCount);
+  return rotation;
+}
+
+RotationWriteOptions MakeRotationWriteOptions(const RunOptions& options) {
+  RotationWriteOptions write;
+  write.sort_mode = options.SortMode;
+  write.label_mode = options.LabelMode;
+  write.page_width = options.PageWidth;
+  write.plot_loadings = PlotsLoadings(options.PlotMode);
+  write.save_fac = Saves(options, SaveCode::kFac);
+  write.list_sorted_items = options.HasItemFile && options.SortMode == SortMode::kSort;
+  write.item_texts = options.ItemTexts;
+  return write;
+}
+
+ScoreOptions MakeScoreOptions(const RunOptions& options) {
+  ScoreOptions scores;
+  scores.estimate = PlanScorePhase(options).estimate;
+  scores.method = options.ScoreMethod;
+  scores.model = options.Model;
+  scores.variable_count = options.VariableCount;
+  scores.subject_count = options.SubjectCount;
+  scores.factor_count = options.FactorCount;
+  return scores;
+}
+
+ScoreWriteOptions MakeScoreWriteOptions(const RunOptions& options) {
+  ScoreWriteOptions write;
+  write.page_width = options.PageWidth;
+  write.plot = PlanScorePhase(options).plot;
+  return write;
+}
 
 }  // namespace vq

@@ -8,6 +8,10 @@
 #define VELQUORIN_RUN_PHASE_OPTIONS_H_
 
 #include "options/run_options.h"
+#include "rotation/rotation.h"
+#include "scores/score_phase.h"
+#include "writers/rotation_writer.h"
+#include "writers/score_writer.h"
 
 namespace vq {
 
@@ -16,6 +20,15 @@ namespace vq {
 // --- Extraction --------------------------------------------------------------
 
 // --- Rotation and scores -----------------------------------------------------
+
+// The rotation's choices. The item labels are those of the run once the
+// ">LABELS:" line was read, so the driver makes these after it.
+RotationOptions MakeRotationOptions(const RunOptions& options);
+RotationWriteOptions MakeRotationWriteOptions(const RunOptions& options);
+
+// The score phase's choices; `estimate` and `plot` as PlanScorePhase decides.
+ScoreOptions MakeScoreOptions(const RunOptions& options);
+ScoreWriteOptions MakeScoreWriteOptions(const RunOptions& options);
 
 }  // namespace vq
 

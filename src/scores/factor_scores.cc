@@ -9,92 +9,11 @@
 #include "kernels/moments.h"
 #include "kernels/pd_inverse.h"
 #include "kernels/pearson.h"
-#include "options/run_options.h"
-#include "report/matrix_table.h"
 #include "scores/score_messages.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
-
-constexpr char kWeightsTitle[] = "Standardized regression weights for estimating the factors";
-constexpr char kValidityTitle[] = "Correlations of Factors with Factor Score Estimates";
-constexpr char kBartlettLine[] = "Bartlett method, Maximum Likelihood, and Weighted Least Squares";
-
-// The progress line names components for "PCA" and factors for "PFA"; other
-// model words have no line of their own.
-void ShowProgressLine(Model model) {
-  if (model == Model::kPrincipalFactors) {
-    ConsoleLine(30, "Computing factor scores");
-    ConsoleEmptyLines(1);
-  } else if (model == Model::kComponents) {
-    ConsoleLine(30, "Computing component scores");
-    ConsoleEmptyLines(1);
-  }
-}
-
-// The weights table: p rows with row numbers under every label mode, since
-// the weights stand in item order even when the loading tables were sorted.
-void PrintWeights(const Matrix& ScoreWeights, int p, int m, int PageWidth, OutputFile& report) {
-  int ifail = kIfailHard;
-  X04CBF('G',
-         'N',
-         p,
-         m,
-         ScoreWeights.data(),
-         p > 0 ? p : 1,
-         "F8.3",
-         kWeightsTitle,
-         'I',
-         nullptr,
-         'I',
-         nullptr,
-         PageWidth,
-         0,
-         ifail,
-         report);
-}
-
-// The validity row carries one blank row label, which moves its fields one
-// position to the right of a table without row labels.
-void PrintValidity(const std::vector<double>& validity, int m, int PageWidth, OutputFile& report) {
-  const std::vector<std::string> blank_label(1, std::string(15, ' '));
-  int ifail = kIfailHard;
-  X04CBF('G',
-         'N',
-         1,
-         m,
-         validity.data(),
-         1,
-         "F8.3",
-         kValidityTitle,
-         'C',
-         &blank_label,
-         'I',
-         nullptr,
-         PageWidth,
-         0,
-         ifail,
-         report);
-}
-
-// What both estimators do once the raw scores stand in `FactorScores`: the
-// weights table, standardisation of the scores, the validity row.
-void FinishScores(const Matrix& ScoreLoadings,
-                  const Matrix& ScoreWeights,
-                  int p,
-                  int N,
-                  int m,
-                  Matrix& FactorScores,
-                  int PageWidth,
-                  OutputFile& report) {
-  PrintWeights(ScoreWeights, p, m, PageWidth, report);
-  std::vector<double> deviations;
-  StandardizeScores(FactorScores, N, m, deviations);
-  const std::vector<double> validity = ScoreValidity(ScoreLoadings, ScoreWeights, deviations, p, m);
-  report.EmptyLines(2);
-  PrintValidity(validity, m, PageWidth, report);
-}
 
 // Mean and standard deviation (divisor N - 1) of a single column, by the
 // moments routine; a hard failure for fewer than two values.
@@ -146,10 +65,10 @@ void StandardizeItems(const Matrix& ItemData,
   }
 }
 
-void RegressionWeights(
+int RegressionWeights(
     const Matrix& R, int p, int m, const Matrix& ScoreLoadings, Matrix& ScoreWeights) {
   Matrix H(p, p);
-  InvertPositiveDefinite(R, p, H);
+  const int inverse = InvertPositiveDefinite(R, p, H);
   // Column by column, adding the terms of each element in the order of k,
   // so that every weight is the plain sum of H(i,k) L(k,j) over k = 1..p.
   ScoreWeights.Reset(p, m);
@@ -161,9 +80,10 @@ void RegressionWeights(
       for (int i = 0; i < p; ++i) weights[i] += h[i] * loading;
     }
   }
+  return inverse;
 }
 
-void BartlettWeights(
+int BartlettWeights(
     const std::vector<double>& u, int p, int m, const Matrix& ScoreLoadings, Matrix& ScoreWeights) {
   // A = L' diag(u), m by p.
   Matrix A(m, p);
@@ -182,7 +102,7 @@ void BartlettWeights(
     }
   }
   Matrix H(m, m);
-  InvertPositiveDefinite(K, m, H);
+  const int inverse = InvertPositiveDefinite(K, m, H);
   // G = H A, m by p; the weights are its transpose.
   ScoreWeights.Reset(p, m);
   for (int item = 0; item < p; ++item) {
@@ -192,6 +112,7 @@ void BartlettWeights(
       ScoreWeights(item, factor) = sum;
     }
   }
+  return inverse;
 }
 
 void WeightScores(const Matrix& StandardScores,
@@ -255,66 +176,6 @@ std::vector<double> ScoreValidity(const Matrix& ScoreLoadings,
     validity[factor] = diagonal / deviations[factor];
   }
   return validity;
-}
-
-void RegressionScores(const Matrix& ItemData,
-                      const std::vector<double>& Means,
-                      const std::vector<double>& Deviations,
-                      int p,
-                      int N,
-                      int m,
-                      Matrix& R,
-                      const Matrix& ScoreLoadings,
-                      Matrix& FactorScores,
-                      int PageWidth,
-                      Model model,
-                      OutputFile& report) {
-  CheckItemDeviations(Deviations, p);
-  ShowProgressLine(model);
-  for (int item = 0; item < p; ++item) R(item, item) = 1.0;
-
-  Matrix StandardScores;
-  StandardizeItems(ItemData, Means, Deviations, N, p, StandardScores);
-  Matrix ScoreWeights;
-  RegressionWeights(R, p, m, ScoreLoadings, ScoreWeights);
-  WeightScores(StandardScores, ScoreWeights, N, p, m, FactorScores);
-
-  report.EmptyLines(2);
-  FinishScores(ScoreLoadings, ScoreWeights, p, N, m, FactorScores, PageWidth, report);
-}
-
-void BartlettScores(const Matrix& ItemData,
-                    const std::vector<double>& Means,
-                    const std::vector<double>& Deviations,
-                    int p,
-                    int N,
-                    int m,
-                    Matrix& R,
-                    const Matrix& ScoreLoadings,
-                    Matrix& FactorScores,
-                    int PageWidth,
-                    Model model,
-                    OutputFile& report) {
-  CheckItemDeviations(Deviations, p);
-  CheckUniqueVariances(R, p, model);
-  ShowProgressLine(model);
-  // u holds the inverse unique variances of the final solution.
-  std::vector<double> u(p, 0.0);
-  for (int item = 0; item < p; ++item) {
-    u[item] = 1.0 / (1.0 - R(item, item));
-    R(item, item) = 1.0;
-  }
-
-  Matrix StandardScores;
-  StandardizeItems(ItemData, Means, Deviations, N, p, StandardScores);
-  Matrix ScoreWeights;
-  BartlettWeights(u, p, m, ScoreLoadings, ScoreWeights);
-  WeightScores(StandardScores, ScoreWeights, N, p, m, FactorScores);
-
-  report.EmptyLines(2);
-  report.Write(kBartlettLine);
-  report.EmptyLines(2);
-  FinishScores(ScoreLoadings, ScoreWeights, p, N, m, FactorScores, PageWidth, report);
 }
 
 }  // namespace vq

@@ -1,13 +1,12 @@
-// Factor score estimation from raw item scores: the regression method and
-// the Bartlett method.
+// The building blocks of factor score estimation from raw item scores, by
+// the regression method and the Bartlett method (scores/score_phase.h puts
+// them together).
 //
 // Both estimators work on the items standardised by the means and standard
 // deviations of the correlation step, weight them with a p by m matrix that
 // follows from the chosen loadings, and standardise the resulting scores to
-// mean 0 and standard deviation 1 (divisor N - 1). They print the weights and
-// one row of validity coefficients on the report and a progress line on the
-// console. The building blocks are public so that tests can check the
-// weights against their defining identities.
+// mean 0 and standard deviation 1 (divisor N - 1). The blocks are public so
+// that tests can check the weights against their defining identities.
 //
 // Matrices are `Matrix` (stored by columns). p items, m factors, N subjects.
 // A fatal condition of the data (an item without variance, no unique
@@ -19,46 +18,10 @@
 #include <string>
 #include <vector>
 
-#include "frame/output_file.h"
 #include "kernels/matrix.h"
 #include "options/run_options.h"
 
 namespace vq {
-
-// The regression method. `R` (p by p) holds the final communalities on its
-// diagonal on entry and 1 on exit. `ScoreLoadings` (p by m, item order) is
-// the structure of the solution. `FactorScores` is reset to N by m and gets
-// the standardised scores. `model` is the model of the run (components or principal factors)
-// that chooses the console line. Stops the run on an item without variance.
-void RegressionScores(const Matrix& ItemData,
-                      const std::vector<double>& Means,
-                      const std::vector<double>& Deviations,
-                      int p,
-                      int N,
-                      int m,
-                      Matrix& R,
-                      const Matrix& ScoreLoadings,
-                      Matrix& FactorScores,
-                      int PageWidth,
-                      Model model,
-                      OutputFile& report);
-
-// The Bartlett method; as `RegressionScores`, with `ScoreLoadings` the
-// pattern of the solution. The unique variances 1 - R(i,i) are read before
-// the diagonal is set to 1. Stops the run under "PCA" and on any item whose
-// unique variance is exactly 0.
-void BartlettScores(const Matrix& ItemData,
-                    const std::vector<double>& Means,
-                    const std::vector<double>& Deviations,
-                    int p,
-                    int N,
-                    int m,
-                    Matrix& R,
-                    const Matrix& ScoreLoadings,
-                    Matrix& FactorScores,
-                    int PageWidth,
-                    Model model,
-                    OutputFile& report);
 
 // --- Checks run before anything is estimated or written --------------------
 
@@ -82,15 +45,19 @@ void StandardizeItems(const Matrix& ItemData,
                       Matrix& StandardScores);
 
 // Regression weights: inverse of `R` (p by p, unit diagonal) times
-// `ScoreLoadings` (p by m). `ScoreWeights` is reset to p by m. A singular R
-// is reported by InvertPositiveDefinite and the weights are what it leaves.
-void RegressionWeights(
+// `ScoreLoadings` (p by m). `ScoreWeights` is reset to p by m. An R that is
+// not positive definite is reported by InvertPositiveDefinite and the
+// weights are what its stand-in inverse gives; returns what
+// InvertPositiveDefinite returned (0 for the true inverse).
+int RegressionWeights(
     const Matrix& R, int p, int m, const Matrix& ScoreLoadings, Matrix& ScoreWeights);
 
 // Bartlett weights: with A = L' diag(u) (m by p) and K = A L, the weights
 // are the transpose of K^-1 A. `u` holds the p inverse unique variances.
-// `ScoreWeights` is reset to p by m.
-void BartlettWeights(
+// `ScoreWeights` is reset to p by m. A K that is not positive definite (a
+// communality above 1 makes its u negative) is handled and reported as in
+// RegressionWeights, with the same return.
+int BartlettWeights(
     const std::vector<double>& u, int p, int m, const Matrix& ScoreLoadings, Matrix& ScoreWeights);
 
 // `FactorScores` (reset to N by m) = StandardScores (N by p) x ScoreWeights

@@ -11,14 +11,16 @@
 
 #include <string_view>
 
+#include "frame/progress.h"
+
 namespace vq {
 
 // Prints `first` and `second` (the first starts "FATAL ERROR: ") and stops
 // the run with the plain stop.
 [[noreturn]] void ScoreFatalError(std::string_view first, std::string_view second);
 
-// Prints `first` and `second` (the first starts "WARNING: "); returns.
-void ScoreNote(std::string_view first, std::string_view second);
+// Shows `first` and `second` (the first starts "WARNING: "); returns.
+void ScoreNote(std::string_view first, std::string_view second, Progress& progress);
 
 }  // namespace vq
 

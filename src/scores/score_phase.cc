@@ -1,11 +1,8 @@
 #include "scores/score_phase.h"
 
-#include <cmath>
-#include <cstdio>
 #include <string>
+#include <utility>
 
-#include "report/plots.h"
-#include "report/saved_files.h"
 #include "scores/factor_scores.h"
 #include "scores/score_messages.h"
 #include "text/edit_descriptors.h"
@@ -13,76 +10,69 @@
 namespace vq {
 namespace {
 
-constexpr int kIdWidth = 15;
-constexpr int kScoresPerRecord = 999;
-
-// I15 of an id held as a double: the whole number towards zero. Ids too
-// large for any integer (or not numbers at all) cannot fit 15 positions and
-// print as asterisks, as a too-large integer would.
-std::string FormatId(double id) {
-  if (!std::isfinite(id) || std::fabs(id) >= 1e18) return std::string(kIdWidth, '*');
-  return FormatI(static_cast<long long>(id), kIdWidth);
-}
-
 // The counts of the run against the arrays the driver hands over. A mismatch
 // is a fault of the program, not of the data; it still ends the run with a
 // message rather than a read outside an array.
-void CheckScoreArrays(const Matrix& ItemData,
-                      const std::vector<double>& SubjectIds,
-                      const std::vector<double>& Means,
-                      const std::vector<double>& Deviations,
-                      const Matrix& R,
-                      int p,
-                      int N) {
-  const bool fits = ItemData.rows == N && ItemData.cols == p &&
-                    static_cast<int>(SubjectIds.size()) >= N &&
-                    static_cast<int>(Means.size()) >= p &&
-                    static_cast<int>(Deviations.size()) >= p && R.rows == p && R.cols == p;
+void CheckScoreArrays(const ScoreData& data, int p, int N) {
+  const bool fits =
+      data.item_data.rows == N && data.item_data.cols == p &&
+      static_cast<int>(data.subject_ids.size()) >= N && static_cast<int>(data.means.size()) >= p &&
+      static_cast<int>(data.deviations.size()) >= p && data.r.rows == p && data.r.cols == p;
   if (!fits || N < 1 || p < 1) {
     ScoreFatalError("FATAL ERROR: The item scores do not match the numbers of",
                     "subjects and variables; factor scores cannot be computed.");
   }
 }
 
-// Removes the `fsc` file when the run stops before its last record is
-// written, so that no file is left that looks complete. A file that was
-// closed in the normal way is left alone.
-class UnfinishedFileRemover {
- public:
-  explicit UnfinishedFileRemover(OutputFile& file) : file_(file) {}
-  ~UnfinishedFileRemover() {
-    if (!file_.is_open()) return;
-    const std::string path = file_.path();
-    file_.Close();
-    if (!path.empty()) std::remove(path.c_str());
+// The progress line names components for "PCA" and factors for "PFA"; other
+// model words have no line of their own.
+void ShowProgressLine(Model model, Progress& progress) {
+  if (model == Model::kPrincipalFactors) {
+    progress.Line(30, "Computing factor scores");
+    progress.EmptyLines(1);
+  } else if (model == Model::kComponents) {
+    progress.Line(30, "Computing component scores");
+    progress.EmptyLines(1);
   }
-  UnfinishedFileRemover(const UnfinishedFileRemover&) = delete;
-  UnfinishedFileRemover& operator=(const UnfinishedFileRemover&) = delete;
+}
 
- private:
-  OutputFile& file_;
-};
+// The note kept when the weights had to use the stand-in inverse of
+// InvertPositiveDefinite; the console has had its message already.
+std::string StandInInverseNote(bool bartlett, int failed_order) {
+  const std::string matrix = bartlett ? "the matrix L' U^-1 L of the Bartlett weights"
+                                      : "the correlation matrix of the regression weights";
+  return "NOTE: " + matrix + " is not positive definite (leading minor of order " +
+         std::to_string(failed_order) +
+         "); its inverse was replaced by the inverse of the leading block before it and the "
+         "unit matrix, and the weights rest on that stand-in.";
+}
 
 }  // namespace
 
-const Matrix& ChooseScoreLoadings(const RunOptions& options, const ScoreSources& sources) {
-  const Matrix* chosen = sources.Loadings;
-  if (IsOrthogonalRotation(options.Rotation)) {
-    // The rows of RotatedLoadings are sorted in place under "SORT"; the copy
-    // taken before the sort keeps item order.
-    chosen =
-        options.SortMode == SortMode::kSort ? sources.ItemOrderLoadings : sources.RotatedLoadings;
-  } else if (IsObliqueRotation(options.Rotation)) {
-    chosen = options.ScoreMethod == ScoreMethod::kBartlett ? sources.ItemOrderPattern
-                                                           : sources.ItemOrderStructure;
+ScoreLoadingChoice ChooseScoreLoadings(const ScoreOptions& options,
+                                       const Matrix& loadings,
+                                       const RotationResult& rotation) {
+  ScoreLoadingChoice choice;
+  choice.loadings = &loadings;
+  if (const RotatedSolution* solution = rotation.final_solution()) {
+    choice.rotation = solution->method;
+    if (!solution->oblique) {
+      choice.source = ScoreLoadingSource::kRotated;
+      choice.loadings = &solution->item_order_loadings;
+    } else if (options.method == ScoreMethod::kBartlett) {
+      choice.source = ScoreLoadingSource::kObliquePattern;
+      choice.loadings = &solution->item_order_loadings;
+    } else {
+      choice.source = ScoreLoadingSource::kObliqueStructure;
+      choice.loadings = &solution->item_order_structure;
+    }
   }
-  const int p = options.VariableCount;
-  const int m = options.FactorCount;
-  if (chosen == nullptr || chosen->rows != p || chosen->cols != m) {
+  const Matrix& chosen = *choice.loadings;
+  if (chosen.rows != options.variable_count || chosen.cols != options.factor_count) {
     ScoreFatalError("FATAL ERROR: The loadings of the solution are not available",
                     "in item order; factor scores cannot be computed.");
   }
-  return *chosen;
+  return choice;
 }
 
 ScorePlan PlanScorePhase(const RunOptions& options) {
@@ -93,100 +83,73 @@ ScorePlan PlanScorePhase(const RunOptions& options) {
   return plan;
 }
 
-void NoteUnmetScoreRequests(const RunOptions& options) {
+void NoteUnmetScoreRequests(const RunOptions& options,
+                            Progress& progress,
+                            std::vector<std::string>& notes) {
   if (!IsPearsonCoding(options.Coding) || options.FactorCount < 1 ||
       options.Model == Model::kTriplet || options.Model == Model::kCorrelations) {
     return;
   }
+  auto note = [&](std::string_view first, std::string_view second) {
+    ScoreNote(first, second, progress);
+    notes.push_back(std::string(first) + " " + std::string(second));
+  };
   const bool scores_asked = EstimatesScores(options.ScoreMethod);
   if (scores_asked && options.Model == Model::kRotate) {
-    ScoreNote("WARNING: A given factor pattern has no data for factor scores;",
-              "no factor scores are computed.");
+    note("WARNING: A given factor pattern has no data for factor scores;",
+         "no factor scores are computed.");
     return;
   }
   if (!scores_asked && PlotsScores(options.PlotMode)) {
-    ScoreNote("WARNING: No factor scores are computed, so there is no", "factor score plot.");
+    note("WARNING: No factor scores are computed, so there is no", "factor score plot.");
   }
 }
 
-void WriteScoreRecords(OutputFile& file,
-                       const std::vector<double>& SubjectIds,
-                       const Matrix& FactorScores,
-                       int N,
-                       int m) {
-  for (int subject = 0; subject < N; ++subject) {
-    std::string record = FormatId(SubjectIds[subject]);
-    for (int factor = 0; factor < m; ++factor) {
-      if (factor > 0 && factor % kScoresPerRecord == 0) {
-        file.Write(record);
-        record.clear();
-      }
-      record += FormatF(FactorScores(subject, factor), 8, 3);
-    }
-    file.Write(record);
-  }
+void CheckScoreInputs(const ScoreData& data, const ScoreOptions& options) {
+  const int p = options.variable_count;
+  CheckScoreArrays(data, p, options.subject_count);
+  CheckItemDeviations(data.deviations, p);
+  if (options.method == ScoreMethod::kBartlett) CheckUniqueVariances(data.r, p, options.model);
 }
 
-void RunScorePhase(const RunOptions& options,
-                   const Matrix& ItemData,
-                   const std::vector<double>& SubjectIds,
-                   const std::vector<double>& Means,
-                   const std::vector<double>& Deviations,
-                   Matrix& R,
-                   const ScoreSources& sources,
-                   Matrix& FactorScores,
-                   OutputFile& report,
-                   std::string_view run_directory,
-                   std::string_view run_stem) {
-  const ScorePlan plan = PlanScorePhase(options);
-  if (!plan.estimate) return;
-  const int p = options.VariableCount;
-  const int N = options.SubjectCount;
-  const int m = options.FactorCount;
-  const bool bartlett = options.ScoreMethod == ScoreMethod::kBartlett;
+void EstimateScores(const ScoreData& data,
+                    const ScoreLoadingChoice& choice,
+                    const ScoreOptions& options,
+                    Progress& progress,
+                    ScoreResult& result) {
+  const int p = options.variable_count;
+  const int N = options.subject_count;
+  const int m = options.factor_count;
+  const bool bartlett = options.method == ScoreMethod::kBartlett;
+  result.method = options.method;
+  result.source = choice.source;
+  result.rotation = choice.rotation;
+  result.loadings = *choice.loadings;
+  result.subject_ids.assign(data.subject_ids.begin(), data.subject_ids.begin() + N);
 
-  // Everything that can end the run on the data is settled before the file
-  // is opened, so that an earlier `fsc` file is not replaced by nothing.
-  CheckScoreArrays(ItemData, SubjectIds, Means, Deviations, R, p, N);
-  const Matrix& ScoreLoadings = ChooseScoreLoadings(options, sources);
-  CheckItemDeviations(Deviations, p);
-  if (bartlett) CheckUniqueVariances(R, p, options.Model);
-
-  OutputFile score_file;
-  OpenSavedFile(score_file, kScoreUnit, run_directory, run_stem, "fsc");
-  UnfinishedFileRemover remover(score_file);
-  FactorScores.Reset(N, m, 0.0);
-  if (bartlett) {
-    BartlettScores(ItemData,
-                   Means,
-                   Deviations,
-                   p,
-                   N,
-                   m,
-                   R,
-                   ScoreLoadings,
-                   FactorScores,
-                   options.PageWidth,
-                   options.Model,
-                   report);
-  } else {
-    RegressionScores(ItemData,
-                     Means,
-                     Deviations,
-                     p,
-                     N,
-                     m,
-                     R,
-                     ScoreLoadings,
-                     FactorScores,
-                     options.PageWidth,
-                     options.Model,
-                     report);
+  ShowProgressLine(options.model, progress);
+  // The weights take the correlations with a unit diagonal; Bartlett's
+  // inverse unique variances u come from the final communalities first.
+  Matrix r = data.r;
+  std::vector<double> u;
+  if (bartlett) u.assign(p, 0.0);
+  for (int item = 0; item < p; ++item) {
+    if (bartlett) u[item] = 1.0 / (1.0 - r(item, item));
+    r(item, item) = 1.0;
   }
-  WriteScoreRecords(score_file, SubjectIds, FactorScores, N, m);
-  score_file.Close();
 
-  if (plan.plot) FactorScorePlots(FactorScores, N, m, report);
+  Matrix standard_scores;
+  StandardizeItems(data.item_data, data.means, data.deviations, N, p, standard_scores);
+  Matrix weights;
+  const int inverse = bartlett ? BartlettWeights(u, p, m, result.loadings, weights)
+                               : RegressionWeights(r, p, m, result.loadings, weights);
+  if (inverse != 0) result.notes.push_back(StandInInverseNote(bartlett, inverse));
+  WeightScores(standard_scores, weights, N, p, m, result.scores);
+  result.weights = std::move(weights);
+
+  StandardizeScores(result.scores, N, m, result.score_deviations);
+  result.validity = ScoreValidity(result.loadings, result.weights, result.score_deviations, p, m);
+  result.estimated = true;
 }
 
 }  // namespace vq

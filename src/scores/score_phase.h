@@ -1,52 +1,90 @@
-// The factor score phase as the driver runs it at the end of a run: which
-// loadings reach the estimators, whether scores and their plot can be made
-// at all, the estimation, the `fsc` file and the factor score plot.
+// The factor score phase at the end of a run: which loadings reach the
+// estimators, whether scores and their plot can be made at all, the checks
+// of the data and the estimation itself. Nothing here writes the report or
+// the `fsc` file: writers/score_writer.h puts a ScoreResult there.
 //
-// The driver calls `RunScorePhase` once, after the rotation phase (and the
-// list of sorted items), whatever the command file asked for: the phase
-// itself decides from `RunOptions` what applies, through `PlanScorePhase`.
+//   const ScoreLoadingChoice choice =
+//       ChooseScoreLoadings(options, unrotated_loadings, rotation);
+//   CheckScoreInputs(data, options);
+//   ... open the `fsc` file
+//   EstimateScores(data, choice, options, progress, result);
+//   ... write the tables, the records and the plot
+//
 // The notes about requests that cannot be met come from
-// `NoteUnmetScoreRequests`, which the driver calls where it wants them.
-//
-//   ScoreSources sources;
-//   sources.Loadings = &arrays.Loadings;
-//   sources.RotatedLoadings = &rotation.RotatedLoadings;     // when rotated
-//   sources.ItemOrderLoadings = &rotation.ItemOrderLoadings; // under "SORT"
-//   sources.ItemOrderPattern = &rotation.ItemOrderPattern;   // oblique
-//   sources.ItemOrderStructure = &rotation.ItemOrderStructure;
-//   RunScorePhase(options, arrays.ItemData, arrays.SubjectIds, arrays.Means,
-//                 arrays.Deviations, arrays.R, sources, arrays.FactorScores,
-//                 report, run_directory, run_stem);
+// NoteUnmetScoreRequests, which the driver calls where it wants them.
 #ifndef VELQUORIN_SCORES_SCORE_PHASE_H_
 #define VELQUORIN_SCORES_SCORE_PHASE_H_
 
-#include <string_view>
+#include <string>
 #include <vector>
 
-#include "frame/output_file.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
 #include "options/run_options.h"
+#include "rotation/rotation_results.h"
 
 namespace vq {
 
-// The loading matrices a run may hold when the scores are made, each p by m
-// and in item order except `RotatedLoadings` under "SORT". A matrix the run
-// did not compute stays null.
-struct ScoreSources {
-  const Matrix* Loadings = nullptr;            // unrotated solution
-  const Matrix* RotatedLoadings = nullptr;     // orthogonal rotation
-  const Matrix* ItemOrderLoadings = nullptr;   // its copy before the row sort
-  const Matrix* ItemOrderPattern = nullptr;    // oblique pattern, item order
-  const Matrix* ItemOrderStructure = nullptr;  // oblique structure, item order
+// What the score phase decides on.
+struct ScoreOptions {
+  bool estimate = false;  // scores are estimated (PlanScorePhase)
+  ScoreMethod method = ScoreMethod::kRegression;
+  // "PCA" has no unique variances (no Bartlett scores) and names the
+  // progress line; "PFA" too.
+  Model model = Model::kPrincipalFactors;
+  int variable_count = 0;  // p
+  int subject_count = 0;   // N
+  int factor_count = 0;    // m
 };
 
-// The loadings the estimator of `ScoreMethod` is given, by the rotation that
-// ran: the unrotated `Loadings` without rotation ("NONE", the "None" of one
-// factor, or a rotation word that rotates nothing); the Varimax solution in
-// item order after "VARIMAX" and "WVARIMAX"; after "PROMAX", "OBLIMIN" and
-// "HK" the structure for "REG" and the pattern for "BART". Stops the run
-// with a message when that matrix is missing or not p by m.
-const Matrix& ChooseScoreLoadings(const RunOptions& options, const ScoreSources& sources);
+// Which loadings fed the weights.
+enum class ScoreLoadingSource {
+  kUnrotated,         // no rotation ran
+  kRotated,           // the orthogonal solution, item order
+  kObliqueStructure,  // regression scores after an oblique rotation
+  kObliquePattern,    // Bartlett scores after an oblique rotation
+};
+
+struct ScoreLoadingChoice {
+  ScoreLoadingSource source = ScoreLoadingSource::kUnrotated;
+  Rotation rotation = Rotation::kNone;  // the solution's method, kNone unrotated
+  const Matrix* loadings = nullptr;     // p by m, item order
+};
+
+// The raw data of the run, borrowed for the estimation.
+struct ScoreData {
+  const Matrix& item_data;                 // N by p
+  const std::vector<double>& subject_ids;  // N
+  const std::vector<double>& means;        // p
+  const std::vector<double>& deviations;   // p
+  const Matrix& r;  // p by p working matrix, final communalities on its diagonal
+};
+
+// What the phase computed, at full precision.
+struct ScoreResult {
+  bool estimated = false;  // scores were made (all of them: the run went on)
+  ScoreMethod method = ScoreMethod::kNone;
+  ScoreLoadingSource source = ScoreLoadingSource::kUnrotated;
+  Rotation rotation = Rotation::kNone;
+  Matrix loadings;                       // p by m, item order: what fed the weights
+  Matrix weights;                        // p by m
+  std::vector<double> score_deviations;  // m: of the raw estimates, before standardising
+  std::vector<double> validity;          // m: factors with their score estimates
+  Matrix scores;                         // N by m, standardised
+  std::vector<double> subject_ids;       // N, as read
+  // Notes of the run on its scores, in order: a request that was passed
+  // over, a stand-in inverse taken for the weights.
+  std::vector<std::string> notes;
+};
+
+// The loadings the estimator of `options.method` is given, by the solution
+// that the rotation left (its last stage): the unrotated `loadings` when
+// nothing was rotated; the orthogonal solution in item order; after an
+// oblique rotation the structure for "REG" and the pattern for "BART", in
+// item order. Stops the run with a message when that matrix is not p by m.
+ScoreLoadingChoice ChooseScoreLoadings(const ScoreOptions& options,
+                                       const Matrix& loadings,
+                                       const RotationResult& rotation);
 
 // What the end of a run does about factor scores.
 struct ScorePlan {
@@ -68,39 +106,29 @@ ScorePlan PlanScorePhase(const RunOptions& options);
 //     no plot ("WARNING: A given factor pattern has no data ...");
 //   - "SCORES" or "ALL" with no scores ("NOSCORE", "NONE" or another word):
 //     no plot ("WARNING: No factor scores are computed, ...").
-// The driver calls it once, at the place where the notes are to stand.
-void NoteUnmetScoreRequests(const RunOptions& options);
+// Each note shows as two lines from column 30 and two empty lines, and is
+// added to `notes`.
+void NoteUnmetScoreRequests(const RunOptions& options,
+                            Progress& progress,
+                            std::vector<std::string>& notes);
 
-// The `fsc` records, layout "I15 999( F8.3 )": per subject, in data order,
-// the id as a whole number (truncated towards zero) in 15 positions, then
-// its m scores; a subject with more than 999 scores goes on in further
-// records of scores only. An id that does not fit fills its field with
-// asterisks, and so does a score of 10,000 or more.
-void WriteScoreRecords(OutputFile& file,
-                       const std::vector<double>& SubjectIds,
-                       const Matrix& FactorScores,
-                       int N,
-                       int m);
+// Everything that can end the run on the data, settled before the `fsc`
+// file is touched: arrays that do not match the counts, an item without
+// variance, and under "BART" a model or item without unique variance.
+void CheckScoreInputs(const ScoreData& data, const ScoreOptions& options);
 
-// The phase: `PlanScorePhase` (silently nothing when no scores apply); then
-// the checks of the data
-// (before any file is touched), the `fsc` file opened on stream 16 beside the
-// command file, `FactorScores` allocated N by m and zeroed, the loadings
-// chosen, `RegressionScores` or `BartlettScores`, the records, the file
-// closed; then, when asked, `FactorScorePlots` on the report. `R` leaves
-// with a unit diagonal. A stop inside the estimation removes the unfinished
-// `fsc` file.
-void RunScorePhase(const RunOptions& options,
-                   const Matrix& ItemData,
-                   const std::vector<double>& SubjectIds,
-                   const std::vector<double>& Means,
-                   const std::vector<double>& Deviations,
-                   Matrix& R,
-                   const ScoreSources& sources,
-                   Matrix& FactorScores,
-                   OutputFile& report,
-                   std::string_view run_directory,
-                   std::string_view run_stem);
+// Estimates the scores (after CheckScoreInputs) from the chosen loadings:
+// the progress line ("Computing factor scores" under "PFA", "Computing
+// component scores" under "PCA"), the weights, the raw estimates, their
+// standardisation and the validity. `result` is filled as the estimation
+// goes, so that when the standardisation stops the run (scores without
+// spread, or fewer than two subjects) it holds the weights already made.
+// `data.r` is read, not changed: the weights use it with a unit diagonal.
+void EstimateScores(const ScoreData& data,
+                    const ScoreLoadingChoice& choice,
+                    const ScoreOptions& options,
+                    Progress& progress,
+                    ScoreResult& result);
 
 }  // namespace vq
 

@@ -42,7 +42,7 @@ TEST_F(PdInverseTest, UnitAndRandomMatricesInBothTriangles) {
   ConsoleCapture capture;
   EXPECT_TRUE(DLINDS(4, Identity(4), inverse_));
   EXPECT_EQ(inverse_.values, Identity(4).values);
-  InvertPositiveDefinite(Identity(3), 3, inverse_);
+  EXPECT_EQ(InvertPositiveDefinite(Identity(3), 3, inverse_), 0);
   EXPECT_EQ(inverse_.values, Identity(3).values);
   EXPECT_EQ(capture.Out(), "");
   // B B' + n I for a random B: well conditioned and positive definite.
@@ -74,7 +74,7 @@ TEST_F(PdInverseTest, ZeroPivotInRowThreeStopsDLINDSButNotTheInverse) {
   const std::string stop = "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
   ConsoleCapture capture;
   EXPECT_THROW(DLINDS(4, ZeroThirdPivot(4), inverse_), RunStopped);
-  InvertPositiveDefinite(ZeroThirdPivot(5), 5, inverse_);
+  EXPECT_EQ(InvertPositiveDefinite(ZeroThirdPivot(5), 5, inverse_), 3);
   EXPECT_EQ(IERCD(), 2);
   EXPECT_EQ(capture.Out(), kNotPositiveDefinite + stop + kNotPositiveDefinite);
   // The leading 2 by 2 block is the unit matrix, whose inverse stands; the

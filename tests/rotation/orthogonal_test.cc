@@ -9,17 +9,17 @@
 
 #include "frame/console.h"
 #include "rotation/random_start.h"
+#include "rotation/solution.h"
 #include "test_matrices.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
-using testing::FindLine;
-using testing::Lines;
 using testing::MaxAbsDifference;
 using testing::Outer;
 using testing::RowSumsOfSquares;
+using testing::SmallRotationOptions;
 
 TEST(CuretonMulaikWeight, HighestAtEqualLoadingsAndFloorAtTheEnds) {
   for (int m : {2, 3, 5}) {
@@ -40,197 +40,136 @@ TEST(CuretonMulaikWeight, HighestAtEqualLoadingsAndFloorAtTheEnds) {
   EXPECT_NEAR(CuretonMulaikWeight(0.5, 2), 0.751, 1e-13);
 }
 
-class OrthogonalSectionTest : public ::testing::Test {
+class OrthogonalTest : public ::testing::Test {
  protected:
-  void SetUp() override { report_.OpenInMemory(11); }
   void TearDown() override { ResetRandomGenerator(); }
-  OutputFile report_;
-  RotationResults results_;
 };
 
-TEST_F(OrthogonalSectionTest, VarimaxUnsortedSectionInOrder) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.SortMode = ParseSortMode("NOSORT");
-  Matrix loadings = testing::ThreeFactorLoadings();
-  RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
-  const std::vector<std::string> lines = Lines(report_.Text());
-  // Two empty lines after the rotation and two after the ordering.
-  ASSERT_GE(lines.size(), 5u);
-  for (int k = 0; k < 4; ++k) EXPECT_EQ(lines[k], "") << k;
-  EXPECT_EQ(lines[4], " Varimax Rotated Factor Loadings");
-  EXPECT_EQ(lines[5], "           1       2       3");
-  EXPECT_EQ(lines[6].substr(0, 4), "  1 ");
-  // Rows in item order with row numbers.
-  EXPECT_EQ(lines[17].substr(0, 4), " 12 ");
-  const int variance = FindLine(lines, " Variance explained by each rotated factor");
-  ASSERT_EQ(variance, 20);
-  EXPECT_EQ(lines[18], "");
-  EXPECT_EQ(lines[19], "");
-  EXPECT_EQ(lines[21], "         1       2       3");
-  EXPECT_EQ(lines[23], "");
-  EXPECT_EQ(lines[24].substr(0, 29), "Varimax Objective function = ");
-  EXPECT_EQ(lines[24].size(), 35u);
-  EXPECT_EQ(lines[25], "");
-  EXPECT_EQ(lines[26], "");
-  EXPECT_EQ(lines[27], "0===========HYPERPLANE COUNT====================0");
-  EXPECT_EQ(lines[29].substr(0, 31), "Hyperplane Count (%) for Factor");
-  EXPECT_EQ(lines[34], "0==============================================0");
-  EXPECT_EQ(lines[35], "");
-  EXPECT_EQ(lines.size(), 36u);
-
-  // The variance row sums the squared loadings of each column.
-  double first = 0.0;
-  for (int i = 0; i < 12; ++i) first += std::pow(results_.RotatedLoadings(i, 0), 2);
-  EXPECT_EQ(lines[22].substr(2, 8), FormatF(first, 8, 3));
-  EXPECT_TRUE(results_.orthogonal);
-  EXPECT_EQ(MaxAbsDifference(results_.ItemOrderLoadings, results_.RotatedLoadings), 0.0);
-}
-
-TEST_F(OrthogonalSectionTest, VarimaxSortedTableUsesSortedDefaultLabels) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  Matrix loadings = testing::ThreeFactorLoadings();
-  RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
-  const std::vector<std::string> lines = Lines(report_.Text());
-  EXPECT_EQ(lines[4], " VARIMAX: Sorted Factor Loadings");
-  for (int place = 0; place < 12; ++place) {
-    const std::string label = "V" + FormatI(results_.Order[place], 3, 3);
-    EXPECT_EQ(lines[6 + place].substr(1, 4), label) << place;
-    for (int j = 0; j < 3; ++j) {
-      EXPECT_EQ(results_.RotatedLoadings(place, j),
-                results_.ItemOrderLoadings(results_.Order[place] - 1, j));
-    }
-  }
-  // Factors ordered by variance and reflected: column sums of squares fall.
+TEST_F(OrthogonalTest, UnsortedVarimaxCarriesItsFiguresInItemOrder) {
+  RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
+  options.sort_rows = false;
+  const Matrix start = testing::ThreeFactorLoadings();
+  const RotatedSolution solution = Varimax(start, options, SilentProgress());
+  EXPECT_EQ(solution.method, Rotation::kVarimax);
+  EXPECT_FALSE(solution.oblique);
+  EXPECT_FALSE(solution.sorted());
+  EXPECT_TRUE(solution.sorted_labels.empty());
+  EXPECT_EQ(MaxAbsDifference(solution.item_order_loadings, solution.loadings), 0.0);
+  // The stage rotated a copy.
+  EXPECT_EQ(MaxAbsDifference(start, testing::ThreeFactorLoadings()), 0.0);
+  // An orthogonal turn of the start.
+  EXPECT_LT(MaxAbsDifference(Outer(solution.loadings), Outer(start)), 1e-12);
+  EXPECT_TRUE(solution.sweeps.converged);
+  EXPECT_GT(solution.sweeps.sweeps, 0);
+  // Variance explained: column sums of squares, falling (factors ordered).
+  ASSERT_EQ(solution.variance_explained.size(), 3u);
   double previous = 1e9;
   for (int j = 0; j < 3; ++j) {
     double sum = 0.0;
-    for (int i = 0; i < 12; ++i) sum += std::pow(results_.RotatedLoadings(i, j), 2);
+    for (int i = 0; i < 12; ++i) sum += std::pow(solution.loadings(i, j), 2);
+    EXPECT_NEAR(solution.variance_explained[j], sum, 1e-15);
     EXPECT_LE(sum, previous);
     previous = sum;
   }
+  EXPECT_EQ(solution.objective, ObjectiveFunction(solution.loadings, 12, 3));
+  EXPECT_EQ(solution.hyperplane_counts, HyperplaneCounts(solution.loadings, 0.2));
 }
 
-TEST_F(OrthogonalSectionTest, OtherSortWordPrintsNoLoadingTable) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.SortMode = ParseSortMode("NOSORT");
-  options.LabelMode = ParseLabelMode("ODD");
-  Matrix loadings = testing::ThreeFactorLoadings();
-  RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
-  const std::vector<std::string> lines = Lines(report_.Text());
-  EXPECT_EQ(FindLine(lines, " Varimax Rotated Factor Loadings"), -1);
-  EXPECT_EQ(lines[6], " Variance explained by each rotated factor");
-}
-
-TEST_F(OrthogonalSectionTest, RandomAndUnrotatedStartsReachTheSameSolution) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  Matrix loadings = testing::ThreeFactorLoadings();
-  options.RotationEpsilon = 1e-10;
-  RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
-  const Matrix fixed_start = results_.RotatedLoadings;
-  const std::string fixed_text = report_.Text();
-
-  for (long seed : {11L, 12345L, 999999L}) {
-    SetRandomSeed(seed);
-    options.RandomStart = ParseRandomStart("T");
-    loadings = testing::ThreeFactorLoadings();
-    OutputFile report;
-    report.OpenInMemory(11);
-    RotationResults random;
-    RunVarimax(options, loadings, 12, 3, random, report, "", "run.in");
-    EXPECT_LT(MaxAbsDifference(random.RotatedLoadings, fixed_start), 1e-6) << "seed " << seed;
-    EXPECT_EQ(report.Text(), fixed_text) << "seed " << seed;
+TEST_F(OrthogonalTest, SortedVarimaxRowsFollowTheOrderAndTheLabels) {
+  const RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
+  const RotatedSolution solution =
+      Varimax(testing::ThreeFactorLoadings(), options, SilentProgress());
+  ASSERT_EQ(solution.order.size(), 12u);
+  for (int place = 0; place < 12; ++place) {
+    EXPECT_EQ(solution.sorted_labels[place],
+              "V" + FormatI(solution.order[place], 3, 3) + "           ");
+    for (int j = 0; j < 3; ++j) {
+      EXPECT_EQ(solution.loadings(place, j),
+                solution.item_order_loadings(solution.order[place] - 1, j));
+    }
   }
 }
 
-TEST_F(OrthogonalSectionTest, WeightedVarimaxKeepsCommunalitiesAndInnerProducts) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "WVARIMAX");
+TEST_F(OrthogonalTest, RandomAndUnrotatedStartsReachTheSameSolution) {
+  RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
+  options.epsilon = 1e-10;
+  const RotatedSolution fixed = Varimax(testing::ThreeFactorLoadings(), options, SilentProgress());
+  for (long seed : {11L, 12345L, 999999L}) {
+    SetRandomSeed(seed);
+    options.random_start = RandomStart::kRandom;
+    const RotatedSolution random =
+        Varimax(testing::ThreeFactorLoadings(), options, SilentProgress());
+    EXPECT_LT(MaxAbsDifference(random.loadings, fixed.loadings), 1e-6) << "seed " << seed;
+    EXPECT_EQ(random.order, fixed.order) << "seed " << seed;
+  }
+}
+
+TEST_F(OrthogonalTest, WeightedVarimaxKeepsCommunalitiesAndInnerProducts) {
+  RotationOptions options = SmallRotationOptions(12, Rotation::kWeightedVarimax);
+  options.sort_rows = false;
   Matrix start = testing::ThreeFactorLoadings();
   // A row with a negative first loading and equal loadings of opposite sign.
   start(2, 0) = -0.45;
   start(2, 1) = 0.45;
   start(2, 2) = 0.1;
   const std::vector<double> communalities = RowSumsOfSquares(start);
-  Matrix loadings = start;
-  options.SortMode = ParseSortMode("NOSORT");
-  RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
-  const std::vector<double> after = RowSumsOfSquares(results_.RotatedLoadings);
+  const RotatedSolution solution = WeightedVarimax(start, communalities, options);
+  const std::vector<double> after = RowSumsOfSquares(solution.loadings);
   for (int i = 0; i < 12; ++i) EXPECT_NEAR(after[i], communalities[i], 1e-12) << i;
   // Reflection and weights are undone: the solution is an orthogonal turn of
   // the input, the reflected row included.
-  EXPECT_LT(MaxAbsDifference(Outer(results_.RotatedLoadings), Outer(start)), 1e-12);
-  const std::vector<std::string> lines = Lines(report_.Text());
-  EXPECT_EQ(lines[4], " Varimax Rotated Factor Loadings  (Cureton - Mulaik Weights)");
-  for (const std::string& line : lines) {
-    EXPECT_EQ(line.find("Objective"), std::string::npos);
-  }
+  EXPECT_LT(MaxAbsDifference(Outer(solution.loadings), Outer(start)), 1e-12);
+  // Weighted Varimax has no objective function of its own.
+  EXPECT_EQ(solution.objective, 0.0);
 }
 
-TEST_F(OrthogonalSectionTest, WeightedVarimaxSortedTitleAndPlotTitle) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "WVARIMAX");
-  options.PlotMode = ParsePlotMode("ALL");
-  Matrix loadings = testing::ThreeFactorLoadings();
-  const std::vector<double> communalities = RowSumsOfSquares(loadings);
-  RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
-  const std::vector<std::string> lines = Lines(report_.Text());
-  EXPECT_EQ(lines[4], " VARIMAX: Sorted Factor Loadings  (Cureton - Mulaik Weights)");
-  const int plots =
-      FindLine(lines, PadRight("Factor Pattern Plots:  Weighted Varimax Rotation", 80));
-  const int closing = FindLine(lines, "0==============================================0");
-  EXPECT_GT(plots, closing);
-  EXPECT_NE(FindLine(lines, "Factor X =   1   Factor Y =  2", plots), -1);
-  EXPECT_NE(FindLine(lines, "Factor X =   2   Factor Y =  3", plots), -1);
-}
-
-TEST_F(OrthogonalSectionTest, WeightedVarimaxRowWithoutCommunalityStaysZero) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "WVARIMAX");
+TEST_F(OrthogonalTest, WeightedVarimaxRowWithoutCommunalityStaysZero) {
+  const RotationOptions options = SmallRotationOptions(12, Rotation::kWeightedVarimax);
   Matrix loadings = testing::ThreeFactorLoadings();
   for (int j = 0; j < 3; ++j) loadings(6, j) = 0.0;
   const std::vector<double> communalities = RowSumsOfSquares(loadings);
-  RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
-  for (double value : results_.ItemOrderLoadings.values) EXPECT_TRUE(std::isfinite(value));
-  for (int j = 0; j < 3; ++j) EXPECT_EQ(results_.ItemOrderLoadings(6, j), 0.0);
+  const RotatedSolution solution = WeightedVarimax(loadings, communalities, options);
+  for (double value : solution.item_order_loadings.values) EXPECT_TRUE(std::isfinite(value));
+  for (int j = 0; j < 3; ++j) EXPECT_EQ(solution.item_order_loadings(6, j), 0.0);
 }
 
-TEST_F(OrthogonalSectionTest, SweepsUsedUpShowTheTraceLineAndForVarimaxThePause) {
-  for (const char* rotation : {"VARIMAX", "WVARIMAX"}) {
-    RunOptions options = testing::SmallRunOptions(12, 3, rotation);
-    options.RotationIterations = 0;
-    options.RotationEpsilon = 0.0;
-    Matrix loadings = testing::ThreeFactorLoadings();
-    const std::vector<double> communalities = RowSumsOfSquares(loadings);
+TEST_F(OrthogonalTest, SweepsUsedUpShowTheTraceLineAndForVarimaxThePause) {
+  for (Rotation rotation : {Rotation::kVarimax, Rotation::kWeightedVarimax}) {
+    RotationOptions options = SmallRotationOptions(12, rotation);
+    options.max_iterations = 0;
+    options.epsilon = 0.0;
+    const Matrix loadings = testing::ThreeFactorLoadings();
     ConsoleCapture capture("\n");
-    if (rotation[0] == 'V') {
-      RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in");
+    RotatedSolution solution;
+    if (rotation == Rotation::kVarimax) {
+      solution = Varimax(loadings, options, ConsoleProgress());
       EXPECT_EQ(capture.Out(),
                 "roblem occured at line       1448\n"
                 "Rotation Failed to Converge\n"
                 "Pause - Enter command<CR> or <CR> to continue.\n");
     } else {
-      RunWeightedVarimax(options, loadings, communalities, 12, 3, results_, report_, "", "run.in");
+      solution = WeightedVarimax(loadings, RowSumsOfSquares(loadings), options);
       EXPECT_EQ(capture.Out(), "roblem occured at line       1258\n");
     }
-    EXPECT_TRUE(results_.orthogonal);
+    EXPECT_FALSE(solution.sweeps.converged);
+    EXPECT_EQ(solution.loadings.rows, 12);
   }
 }
 
-TEST_F(OrthogonalSectionTest, NotANumberStopsTheRunWithBothTexts) {
-  RunOptions options = testing::SmallRunOptions(12, 3, "VARIMAX");
-  options.RotationIterations = 3;
+TEST_F(OrthogonalTest, NotANumberShowsTheFatalTextAndMarksTheSolution) {
+  RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
+  options.max_iterations = 3;
   Matrix loadings = testing::ThreeFactorLoadings();
   loadings(0, 0) = std::numeric_limits<double>::quiet_NaN();
   ConsoleCapture capture("\n");
-  EXPECT_THROW(RunVarimax(options, loadings, 12, 3, results_, report_, "", "run.in"), RunStopped);
+  const RotatedSolution solution = Varimax(loadings, options, ConsoleProgress());
+  EXPECT_TRUE(solution.not_a_number);
   const std::string expected_console = std::string("roblem occured at line       1448\n") +
                                        "\n\n\n" + Blanks(28) +
                                        "Fatal Error: Serious problems occured during Varimax "
                                        "Rotation\n\n\n\n" +
-                                       "Pause - Enter command<CR> or <CR> to continue.\n"
-                                       "Stop - Program terminated.\n"
-                                       "Program Terminated with exit code 0\n";
+                                       "Pause - Enter command<CR> or <CR> to continue.\n";
   EXPECT_EQ(capture.Out(), expected_console);
-  EXPECT_EQ(report_.Text(),
-            "\n\n\n****Serious problems occured during Varimax Rotation****\n" + Blanks(18) +
-                " Execution Terminated\n");
 }
 
 }  // namespace

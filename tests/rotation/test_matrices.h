@@ -10,6 +10,8 @@
 
 #include "kernels/matrix.h"
 #include "options/run_options.h"
+#include "rotation/rotation.h"
+#include "rotation/solution.h"
 #include "text/edit_descriptors.h"
 
 namespace vq::testing {
@@ -115,6 +117,19 @@ inline RunOptions SmallRunOptions(int p, int m, const std::string& rotation) {
   options.PromaxPower = 4;
   options.ObliminDelta = 0.0;
   options.HarrisKaiserParameter = 0.0;
+  return options;
+}
+
+// The rotation options of SmallRunOptions: rows sorted, default labels,
+// unrotated start, the usual stop value and sweep limit.
+inline RotationOptions SmallRotationOptions(int p, Rotation rotation) {
+  RotationOptions options;
+  options.rotation = rotation;
+  options.model = Model::kPrincipalFactors;
+  options.random_start = RandomStart::kUnrotated;
+  options.promax_power = 4;
+  options.sort_rows = true;
+  DefaultLabels(p, options.item_labels);
   return options;
 }
 

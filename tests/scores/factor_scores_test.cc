@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "frame/console.h"
-#include "frame/output_file.h"
 #include "kernels/failure.h"
 #include "kernels/matrix.h"
 #include "kernels/pearson.h"
@@ -138,110 +137,40 @@ TEST(StandardizeScores, OneSubjectOrAConstantEstimateStops) {
                   "their standard deviation is 0 or not a number."));
 }
 
-// Two items, four subjects: x1 = 1 2 3 4, x2 = 2 1 4 3, both with mean 2.5
-// and variance 5/3. One factor with loadings 0.8 and 0.6, communalities on
-// the diagonal of an otherwise empty R.
-struct TwoItems {
-  Matrix data{4, 2}, r{2, 2}, loadings{2, 1}, scores;
-  std::vector<double> means{2.5, 2.5};
-  std::vector<double> deviations{std::sqrt(5.0 / 3.0), std::sqrt(5.0 / 3.0)};
-  OutputFile report;
-  TwoItems() {
-    data.values = {1, 2, 3, 4, 2, 1, 4, 3};
-    r(0, 0) = 0.64;
-    r(1, 1) = 0.36;
-    loadings.values = {0.8, 0.6};
-    report.OpenInMemory(11);
-  }
-  // Runs one estimator on the example under `model`.
-  void Estimate(bool bartlett, Model model) {
-    auto* estimator = bartlett ? &BartlettScores : &RegressionScores;
-    estimator(data, means, deviations, 2, 4, 1, r, loadings, scores, 130, model, report);
-  }
-};
-
-TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
-  // R becomes the unit matrix, so the weights are the loadings. The raw
-  // estimates are (-1.5, -1.3, 1.3, 1.5) / sqrt(5/3), whose standard
-  // deviation is sqrt(7.88 / 5) = 1.25538...; the validity is 1 / that.
-  TwoItems example;
+TEST(RegressionWeights, ANonPositiveDefiniteMatrixGivesTheStandIn) {
+  // Two identical items: R is singular at order 2. The stand-in inverse is
+  // 1 for the first item and the unit matrix beyond it.
+  Matrix r(2, 2, 1.0);
+  Matrix loadings(2, 1);
+  loadings.values = {0.5, 0.25};
+  Matrix weights;
   ConsoleCapture capture;
-  example.Estimate(false, kPfa);
-  EXPECT_EQ(capture.Out(), kColumn30 + "Computing factor scores\n\n");
-  EXPECT_EQ(example.report.Text(),
-            "\n\n"
-            " Standardized regression weights for estimating the factors\n"
-            "          1\n"
-            " 1    0.800\n"
-            " 2    0.600\n"
-            "\n\n"
-            " Correlations of Factors with Factor Score Estimates\n"
-            "          1\n"
-            "      0.797\n");
-  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
-  const double d = std::sqrt(7.88 / 5.0);
-  const double raw[] = {-1.5, -1.3, 1.3, 1.5};
-  for (int s = 0; s < 4; ++s) {
-    EXPECT_NEAR(example.scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
-  }
-}
-
-TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
-  // Unique variances 0.36 and 0.64. Weights 0.8/0.36/c and 0.6/0.64/c with
-  // c = 2.340277...: 0.94955 (0.950 in print) and 0.40059. The raw estimates
-  // are +-1.62463 and +-1.07567, standard deviation 1.23231, validity 0.81148.
-  TwoItems example;
-  ConsoleCapture capture;
-  example.Estimate(true, kPfa);
-  EXPECT_EQ(example.report.Text(),
-            "\n\n"
-            "Bartlett method, Maximum Likelihood, and Weighted Least Squares\n"
-            "\n\n"
-            " Standardized regression weights for estimating the factors\n"
-            "          1\n"
-            " 1    0.950\n"
-            " 2    0.401\n"
-            "\n\n"
-            " Correlations of Factors with Factor Score Estimates\n"
-            "          1\n"
-            "      0.811\n");
-  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
-}
-
-TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
-  const std::pair<Model, std::string> cases[] = {
-      {Model::kComponents, kColumn30 + "Computing component scores\n\n"}, {Model::kOther, ""}};
-  for (const auto& [model, line] : cases) {
-    TwoItems example;
-    ConsoleCapture capture;
-    example.Estimate(false, model);
-    EXPECT_EQ(capture.Out(), line);
-  }
+  EXPECT_EQ(RegressionWeights(r, 2, 1, loadings, weights), 2);
+  EXPECT_EQ(weights.values, (std::vector<double>{0.5, 0.25}));
+  EXPECT_NE(capture.Out().find("not positive definite"), std::string::npos);
+  r(0, 1) = r(1, 0) = 0.0;
+  EXPECT_EQ(RegressionWeights(r, 2, 1, loadings, weights), 0);
 }
 
 TEST(ScoreChecks, BartlettNeedsUniqueVariancesAndEveryItemAVariance) {
-  TwoItems example;
-  example.r(0, 0) = example.r(1, 1) = 1.0;
-  EXPECT_EQ(StopText([&] { example.Estimate(true, Model::kComponents); }),
+  Matrix r(2, 2);
+  r(0, 0) = r(1, 1) = 1.0;
+  EXPECT_EQ(StopText([&] { CheckUniqueVariances(r, 2, Model::kComponents); }),
             Fatal("FATAL ERROR: Bartlett scores need unique variances, and principal",
                   "components have none. Use >SCORE: REG for component scores."));
-  EXPECT_EQ(StopText([&] { CheckUniqueVariances(example.r, 2, kPfa); }),
+  EXPECT_EQ(StopText([&] { CheckUniqueVariances(r, 2, kPfa); }),
             Fatal("FATAL ERROR: Variable   1 has a communality of 1 and no unique variance;",
                   "Bartlett scores are not defined for this solution."));
   // A communality just below 1 is a unique variance, however small.
-  example.r(0, 0) = example.r(1, 1) = 1.0 - 1e-15;
+  r(0, 0) = r(1, 1) = 1.0 - 1e-15;
   ConsoleCapture capture;
-  CheckUniqueVariances(example.r, 2, kPfa);
+  CheckUniqueVariances(r, 2, kPfa);
   EXPECT_EQ(capture.Out(), "");
-  // An item without variance stops both methods before the report.
-  TwoItems constant;
-  constant.deviations[1] = 0.0;
-  for (bool bartlett : {false, true}) {
-    EXPECT_EQ(StopText([&] { constant.Estimate(bartlett, kPfa); }),
-              Fatal("FATAL ERROR: Variable   2 has no variance;",
-                    "its standard scores and the factor scores are not defined."));
-  }
-  EXPECT_EQ(example.report.Text() + constant.report.Text(), "");
+  EXPECT_EQ(StopText([&] {
+              CheckItemDeviations({1.0, 0.0}, 2);
+            }),
+            Fatal("FATAL ERROR: Variable   2 has no variance;",
+                  "its standard scores and the factor scores are not defined."));
 }
 
 }  // namespace

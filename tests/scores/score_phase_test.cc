@@ -1,33 +1,21 @@
 #include "scores/score_phase.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "frame/console.h"
-#include "frame/output_file.h"
 #include "kernels/failure.h"
-#include "kernels/pearson.h"
 #include "options/run_options.h"
-#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
-namespace fs = std::filesystem;
-
 const std::string kColumn30(28, ' ');
 
-RunOptions Options(std::string_view rotation,
-                   std::string_view method,
-                   std::string_view plot,
-                   std::string_view sort = "NOSORT") {
+RunOptions Options(std::string_view method, std::string_view plot) {
   RunOptions options;
   options.VariableCount = 4;
   options.SubjectCount = 6;
@@ -35,44 +23,92 @@ RunOptions Options(std::string_view rotation,
   options.Coding = ParseCoding("CO");
   options.InputForm = ParseInputForm("RAW ");
   options.Model = ParseModel("PFA ");
-  options.LabelMode = ParseLabelMode("NOLABELS");
-  options.SortMode = ParseSortMode(sort);
-  options.Rotation = ParseRotation(rotation);
+  options.Rotation = ParseRotation("VARIMAX");
   options.ScoreMethod = ParseScoreMethod(method);
   options.PlotMode = ParsePlotMode(plot);
   return options;
 }
 
-TEST(ChooseScoreLoadings, FollowsTheRotationAndTheMethod) {
-  Matrix loadings(4, 2), rotated(4, 2), item_order(4, 2), pattern(4, 2), structure(4, 2);
-  const ScoreSources sources{&loadings, &rotated, &item_order, &pattern, &structure};
+RotatedSolution Solution(Rotation method, bool oblique) {
+  RotatedSolution solution;
+  solution.method = method;
+  solution.oblique = oblique;
+  solution.loadings = Matrix(4, 2);
+  solution.item_order_loadings = Matrix(4, 2);
+  if (oblique) {
+    solution.structure = Matrix(4, 2);
+    solution.item_order_structure = Matrix(4, 2);
+  }
+  return solution;
+}
+
+TEST(ChooseScoreLoadings, FollowsTheLastSolutionAndTheMethod) {
+  const Matrix unrotated(4, 2);
+  RotationResult none;
+  RotationResult varimax;
+  varimax.solutions = {Solution(Rotation::kVarimax, false)};
+  RotationResult promax;
+  promax.solutions = {Solution(Rotation::kVarimax, false), Solution(Rotation::kPromax, true)};
+  RotationResult oblimin;
+  oblimin.solutions = {Solution(Rotation::kOblimin, true)};
+  const RotatedSolution& v = varimax.solutions[0];
+  const RotatedSolution& p = promax.solutions[1];
+  const RotatedSolution& o = oblimin.solutions[0];
   const struct {
-    const char *rotation, *method, *sort;
+    const RotationResult* rotation;
+    ScoreMethod method;
     const Matrix* expected;
+    ScoreLoadingSource source;
+    Rotation from;
   } cases[] = {
-      {"NONE", "REG", "NOSORT", &loadings},
-      {"None", "BART", "NOSORT", &loadings},
-      {"VARIMAX", "REG", "NOSORT", &rotated},
-      {"VARIMAX", "BART", "SORT", &item_order},
-      {"WVARIMAX", "REG", "SORT", &item_order},
-      {"WVARIMAX", "BART", "NOSORT", &rotated},
-      {"PROMAX", "REG", "SORT", &structure},
-      {"PROMAX", "BART", "SORT", &pattern},
-      {"OBLIMIN", "REG", "NOSORT", &structure},
-      {"OBLIMIN", "BART", "NOSORT", &pattern},
-      {"HK", "REG", "SORT", &structure},
-      {"HK", "BART", "NOSORT", &pattern},
-      {"QUARTMAX", "REG", "NOSORT", &loadings},
+      {&none,
+       ScoreMethod::kRegression,
+       &unrotated,
+       ScoreLoadingSource::kUnrotated,
+       Rotation::kNone},
+      {&none, ScoreMethod::kBartlett, &unrotated, ScoreLoadingSource::kUnrotated, Rotation::kNone},
+      {&varimax,
+       ScoreMethod::kRegression,
+       &v.item_order_loadings,
+       ScoreLoadingSource::kRotated,
+       Rotation::kVarimax},
+      {&varimax,
+       ScoreMethod::kBartlett,
+       &v.item_order_loadings,
+       ScoreLoadingSource::kRotated,
+       Rotation::kVarimax},
+      {&promax,
+       ScoreMethod::kRegression,
+       &p.item_order_structure,
+       ScoreLoadingSource::kObliqueStructure,
+       Rotation::kPromax},
+      {&promax,
+       ScoreMethod::kBartlett,
+       &p.item_order_loadings,
+       ScoreLoadingSource::kObliquePattern,
+       Rotation::kPromax},
+      {&oblimin,
+       ScoreMethod::kRegression,
+       &o.item_order_structure,
+       ScoreLoadingSource::kObliqueStructure,
+       Rotation::kOblimin},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(&ChooseScoreLoadings(Options(c.rotation, c.method, "NONE", c.sort), sources),
-              c.expected)
-        << c.rotation << " " << c.method << " " << c.sort;
+    ScoreOptions options;
+    options.method = c.method;
+    options.variable_count = 4;
+    options.factor_count = 2;
+    const ScoreLoadingChoice choice = ChooseScoreLoadings(options, unrotated, *c.rotation);
+    EXPECT_EQ(choice.loadings, c.expected);
+    EXPECT_EQ(choice.source, c.source);
+    EXPECT_EQ(choice.rotation, c.from);
   }
-  // A missing matrix stops with a message.
-  const ScoreSources missing{&loadings, &rotated, nullptr, &pattern, &structure};
+  // A matrix of the wrong shape stops with a message.
+  ScoreOptions options;
+  options.variable_count = 5;
+  options.factor_count = 2;
   ConsoleCapture capture;
-  EXPECT_THROW(ChooseScoreLoadings(Options("VARIMAX", "REG", "NONE", "SORT"), missing), RunStopped);
+  EXPECT_THROW(ChooseScoreLoadings(options, unrotated, varimax), RunStopped);
   EXPECT_EQ(capture.Out(),
             kColumn30 + "FATAL ERROR: The loadings of the solution are not available\n" +
                 kColumn30 +
@@ -81,29 +117,27 @@ TEST(ChooseScoreLoadings, FollowsTheRotationAndTheMethod) {
 }
 
 TEST(PlanScorePhase, ScoresForContinuousCodingsAndNotesForWhatIsPassedOver) {
-  const std::string no_scores = kColumn30 +
-                                "WARNING: No factor scores are computed, so there is no\n" +
-                                kColumn30 + "factor score plot.\n\n\n";
-  const std::string given = kColumn30 +
-                            "WARNING: A given factor pattern has no data for factor scores;\n" +
-                            kColumn30 + "no factor scores are computed.\n\n\n";
+  const std::string no_scores_first = "WARNING: No factor scores are computed, so there is no";
+  const std::string no_scores_second = "factor score plot.";
+  const std::string given_first = "WARNING: A given factor pattern has no data for factor scores;";
+  const std::string given_second = "no factor scores are computed.";
   const struct {
     const char *coding, *model, *method, *plot;
     bool estimate, plot_scores;
-    std::string note;
+    std::string first, second;
   } cases[] = {
-      {"CO", "PFA ", "REG", "SCORES", true, true, ""},
-      {"IP", "PFA ", "BART", "LOADINGS", true, false, ""},
-      {"CO", "PFA ", "BART", "ALL", true, true, ""},
-      {"OR", "PFA ", "REG", "ALL", false, false, ""},
-      {"CO", "PFA ", "NOSCORE", "SCORES", false, false, no_scores},
-      {"CO", "PFA ", "NONE", "ALL", false, false, no_scores},
-      {"CO", "PFA ", "NOSCORE", "LOADINGS", false, false, ""},
-      {"CO", "CMT ", "NOSCORE", "SCORES", false, false, ""},
-      {"CO", "ROT ", "REG", "SCORES", false, false, given},
+      {"CO", "PFA ", "REG", "SCORES", true, true, "", ""},
+      {"IP", "PFA ", "BART", "LOADINGS", true, false, "", ""},
+      {"CO", "PFA ", "BART", "ALL", true, true, "", ""},
+      {"OR", "PFA ", "REG", "ALL", false, false, "", ""},
+      {"CO", "PFA ", "NOSCORE", "SCORES", false, false, no_scores_first, no_scores_second},
+      {"CO", "PFA ", "NONE", "ALL", false, false, no_scores_first, no_scores_second},
+      {"CO", "PFA ", "NOSCORE", "LOADINGS", false, false, "", ""},
+      {"CO", "CMT ", "NOSCORE", "SCORES", false, false, "", ""},
+      {"CO", "ROT ", "REG", "SCORES", false, false, given_first, given_second},
   };
   for (const auto& c : cases) {
-    RunOptions options = Options("VARIMAX", c.method, c.plot);
+    RunOptions options = Options(c.method, c.plot);
     options.Coding = ParseCoding(c.coding);
     options.Model = ParseModel(c.model);
     ConsoleCapture capture;
@@ -111,180 +145,154 @@ TEST(PlanScorePhase, ScoresForContinuousCodingsAndNotesForWhatIsPassedOver) {
     EXPECT_EQ(plan.estimate, c.estimate) << c.coding << c.model << c.method << c.plot;
     EXPECT_EQ(plan.plot, c.plot_scores) << c.coding << c.model << c.method << c.plot;
     EXPECT_EQ(capture.Out(), "");
-    NoteUnmetScoreRequests(options);
-    EXPECT_EQ(capture.Out(), c.note) << c.coding << c.model << c.method << c.plot;
+    std::vector<std::string> notes;
+    NoteUnmetScoreRequests(options, ConsoleProgress(), notes);
+    if (c.first.empty()) {
+      EXPECT_EQ(capture.Out(), "");
+      EXPECT_TRUE(notes.empty());
+    } else {
+      EXPECT_EQ(capture.Out(), kColumn30 + c.first + "\n" + kColumn30 + c.second + "\n\n\n");
+      EXPECT_EQ(notes, std::vector<std::string>{c.first + " " + c.second});
+    }
   }
 }
 
-TEST(WriteScoreRecords, IdInFifteenPositionsThenTheScores) {
-  Matrix scores(3, 2);
-  scores.values = {1.2345, 10000.0, -0.0001, -0.5, 9999.9994, 0.0};
-  OutputFile file;
-  file.OpenInMemory(16);
-  WriteScoreRecords(file, {17.0, 123456789012345.0, -42.9}, scores, 3, 2);
-  EXPECT_EQ(file.Text(),
-            "             17   1.234  -0.500\n"
-            "123456789012345********9999.999\n"
-            "            -42   0.000   0.000\n");
-  // More than 999 scores go on in a further record.
-  OutputFile wide;
-  wide.OpenInMemory(16);
-  WriteScoreRecords(wide, {3.0}, Matrix(1, 1001, 0.25), 1, 1001);
-  const std::string text = wide.Text();
-  EXPECT_EQ(text.substr(0, 23), "              3   0.250");
-  EXPECT_EQ(text.substr(15 + 999 * 8), "\n   0.250   0.250\n");
-}
-
-// Six subjects, four items, the moments the correlation step would have
-// left for them, and communalities of 0.5 on the diagonal of R.
-struct PhaseData {
-  Matrix items{6, 4}, r;
-  std::vector<double> ids{101, 102, 103, 104, 105, 106}, means, deviations;
-  PhaseData() {
-    items.values = {1, 2, 3, 4, 5, 6, 2, 2, 4, 3, 6, 5, 1, 3, 2, 5, 4, 6, 3, 3, 5, 4, 6, 7};
-    Matrix ssp;
-    int ifail = kIfailHard;
-    G02BAF(6, 4, items, means, deviations, ssp, r, ifail);
-    r = Matrix(4, 4, 0.3);
-    for (int i = 0; i < 4; ++i) r(i, i) = 0.5;
+// Two items, four subjects: x1 = 1 2 3 4, x2 = 2 1 4 3, both with mean 2.5
+// and variance 5/3. One factor with loadings 0.8 and 0.6, communalities on
+// the diagonal of an otherwise empty R.
+struct TwoItems {
+  Matrix items{4, 2}, r{2, 2}, loadings{2, 1};
+  std::vector<double> ids{1, 2, 3, 4};
+  std::vector<double> means{2.5, 2.5};
+  std::vector<double> deviations{std::sqrt(5.0 / 3.0), std::sqrt(5.0 / 3.0)};
+  ScoreResult result;
+  TwoItems() {
+    items.values = {1, 2, 3, 4, 2, 1, 4, 3};
+    r(0, 0) = 0.64;
+    r(1, 1) = 0.36;
+    loadings.values = {0.8, 0.6};
+  }
+  void Estimate(ScoreMethod method, Model model) {
+    ScoreOptions options;
+    options.estimate = true;
+    options.method = method;
+    options.model = model;
+    options.variable_count = 2;
+    options.subject_count = 4;
+    options.factor_count = 1;
+    const ScoreData data{items, ids, means, deviations, r};
+    const ScoreLoadingChoice choice = ChooseScoreLoadings(options, loadings, RotationResult());
+    CheckScoreInputs(data, options);
+    EstimateScores(data, choice, options, ConsoleProgress(), result);
   }
 };
 
-// Loadings in item order: items 1 and 3 on factor 1, 2 and 4 on factor 2.
-Matrix ItemOrderLoadings() {
-  Matrix loadings(4, 2);
-  loadings.values = {0.7, 0.2, 0.65, 0.1, 0.1, 0.6, 0.15, 0.55};
-  return loadings;
+TEST(EstimateScores, RegressionOfASmallExample) {
+  // R with a unit diagonal is the unit matrix, so the weights are the
+  // loadings. The raw estimates are (-1.5, -1.3, 1.3, 1.5) / sqrt(5/3),
+  // whose standard deviation is sqrt(7.88 / 5) = 1.25538...; the validity
+  // is 1 / that.
+  TwoItems example;
+  ConsoleCapture capture;
+  example.Estimate(ScoreMethod::kRegression, Model::kPrincipalFactors);
+  EXPECT_EQ(capture.Out(), kColumn30 + "Computing factor scores\n\n");
+  const ScoreResult& result = example.result;
+  EXPECT_TRUE(result.estimated);
+  EXPECT_EQ(result.source, ScoreLoadingSource::kUnrotated);
+  EXPECT_EQ(result.loadings.values, example.loadings.values);
+  EXPECT_EQ(result.weights.values, (std::vector<double>{0.8, 0.6}));
+  const double d = std::sqrt(7.88 / 5.0);
+  EXPECT_NEAR(result.score_deviations[0], d, 1e-14);
+  EXPECT_NEAR(result.validity[0], 1.0 / d, 1e-14);
+  const double raw[] = {-1.5, -1.3, 1.3, 1.5};
+  for (int s = 0; s < 4; ++s) {
+    EXPECT_NEAR(result.scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
+  }
+  EXPECT_EQ(result.subject_ids, example.ids);
+  EXPECT_TRUE(result.notes.empty());
+  // The run's working matrix keeps its communalities.
+  EXPECT_EQ(example.r(0, 0), 0.64);
 }
 
-// A scratch directory beside the command file of a test run.
-class ScoreRun : public ::testing::Test {
- protected:
-  void SetUp() override {
-    directory_ = fs::temp_directory_path() /
-                 ("velquorin_scores_" + std::to_string(::getpid()) + "_" +
-                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(directory_);
-    fs::create_directories(directory_);
-  }
-  void TearDown() override { fs::remove_all(directory_); }
-
-  fs::path ScoreFile() const { return directory_ / "run.fsc"; }
-  std::string ReadScoreFile() const {
-    std::stringstream text;
-    text << std::ifstream(ScoreFile()).rdbuf();
-    return text.str();
-  }
-  // The phase on fresh data with the report in memory; returns the report.
-  std::string Run(const RunOptions& options, const ScoreSources& sources, PhaseData& data) {
-    OutputFile report;
-    report.OpenInMemory(11);
-    const std::string dir = directory_.string() + "/";
-    RunScorePhase(options,
-                  data.items,
-                  data.ids,
-                  data.means,
-                  data.deviations,
-                  data.r,
-                  sources,
-                  scores_,
-                  report,
-                  dir,
-                  "run.in");
-    return report.Text();
-  }
-  std::string Run(const RunOptions& options, const ScoreSources& sources) {
-    PhaseData data;
-    return Run(options, sources, data);
-  }
-
-  fs::path directory_;
-  Matrix scores_;
-  ConsoleCapture capture_;
-};
-
-TEST_F(ScoreRun, SortingDoesNotChangeTheScores) {
-  const Matrix item_order = ItemOrderLoadings();
-  Matrix sorted = item_order;  // rows 1, 3, 2, 4
-  for (int j = 0; j < 2; ++j) std::swap(sorted(1, j), sorted(2, j));
-  const std::string unsorted_report =
-      Run(Options("VARIMAX", "REG", "NONE"), {nullptr, &item_order});
-  const std::string unsorted_file = ReadScoreFile();
-  const Matrix unsorted_scores = scores_;
-  const std::string sorted_report =
-      Run(Options("VARIMAX", "REG", "NONE", "SORT"), {nullptr, &sorted, &item_order});
-  EXPECT_EQ(sorted_report, unsorted_report);
-  EXPECT_EQ(ReadScoreFile(), unsorted_file);
-  EXPECT_EQ(scores_.values, unsorted_scores.values);
-  // Row numbers, not labels, under the sorted run too.
-  EXPECT_NE(sorted_report.find("\n 4 "), std::string::npos);
+TEST(EstimateScores, BartlettOfASmallExample) {
+  // Unique variances 0.36 and 0.64. Weights 0.8/0.36/c and 0.6/0.64/c with
+  // c = 0.8^2/0.36 + 0.6^2/0.64 = 2.340277...; then loadings times weights
+  // is 1, and the validity is one over the deviation of the raw estimates.
+  TwoItems example;
+  ConsoleCapture capture;
+  example.Estimate(ScoreMethod::kBartlett, Model::kPrincipalFactors);
+  const ScoreResult& result = example.result;
+  const double c = 0.64 / 0.36 + 0.36 / 0.64;
+  EXPECT_NEAR(result.weights(0, 0), 0.8 / 0.36 / c, 1e-14);
+  EXPECT_NEAR(result.weights(1, 0), 0.6 / 0.64 / c, 1e-14);
+  EXPECT_NEAR(result.validity[0], 1.0 / result.score_deviations[0], 1e-14);
+  EXPECT_NEAR(result.validity[0], 0.81148, 1e-5);
 }
 
-TEST_F(ScoreRun, TheSavedScoresHaveMeanZeroAndDeviationOne) {
-  const Matrix pattern = ItemOrderLoadings();
-  const Matrix structure = ItemOrderLoadings();
-  for (const char* method : {"REG", "BART"}) {
-    PhaseData data;
-    Run(Options("OBLIMIN", method, "NONE"),
-        {nullptr, nullptr, nullptr, &pattern, &structure},
-        data);
-    ASSERT_EQ(scores_.rows, 6);
-    ASSERT_EQ(scores_.cols, 2);
-    std::string records;
-    for (int s = 0; s < 6; ++s) {
-      // One record per subject, in data order, with the id and the scores.
-      records +=
-          FormatI(101 + s, 15) + FormatF(scores_(s, 0), 8, 3) + FormatF(scores_(s, 1), 8, 3) + "\n";
-    }
-    EXPECT_EQ(ReadScoreFile(), records);
-    for (int j = 0; j < 2; ++j) {
-      double sum = 0.0, squares = 0.0;
-      for (int s = 0; s < 6; ++s) {
-        sum += scores_(s, j);
-        squares += scores_(s, j) * scores_(s, j);
-      }
-      EXPECT_NEAR(sum, 0.0, 1e-12) << method;
-      EXPECT_NEAR(squares / 5.0, 1.0, 1e-12) << method;
-    }
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(data.r(i, i), 1.0);
+TEST(EstimateScores, ProgressLineByModel) {
+  const std::pair<Model, std::string> cases[] = {
+      {Model::kComponents, kColumn30 + "Computing component scores\n\n"}, {Model::kOther, ""}};
+  for (const auto& [model, line] : cases) {
+    TwoItems example;
+    ConsoleCapture capture;
+    example.Estimate(ScoreMethod::kRegression, model);
+    EXPECT_EQ(capture.Out(), line);
   }
 }
 
-TEST_F(ScoreRun, AFaultLeavesNoUnfinishedScoreFile) {
-  // A fault of the data, found before the file is opened, leaves an earlier
-  // score file alone.
-  std::ofstream(ScoreFile()) << "earlier run\n";
-  PhaseData data;
-  data.deviations[2] = 0.0;
-  Matrix loadings = ItemOrderLoadings();
-  EXPECT_THROW(Run(Options("NONE", "REG", "NONE"), {&loadings}, data), RunStopped);
-  EXPECT_NE(capture_.Out().find("FATAL ERROR: Variable   3 has no variance;"), std::string::npos);
-  EXPECT_EQ(ReadScoreFile(), "earlier run\n");
-  // A factor on which no item loads has constant estimates: they cannot be
-  // standardised, and the stop after the file was opened removes it.
-  for (int i = 0; i < 4; ++i) loadings(i, 1) = 0.0;
-  EXPECT_THROW(Run(Options("NONE", "REG", "NONE"), {&loadings}), RunStopped);
-  EXPECT_NE(capture_.Out().find("factor   2 cannot be standardized"), std::string::npos);
-  EXPECT_FALSE(fs::exists(ScoreFile()));
+TEST(EstimateScores, ACommunalityAboveOneIsNotedWithTheStandInInverse) {
+  // u = 1 / (1 - 1.5) = -2 makes K = 0.64 (-2) + 0.36 / 0.64 negative.
+  TwoItems example;
+  example.r(0, 0) = 1.5;
+  ConsoleCapture capture;
+  example.Estimate(ScoreMethod::kBartlett, Model::kPrincipalFactors);
+  EXPECT_NE(capture.Out().find("not positive definite"), std::string::npos);
+  ASSERT_EQ(example.result.notes.size(), 1u);
+  EXPECT_NE(example.result.notes[0].find("Bartlett"), std::string::npos);
+  EXPECT_TRUE(example.result.estimated);
 }
 
-TEST_F(ScoreRun, ThePlotFollowsTheScoresWhenAsked) {
-  const Matrix loadings = ItemOrderLoadings();
-  const std::string without = Run(Options("VARIMAX", "REG", "LOADINGS"), {nullptr, &loadings});
-  const std::string with = Run(Options("VARIMAX", "REG", "SCORES"), {nullptr, &loadings});
-  EXPECT_EQ(without.find("Factor Score Plot"), std::string::npos);
-  const std::size_t plot = with.find(" Factor Score Plot");
-  ASSERT_NE(plot, std::string::npos);
-  EXPECT_EQ(with.substr(0, without.size()), without);
-  EXPECT_NE(with.find("Factor X =   1   Factor Y =  2", plot), std::string::npos);
+TEST(EstimateScores, AStopInTheStandardisationKeepsTheWeights) {
+  // One subject: the moments routine stops after the weights were made.
+  TwoItems example;
+  ScoreOptions options;
+  options.method = ScoreMethod::kRegression;
+  options.variable_count = 2;
+  options.subject_count = 1;
+  options.factor_count = 1;
+  Matrix one(1, 2);
+  one.values = {1.0, 2.0};
+  const ScoreData data{one, example.ids, example.means, example.deviations, example.r};
+  const ScoreLoadingChoice choice =
+      ChooseScoreLoadings(options, example.loadings, RotationResult());
+  ConsoleCapture capture;
+  EXPECT_THROW(EstimateScores(data, choice, options, SilentProgress(), example.result), RunStopped);
+  EXPECT_FALSE(example.result.estimated);
+  EXPECT_EQ(example.result.weights.values, (std::vector<double>{0.8, 0.6}));
+  EXPECT_TRUE(example.result.validity.empty());
 }
 
-TEST_F(ScoreRun, NothingHappensWithoutScores) {
-  PhaseData data;
-  EXPECT_EQ(Run(Options("VARIMAX", "NOSCORE", "LOADINGS"), {}, data), "");
-  EXPECT_TRUE(scores_.empty());
-  EXPECT_FALSE(fs::exists(ScoreFile()));
-  EXPECT_EQ(data.r(0, 0), 0.5);
+TEST(CheckScoreInputs, ArraysFirstThenVariancesThenUniqueVariances) {
+  TwoItems example;
+  ScoreOptions options;
+  options.method = ScoreMethod::kBartlett;
+  options.model = Model::kComponents;
+  options.variable_count = 2;
+  options.subject_count = 4;
+  options.factor_count = 1;
+  example.deviations[1] = 0.0;
+  const ScoreData data{example.items, example.ids, example.means, example.deviations, example.r};
+  for (int subjects : {5, 4}) {
+    options.subject_count = subjects;
+    ConsoleCapture capture;
+    EXPECT_THROW(CheckScoreInputs(data, options), RunStopped);
+    EXPECT_NE(capture.Out().find(subjects == 5 ? "do not match" : "Variable   2 has no variance"),
+              std::string::npos);
+  }
+  example.deviations[1] = 1.0;
+  ConsoleCapture capture;
+  EXPECT_THROW(CheckScoreInputs(data, options), RunStopped);
+  EXPECT_NE(capture.Out().find("principal"), std::string::npos);
 }
 
 }  // namespace
