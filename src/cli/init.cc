@@ -16,10 +16,10 @@
 #include <string>
 #include <system_error>
 
-#include "kernels/pearson.h"
 #include "kernels/eigen.h"
 #include "kernels/failure.h"
 #include "kernels/matrix.h"
+#include "kernels/pearson.h"
 
 namespace vq {
 namespace {
