@@ -18,6 +18,8 @@
 #
 #   nice -n 10 tools/mutants.sh [--build DIR] [--list FILE] [--only ID...]
 #   tools/mutants.sh --dry-run    (only finds each mutant's line; no build)
+#   nice -n 10 tools/mutants.sh --all --only ID   (every test that catches ID)
+#   nice -n 10 tools/mutants.sh --label golden    (what the golden runs alone catch)
 #
 # The list format is described at the top of tools/mutants.txt.
 set -u
@@ -28,6 +30,8 @@ list_file="$repo/tools/mutants.txt"
 only=()
 skip_check=0
 dry_run=0
+stop_flag=--stop-on-failure
+label_args=()
 
 usage() {
   sed -n '2,/^set -u/p' "${BASH_SOURCE[0]}" | sed -e '/^set -u/d' -e 's/^# \{0,1\}//'
@@ -39,6 +43,10 @@ Options:
   --only ID...    run only these mutants (all further arguments are IDs)
   --no-check      skip the first run of the suite on the unmutated tree
   --dry-run       only look up each mutant's line and print where it is
+  --all           run the whole suite for each mutant, not only up to the
+                  first failure, and list every test that failed
+  --label REGEX   run only the tests whose CTest label matches (the test
+                  folders: kernels, data, ..., and golden)
 EOF
 }
 
@@ -48,6 +56,8 @@ while [[ $# -gt 0 ]]; do
     --list) list_file=$(realpath -m "$2"); shift 2 ;;
     --no-check) skip_check=1; shift ;;
     --dry-run) dry_run=1; shift ;;
+    --all) stop_flag=""; shift ;;
+    --label) label_args=(-L "$2"); shift 2 ;;
     --only) shift; only=("$@"); break ;;
     -h|--help) usage; exit 0 ;;
     *) echo "mutants.sh: unknown argument '$1'" >&2; usage >&2; exit 2 ;;
@@ -125,7 +135,8 @@ build() { run_child cmake --build "$build_dir" -j2 >"$1" 2>&1; }
 # when it does not pass.
 run_suite() {
   local log=$1
-  run_child ctest --test-dir "$build_dir" -j2 --stop-on-failure --timeout 120 >"$log" 2>&1
+  run_child ctest --test-dir "$build_dir" -j2 $stop_flag --timeout 120 "${label_args[@]}" \
+    >"$log" 2>&1
   local status=$?
   [[ $status -eq 0 ]] && return 0
   # The first test in the order they finished whose status is not Passed:
@@ -137,6 +148,11 @@ run_suite() {
   [[ -z "$first" ]] && first=$(grep -m1 -A1 'The following tests FAILED' "$log" | tail -1 |
     sed -E 's/^[[:space:]]*[0-9]+ - //')
   failed_test=${first:-ctest exit $status}
+  if [[ -z "$stop_flag" ]]; then
+    local all
+    all=$(sed -n '/The following tests FAILED/,$p' "$log" | sed -nE 's/^[[:space:]]+[0-9]+ - ([^ ]+).*/\1/p')
+    failed_test="$failed_test; $(wc -w <<<"$all") failed: $(tr '\n' ' ' <<<"$all" | sed 's/ $//')"
+  fi
   return 1
 }
 
