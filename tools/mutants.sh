@@ -182,6 +182,10 @@ flush_block() {
       echo "mutants.sh: incomplete block near '$b_id' in $list_file" >&2
       exit 2
     fi
+    if [[ $(wc -l <<<"$b_from") -ne $(wc -l <<<"$b_to") ]]; then
+      echo "mutants.sh: block '$b_id' has not one 'to:' for each 'from:'" >&2
+      exit 2
+    fi
     ids+=("$b_id") hints+=("$b_hint") froms+=("$b_from") tos+=("$b_to") whys+=("$b_why")
   fi
   b_id="" b_hint="" b_from="" b_to="" b_why=""
@@ -196,8 +200,8 @@ while IFS= read -r line || [[ -n "$line" ]]; do
   case "$(trim "$key")" in
     id) b_id=$value ;;
     hint) b_hint=$value ;;
-    from) b_from=$value ;;
-    to) b_to=$value ;;
+    from) b_from+=${b_from:+$'\n'}$value ;;
+    to) b_to+=${b_to:+$'\n'}$value ;;
     why) b_why=$value ;;
     *) echo "mutants.sh: unknown key '$key' in $list_file" >&2; exit 2 ;;
   esac
@@ -240,29 +244,43 @@ for index in "${!ids[@]}"; do
     for o in "${only[@]}"; do [[ "$o" == "$id" ]] && wanted=1; done
     [[ $wanted -eq 1 ]] || continue
   fi
-  from=${froms[$index]} to=${tos[$index]} hint=${hints[$index]}
+  hint=${hints[$index]}
+  mapfile -t from_lines <<<"${froms[$index]}"
+  mapfile -t to_lines <<<"${tos[$index]}"
 
-  mapfile -t matches < <(find_matches "$from")
-  found=${#matches[@]}
-  if [[ ${#matches[@]} -gt 1 && -n "$hint" ]]; then
-    stem=$(basename "${hint%.*}")
-    hinted=()
-    for m in "${matches[@]}"; do
-      [[ "$(basename "${m%.*}")" == "$stem" ]] && hinted+=("$m")
-    done
-    matches=("${hinted[@]}")
-  fi
-  if [[ $found -eq 0 ]]; then
-    report "$id" "n/a  (line not found)"
+  # The first from/to pair whose line is found exactly once (after the hint)
+  # is used; a block may give the line as it reads before and after a
+  # refactor. The n/a message tells about the first pair.
+  file="" first_problem=""
+  for pair in "${!from_lines[@]}"; do
+    from=${from_lines[$pair]} to=${to_lines[$pair]}
+    mapfile -t matches < <(find_matches "$from")
+    found=${#matches[@]}
+    if [[ $found -gt 1 && -n "$hint" ]]; then
+      stem=$(basename "${hint%.*}")
+      hinted=()
+      for m in "${matches[@]}"; do
+        [[ "$(basename "${m%.*}")" == "$stem" ]] && hinted+=("$m")
+      done
+      matches=("${hinted[@]}")
+    fi
+    if [[ ${#matches[@]} -eq 1 ]]; then
+      file=${matches[0]}
+      break
+    fi
+    if [[ -z "$first_problem" ]]; then
+      if [[ $found -eq 0 ]]; then
+        first_problem="line not found"
+      else
+        first_problem="line found $found times${hint:+, ${#matches[@]} in $hint}"
+      fi
+    fi
+  done
+  if [[ -z "$file" ]]; then
+    report "$id" "n/a  ($first_problem)"
     not_applicable=$((not_applicable + 1))
     continue
   fi
-  if [[ ${#matches[@]} -ne 1 ]]; then
-    report "$id" "n/a  (line found $found times${hint:+, ${#matches[@]} in $hint})"
-    not_applicable=$((not_applicable + 1))
-    continue
-  fi
-  file=${matches[0]}
   relative=${file#"$repo/"}
   if [[ $dry_run -eq 1 ]]; then
     line_number=$(awk -v text="$from" '
