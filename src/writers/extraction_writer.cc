@@ -1,7 +1,6 @@
 #include "writers/extraction_writer.h"
 
 #include <algorithm>
-#include <cmath>
 #include <string>
 
 #include "frame/console.h"
