@@ -8,7 +8,8 @@
 #include "extraction/extraction.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "text/edit_descriptors.h"
+#include "report/run_outputs.h"
+#include "writers/extraction_writer.h"
 
 namespace vq {
 namespace {
@@ -31,17 +32,11 @@ Matrix FactorMatrix(int p, int m) {
   return r;
 }
 
-RunOptions Options(int p, int m, int passes) {
-  RunOptions options;
-  options.VariableCount = p;
+ExtractionOptions Options(int m, int passes) {
+  ExtractionOptions options;
+  options.Method = ExtractionMethod::kPrincipalFactors;
   options.FactorCount = m;
-  options.Model = ParseModel("PFA");
-  options.Print_Verbosity = ParseVerbosity("SHORT");
-  options.LabelMode = ParseLabelMode("NOLABELS");
-  options.Rotation = ParseRotation("VARIMAX");
-  options.RotationName = PadRight("Varimax", kRotationNameWidth);
-  options.ScoreMethod = ParseScoreMethod("NOSCORE");
-  options.InitialCommunality = ParseInitialCommunality("SMC");
+  options.InitialCommunality = InitialCommunality::kSmc;
   options.CommunalityEpsilon = 0.0;
   options.CommunalityIterations = passes;
   return options;
@@ -52,15 +47,18 @@ void BM_PrincipalFactors(benchmark::State& state) {
   const int m = 5;
   const int passes = 10;
   const Matrix correlations = FactorMatrix(p, m);
-  const RunOptions options = Options(p, m, passes);
+  const ExtractionOptions options = Options(m, passes);
+  const ExtractionWriteOptions write_options;
   ConsoleCapture capture;
   for (auto _ : state) {
     ResetImslState();
-    Matrix r = correlations;
-    ExtractionResult result;
     OutputFile report;
     report.OpenInMemory(11);
-    RunExtraction(options, r, result, report, "", "bench.in");
+    RunOutputs outputs(report, "", "bench.in");
+    const ExtractionResult result = Extract(correlations, options, ConsoleProgress());
+    WriteEigenvalueScreen(result.InitialEigenvalues, write_options, outputs);
+    WriteModelFit(result, write_options, outputs);
+    WriteUnrotatedResults(result, write_options, outputs);
     benchmark::DoNotOptimize(result.Loadings.values.data());
   }
   state.SetLabel("p=" + std::to_string(p) + " m=5, SMC + 10 passes");

@@ -1,17 +1,15 @@
 #include "extraction/extraction.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "extraction/communalities.h"
-#include "extraction/eigenvalue_screen.h"
-#include "extraction/model_fit.h"
 #include "frame/console.h"
 #include "kernels/eigen.h"
 #include "kernels/factor_order.h"
 #include "kernels/failure.h"
-#include "report/matrix_table.h"
-#include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
@@ -29,19 +27,20 @@ struct IterationState {
   Matrix loadings;                  // p by m
   Matrix rhat;                      // p by p, loadings times their transpose
   int iteration = 1;                // number of the next pass
+  double change = 1.0;              // change of the sum in the last pass
 };
 
-// Console words of the warning codes of the partial eigen solution.
-void ReportEigenCode(int code) {
+// Words of the warning codes of the partial eigen solution.
+void ReportEigenCode(int code, Progress& progress) {
   switch (code) {
     case 1:
-      ConsoleFreeForm("The iteration for an eigenvalue failed to converge.");
+      progress.FreeForm("The iteration for an eigenvalue failed to converge.");
       break;
     case 2:
-      ConsoleFreeForm("inverse iteration did not converge. Eigenvector is not correct.");
+      progress.FreeForm("inverse iteration did not converge. Eigenvector is not correct.");
       break;
     case 3:
-      ConsoleFreeForm("The eigenvectors have lost orthogonality.");
+      progress.FreeForm("The eigenvectors have lost orthogonality.");
       break;
     default:
       break;
@@ -62,9 +61,15 @@ void Reproduce(const Matrix& loadings, int p, int m, Matrix& rhat) {
   }
 }
 
+std::vector<double> Diagonal(const Matrix& r) {
+  std::vector<double> diagonal(r.rows);
+  for (int i = 0; i < r.rows; ++i) diagonal[i] = r(i, i);
+  return diagonal;
+}
+
 // One eigen solution of r with its current diagonal, the loadings, rhat and
 // the new diagonal. Returns the trace of r afterwards.
-double RunPass(Matrix& r, int p, int m, IterationState& state) {
+double RunPass(Matrix& r, int p, int m, IterationState& state, Progress& progress) {
   state.eigenvalues.assign(m, 0.0);
   state.eigenvectors.Reset(p, m);
   state.loadings.Reset(p, m);
@@ -76,7 +81,7 @@ double RunPass(Matrix& r, int p, int m, IterationState& state) {
     // would be no factors to iterate on: the run ends as the error asks.
     PlainStop();
   }
-  ReportEigenCode(IERCD());
+  ReportEigenCode(IERCD(), progress);
   // Keep the shapes the rest of the pass relies on, whatever the solver left.
   state.eigenvalues.resize(m, 0.0);
   if (state.eigenvectors.rows != p || state.eigenvectors.cols != m) state.eigenvectors.Reset(p, m);
@@ -93,24 +98,32 @@ double RunPass(Matrix& r, int p, int m, IterationState& state) {
 // The communality iteration. "PCA" stops after its first pass; "PFA" (and a
 // model word outside the known ones) goes on while the sum of the
 // communalities moves by more than the epsilon and the limit of passes is
-// not reached.
-void IterateCommunalities(
-    const RunOptions& options, Matrix& r, int p, int m, bool single_pass, IterationState& state) {
-  double change = 1.0;
+// not reached. The diagonal after each pass is kept in `history`.
+void IterateCommunalities(const ExtractionOptions& options,
+                          Matrix& r,
+                          IterationState& state,
+                          std::vector<std::vector<double>>& history,
+                          Progress& progress) {
+  const int p = r.rows;
+  const int m = options.FactorCount;
+  const bool single_pass = options.Method == ExtractionMethod::kPrincipalComponents;
   double communality_sum = p;
+  state.change = 1.0;
   state.iteration = 1;
   // With a limit below 1 no pass runs; the results are then zeros.
   state.eigenvalues.assign(m, 0.0);
   state.loadings.Reset(p, m);
   state.rhat.Reset(p, p);
+  history.clear();
 
-  while (change > options.CommunalityEpsilon && state.iteration <= options.CommunalityIterations) {
+  while (state.change > options.CommunalityEpsilon &&
+         state.iteration <= options.CommunalityIterations) {
     // The text ends in a blank of its own, and one more blank stands
     // before the number.
-    ConsoleOverwrite(kConsoleColumn, "Iteration: " + Blanks(1) + FormatI(state.iteration, 3));
+    progress.Overwrite(kConsoleColumn, "Iteration: " + Blanks(1) + FormatI(state.iteration, 3));
     const double previous_sum = communality_sum;
-    communality_sum = RunPass(r, p, m, state);
-    change = std::fabs(previous_sum - communality_sum);
+    communality_sum = RunPass(r, p, m, state, progress);
+    state.change = std::fabs(previous_sum - communality_sum);
     // The exact comparison with p: no tolerance for rounding.
     if (p < communality_sum || std::isnan(communality_sum)) {
       ConsoleLine(
@@ -118,68 +131,77 @@ void IterateCommunalities(
           "ERROR 100:  SERIOUS PROBLEMS OCCURED DURING ITERATION" + FormatI(state.iteration, 3));
       PauseAndStop();
     }
-    if (single_pass) change = 0.0;
+    history.push_back(Diagonal(r));
+    if (single_pass) state.change = 0.0;
     ++state.iteration;
   }
 }
 
-// The tables after the fit analysis, and the `fac` file of an unrotated
-// principal factor solution.
-void WriteUnrotatedResults(const RunOptions& options,
-                           const Matrix& r,
-                           int p,
-                           int m,
-                           bool principal_factors,
-                           ExtractionResult& result,
-                           OutputFile& report,
-                           std::string_view run_directory,
-                           std::string_view run_stem) {
-  if (options.RotationAsked == Rotation::kNone && principal_factors &&
-      Saves(options, SaveCode::kFac)) {
-    OutputFile file;
-    OpenSavedFile(file, kLoadingUnit, run_directory, run_stem, "fac");
-    WriteLoadingRows(file, result.Loadings);
-    file.Close();
+}  // namespace
+
+void AnnounceExtraction(const ExtractionOptions& options, Progress& progress) {
+  switch (options.Method) {
+    case ExtractionMethod::kPrincipalFactors:
+      progress.Line(kConsoleColumn, "Performing factor analysis");
+      progress.EmptyLines(1);
+      break;
+    case ExtractionMethod::kPrincipalComponents:
+      progress.Line(kConsoleColumn, "Performing principal components analysis");
+      progress.EmptyLines(1);
+      break;
+    case ExtractionMethod::kUnnamed:
+      break;
+  }
+}
+
+std::vector<double> ScreenEigenvalues(const Matrix& correlations) {
+  const int p = correlations.rows;
+  std::vector<double> eigenvalues;
+  std::vector<double> imaginary_parts;
+  DEVLRG(p, correlations, eigenvalues, imaginary_parts);
+  // The plot of the screen sorts what it is given in place; a short answer
+  // of the solver must not make it read past the end.
+  eigenvalues.resize(std::max(p, 0), 0.0);
+  return eigenvalues;
+}
+
+void ExtractFactors(const Matrix& correlations,
+                    const ExtractionOptions& options,
+                    Progress& progress,
+                    ExtractionResult& result) {
+  const int p = correlations.rows;
+  const int m = options.FactorCount;
+  const bool principal_factors = options.Method == ExtractionMethod::kPrincipalFactors;
+
+  Matrix& r = result.WorkingMatrix;
+  r = correlations;
+  if (principal_factors) {
+    if (options.InitialCommunality == InitialCommunality::kSmc) {
+      SmcCommunalities(r, p);
+    } else if (options.InitialCommunality == InitialCommunality::kHir) {
+      HighestCorrelationCommunalities(r, p);
+    }
+  }
+  result.StartingCommunalities = Diagonal(r);
+
+  IterationState state;
+  IterateCommunalities(options, r, state, result.CommunalityHistory, progress);
+
+  ReflectFactors(state.loadings, p, m);
+  result.IterationCount = state.iteration - 1;
+  result.Converged = result.IterationCount > 0 && !(state.change > options.CommunalityEpsilon);
+  // The count alone decides: a last allowed pass that met the epsilon still
+  // shows the message.
+  result.PassLimitReached =
+      principal_factors && static_cast<long long>(state.iteration) ==
+                               static_cast<long long>(options.CommunalityIterations) + 1;
+  if (result.PassLimitReached) {
+    progress.Line(kConsoleColumn, "**** Communalities Failed to Converge ****");
   }
 
-  int ifail = kIfailHard;
-  if (options.LabelMode == LabelMode::kLabels) {
-    std::vector<std::string> labels = options.Labels;
-    labels.resize(p, std::string(kLabelWidth, ' '));
-    X04CBF('G',
-           'N',
-           p,
-           m,
-           result.Loadings.data(),
-           p,
-           "F8.3",
-           "Unrotated Factor Loadings",
-           'C',
-           &labels,
-           'I',
-           nullptr,
-           options.PageWidth,
-           0,
-           ifail,
-           report);
-  } else if (options.LabelMode == LabelMode::kNoLabels) {
-    X04CBF('G',
-           'N',
-           p,
-           m,
-           result.Loadings.data(),
-           p,
-           "F8.3",
-           "Unrotated Factor Loadings",
-           'I',
-           nullptr,
-           'I',
-           nullptr,
-           options.PageWidth,
-           0,
-           ifail,
-           report);
-  }
+  result.EigenValues = std::move(state.eigenvalues);
+  result.Loadings = std::move(state.loadings);
+  result.Reproduced = std::move(state.rhat);
 
   result.FactorVariance.assign(m, 0.0);
   for (int factor = 0; factor < m; ++factor) {
@@ -187,51 +209,24 @@ void WriteUnrotatedResults(const RunOptions& options,
     for (int i = 0; i < p; ++i) sum += result.Loadings(i, factor) * result.Loadings(i, factor);
     result.FactorVariance[factor] = sum;
   }
-  report.EmptyLines(1);
-  ifail = kIfailHard;
-  X04CBF('G',
-         'N',
-         1,
-         m,
-         result.FactorVariance.data(),
-         1,
-         "F10.3",
-         "Variance explained by each factor",
-         'N',
-         nullptr,
-         'I',
-         nullptr,
-         options.PageWidth,
-         0,
-         ifail,
-         report);
-
-  result.Communalities.assign(p, 0.0);
-  for (int i = 0; i < p; ++i) result.Communalities[i] = r(i, i);
-  HeywoodCheck(result.Communalities, p, report);
-
-  report.EmptyLines(1);
-  ifail = kIfailHard;
-  X04CBF('G',
-         'N',
-         1,
-         p,
-         result.Communalities.data(),
-         1,
-         "F8.2",
-         "Final communality estimates",
-         'N',
-         nullptr,
-         'I',
-         nullptr,
-         options.PageWidth,
-         0,
-         ifail,
-         report);
-  report.EmptyLines(1);
+  result.Communalities = Diagonal(r);
+  result.HeywoodCases = HeywoodFlags(result.Communalities);
 }
 
-}  // namespace
+void FitModel(const Matrix& correlations, ExtractionResult& result) {
+  ComputeModelFit(correlations, result.Reproduced, result.Communalities, result.Fit);
+}
+
+ExtractionResult Extract(const Matrix& correlations,
+                         const ExtractionOptions& options,
+                         Progress& progress) {
+  ExtractionResult result;
+  AnnounceExtraction(options, progress);
+  result.InitialEigenvalues = ScreenEigenvalues(correlations);
+  ExtractFactors(correlations, options, progress, result);
+  FitModel(correlations, result);
+  return result;
+}
 
 void BuildLoadings(const std::vector<double>& eigenvalues,
                    const Matrix& eigenvectors,
@@ -244,68 +239,12 @@ void BuildLoadings(const std::vector<double>& eigenvalues,
   }
 }
 
-void HeywoodCheck(const std::vector<double>& communalities, int p, OutputFile& report) {
-  for (int i = 0; i < p; ++i) {
-    if (communalities[i] > kHeywoodLimit) {
-      report.EmptyLines(1);
-      report.Write(Blanks(10) + "****WARNING !!! HEYWOOD CASE FOR VARIABLE  " + FormatI(i + 1, 4) +
-                   " ****");
-    }
+std::vector<bool> HeywoodFlags(const std::vector<double>& communalities) {
+  std::vector<bool> flags(communalities.size());
+  for (std::size_t i = 0; i < communalities.size(); ++i) {
+    flags[i] = communalities[i] > kHeywoodLimit;
   }
-}
-
-void RunExtraction(const RunOptions& options,
-                   Matrix& r,
-                   ExtractionResult& result,
-                   OutputFile& report,
-                   std::string_view run_directory,
-                   std::string_view run_stem) {
-  const int p = options.VariableCount;
-  const int m = options.FactorCount;
-  const bool principal_factors = options.Model == Model::kPrincipalFactors;
-  const bool components = options.Model == Model::kComponents;
-
-  // A model word outside the known ones was let through by the parse; it
-  // gets no console line and is extracted as principal factors from the
-  // unit diagonal.
-  if (principal_factors || components) {
-    ConsoleLine(kConsoleColumn,
-                principal_factors ? "Performing factor analysis"
-                                  : "Performing principal components analysis");
-    ConsoleEmptyLines(1);
-  }
-
-  Matrix r0 = r;
-  EigenvalueScreen(r, p, report, options.PageWidth, options, run_directory, run_stem);
-
-  if (principal_factors) {
-    if (options.InitialCommunality == InitialCommunality::kSmc) {
-      SmcCommunalities(r, p);
-    } else if (options.InitialCommunality == InitialCommunality::kHir) {
-      HighestCorrelationCommunalities(r, p);
-    }
-  }
-
-  IterationState state;
-  IterateCommunalities(options, r, p, m, components, state);
-
-  ReflectFactors(state.loadings, p, m);
-  // The count alone decides: a last allowed pass that met the epsilon still
-  // shows the message.
-  if (principal_factors && static_cast<long long>(state.iteration) ==
-                               static_cast<long long>(options.CommunalityIterations) + 1) {
-    ConsoleLine(kConsoleColumn, "**** Communalities Failed to Converge ****");
-    report.Write(" **** Communalities Failed to Converge ****");
-  }
-
-  ModelFitAnalysis(options, r0, r, state.rhat, p, state.iteration, report, run_directory, run_stem);
-  r0 = Matrix();
-
-  result.Loadings = state.loadings;
-  result.EigenValues = state.eigenvalues;
-  result.IterationCount = state.iteration - 1;
-  WriteUnrotatedResults(
-      options, r, p, m, principal_factors, result, report, run_directory, run_stem);
+  return flags;
 }
 
 }  // namespace vq

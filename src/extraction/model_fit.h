@@ -1,54 +1,75 @@
-// The fit analysis of an extracted solution: how well the m factors
-// reproduce the correlations. It prints the number of iterations, the
-// goodness-of-fit index, the residual matrix (under "LONG"), the moments and
-// the five-point summary of the residuals, their histogram and class table,
-// and saves the residual matrix in the `rsd` file when asked for. It runs
-// once per extraction, between the communality iteration and the tables of
-// unrotated loadings; rotation does not change the residuals.
+// The fit of an extracted solution: how well the m factors reproduce the
+// correlations. The goodness-of-fit index, the residual matrix, the moments
+// and the five-point summary of the off-diagonal residuals and their
+// distribution in 41 classes. Rotation does not change the residuals, so
+// the fit is computed once per extraction (FitModel, extraction/extraction.h)
+// and written by writers/extraction_writer.h.
 #ifndef VELQUORIN_EXTRACTION_MODEL_FIT_H_
 #define VELQUORIN_EXTRACTION_MODEL_FIT_H_
 
-#include <string_view>
+#include <array>
 #include <vector>
 
-#include "frame/output_file.h"
 #include "kernels/matrix.h"
-#include "options/run_options.h"
 
 namespace vq {
 
-// The fit section on `report`. `r0` (p by p) is the correlation matrix as it
-// stood before extraction; `r` the working matrix (same off-diagonal
-// elements, final communalities on its diagonal); `rhat` the reproduced
-// matrix of the last pass, whose diagonal this overwrites (first with 1.0,
-// then with the diagonal of `r`). `iteration` is the pass counter as the
-// iteration left it: `iteration` - 1 is printed as the number of iterations.
-// With p of 3 or less (fewer than 5 residuals) the five-point summary is a
-// hard failure of G01ALF, which stops the run after the moments block.
-void ModelFitAnalysis(const RunOptions& options,
-                      const Matrix& r0,
-                      const Matrix& r,
-                      Matrix& rhat,
-                      int p,
-                      int iteration,
-                      OutputFile& report,
-                      std::string_view run_directory,
-                      std::string_view run_stem);
+// Classes of the residual histogram: 39 of width 0.05 between the limits and
+// one open class on either side.
+constexpr int kResidualClasses = 41;
 
-// Under `verbosity` "LONG" only: three empty lines, the table "Residual
-// Covariances (1-h^2 on diagonal)" of the p by p `residuals` with row and
-// column numbers (width 110 for a page of 120 or more), three empty lines.
-void ResidualTable(
-    const Matrix& residuals, int p, Verbosity verbosity, int page_width, OutputFile& report);
+struct ModelFit {
+  // 1 - a / b, a and b the mean squares of all p^2 elements of the residuals
+  // (against a unit diagonal) and of the correlation matrix.
+  double Gfi = 0.0;
+  // p by p: correlations minus reproduced, uniqueness 1 - h^2 on the diagonal.
+  Matrix Residuals;
+  // The k = p (p - 1) / 2 off-diagonal residuals, upper triangle by rows:
+  // (1,2), (1,3), ..., (2,3), ...
+  std::vector<double> OffDiagonalResiduals;
 
-// The k residuals tallied in 41 classes between the single-precision limits
-// -0.975 and 0.975 (DOWFRQ), their vertical histogram (DVHSTP) and the class
-// table with midpoints and counts, on `report`.
-void ResidualDistribution(const std::vector<double>& residuals, int k, OutputFile& report);
+  // Moments of the off-diagonal residuals. With k of 0 the mean square is
+  // not a number; with k below 2 the other moments stay 0.
+  double MeanSquaredResidual = 0.0;
+  double Rmsr = 0.0;  // root of the mean square
+  double Mean = 0.0;
+  double StandardDeviation = 0.0;
+  double Skewness = 0.0;
+  double Kurtosis = 0.0;
+  double Smallest = 0.0;
+  double Largest = 0.0;
+
+  // Minimum, lower hinge, median, upper hinge, maximum; present with 5
+  // residuals or more.
+  bool HasFivePointSummary = false;
+  std::array<double, 5> FivePointSummary = {0.0, 0.0, 0.0, 0.0, 0.0};
+
+  // The residuals tallied in kResidualClasses classes between the
+  // single-precision limits -0.975 and 0.975: midpoints and counts.
+  std::vector<double> ClassMidpoints;
+  std::vector<double> ClassCounts;
+};
 
 // GFI = 1 - a / b with a and b the mean squares of all p^2 elements of
 // `residuals` and of `r0`.
 double GoodnessOfFit(const Matrix& residuals, const Matrix& r0, int p);
+
+// The first k `residuals` tallied in kResidualClasses classes (DOWFRQ):
+// `midpoints` and `counts` get kResidualClasses values each.
+void ClassifyResiduals(const std::vector<double>& residuals,
+                       int k,
+                       std::vector<double>& midpoints,
+                       std::vector<double>& counts);
+
+// The fit of the reproduced matrix `rhat` (p by p, its diagonal not read)
+// to `r0`, the correlation matrix as it stood before extraction, with the
+// final `communalities` (p). Fills `fit` in order: index, residual matrix,
+// moments, five-point summary, classes. A stop in the five-point summary
+// (fewer than 5 residuals) leaves `fit` holding everything before it.
+void ComputeModelFit(const Matrix& r0,
+                     const Matrix& rhat,
+                     const std::vector<double>& communalities,
+                     ModelFit& fit);
 
 }  // namespace vq
 

@@ -17,6 +17,7 @@
 #include "data/given_matrices.h"
 #include "data/raw_data.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/pearson.h"
 #include "report/matrix_table.h"
@@ -29,6 +30,7 @@
 #include "run/saved_matrices.h"
 #include "scores/score_phase.h"
 #include "text/edit_descriptors.h"
+#include "writers/extraction_writer.h"
 #include "writers/rotation_writer.h"
 #include "writers/score_writer.h"
 
@@ -322,17 +324,33 @@ void TripletTestOfTheRun(Run& run) {
                  run.context.RunDirectory);
 }
 
-// Extraction: eigenvalue screen, communalities, fit and unrotated tables. The
-// working copy R keeps the final communalities on its diagonal for the
-// rotations and the scores.
+// Extraction: eigenvalue screen, communalities, fit and unrotated tables.
+// Each section is written as soon as it is computed, so that a stop in the
+// iteration leaves the screen in the report and a stop in the fit leaves
+// the part of the fit before it. The working matrix of the result (final
+// communalities on its diagonal) is the R of the rotations and the scores.
 void FactorAnalysis(Run& run) {
-  run.arrays.R = run.arrays.CorrelationMatrix;
-  RunExtraction(run.options,
-                run.arrays.R,
-                run.arrays.Extraction,
-                run.files.Report,
-                run.context.RunDirectory,
-                run.context.RunStem);
+  const ExtractionOptions options = MakeExtractionOptions(run.options);
+  const ExtractionWriteOptions write_options = MakeExtractionWriteOptions(run.options);
+  RunOutputs outputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
+  const Matrix& correlations = run.arrays.CorrelationMatrix;
+  Progress& progress = ConsoleProgress();
+
+  ExtractionResult result;
+  AnnounceExtraction(options, progress);
+  result.InitialEigenvalues = ScreenEigenvalues(correlations);
+  WriteEigenvalueScreen(result.InitialEigenvalues, write_options, outputs);
+  ExtractFactors(correlations, options, progress, result);
+  try {
+    FitModel(correlations, result);
+  } catch (const RunStopped&) {
+    WriteModelFit(result, write_options, outputs);
+    throw;
+  }
+  WriteModelFit(result, write_options, outputs);
+  WriteUnrotatedResults(result, write_options, outputs);
+  run.arrays.R = result.WorkingMatrix;
+  run.arrays.Extraction = std::move(result);
 }
 
 // --- The rotation road ------------------------------------------------------------

@@ -7,17 +7,29 @@
 #ifndef VELQUORIN_RUN_PHASE_OPTIONS_H_
 #define VELQUORIN_RUN_PHASE_OPTIONS_H_
 
+#include "extraction/extraction.h"
 #include "options/run_options.h"
 #include "rotation/rotation.h"
 #include "scores/score_phase.h"
 #include "writers/rotation_writer.h"
 #include "writers/score_writer.h"
+#include "writers/extraction_writer.h"
 
 namespace vq {
 
 // --- Correlations ------------------------------------------------------------
 
 // --- Extraction --------------------------------------------------------------
+
+// The method, the start of the diagonal, m and the limits of the communality
+// iteration. "PCA" and "PFA" name their methods; any other model word that
+// reaches extraction is kUnnamed.
+ExtractionOptions MakeExtractionOptions(const RunOptions& options);
+
+// The page, "LONG", the row labels of the unrotated table and the saved
+// files of the phase. Made after the labels are read (they come with the
+// correlation road's "LABELS" line).
+ExtractionWriteOptions MakeExtractionWriteOptions(const RunOptions& options);
 
 // --- Rotation and scores -----------------------------------------------------
 

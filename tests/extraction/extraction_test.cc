@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "data/simulation.h"
+#include "extraction/communalities.h"
 #include "extraction_test_support.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
@@ -17,60 +18,45 @@ namespace vq {
 namespace {
 
 using testing_support::Equicorrelation;
-using testing_support::ExtractionOptions;
-using testing_support::FindLine;
-using testing_support::FreshDirectory;
 using testing_support::FromLoadings;
-using testing_support::Lines;
-using testing_support::ReadFile;
 
 const std::string kColumn30 = Blanks(28);
 const std::string kFailed = "**** Communalities Failed to Converge ****";
 const std::string kError100 = "ERROR 100:  SERIOUS PROBLEMS OCCURED DURING ITERATION  1";
 
-// One run of the phase with the console captured.
+constexpr ExtractionMethod kPfa = ExtractionMethod::kPrincipalFactors;
+constexpr ExtractionMethod kPca = ExtractionMethod::kPrincipalComponents;
+
+ExtractionOptions Options(ExtractionMethod method,
+                          int m,
+                          InitialCommunality start = InitialCommunality::kOne) {
+  ExtractionOptions options;
+  options.Method = method;
+  options.FactorCount = m;
+  options.InitialCommunality = start;
+  return options;
+}
+
+// One run of the phase (Extract) with the console captured.
 struct PhaseRun {
-  RunOptions options;
-  Matrix r;
+  Matrix correlations;
   ExtractionResult result;
-  OutputFile report;
   std::string console;
-  bool ends = false;
   bool stopped = false;
 
-  PhaseRun(RunOptions run_options, Matrix matrix, const std::string& dir = "")
-      : options(std::move(run_options)), r(std::move(matrix)) {
+  PhaseRun(const ExtractionOptions& options, Matrix matrix) : correlations(std::move(matrix)) {
     ResetImslState();
-    report.OpenInMemory(11);
     ConsoleCapture capture;
     try {
-      RunExtraction(options, r, result, report, dir, "case.in");
-      ends = EndsAfterExtraction(options);
+      result = Extract(correlations, options, ConsoleProgress());
     } catch (const RunStopped&) {
       stopped = true;
     }
     console = capture.Out();
     ResetImslState();
   }
-  std::vector<std::string> ReportLines() const { return Lines(report.Text()); }
   bool Says(const std::string& text) const { return console.find(text) != std::string::npos; }
 };
-
-RunOptions Options(const char* model, int p, int m, const char* start = "ONE") {
-  RunOptions options = ExtractionOptions(model, p, m);
-  options.InitialCommunality = ParseInitialCommunality(start);
-  return options;
-}
-
-// Rotation and scores "NONE", the fac file asked for.
-RunOptions Unrotated(RunOptions options) {
-  options.Rotation = options.RotationAsked = ParseRotation("NONE");
-  options.RotationName = PadRight("None", kRotationNameWidth);
-  options.ScoreMethod = ParseScoreMethod("NONE");
-  options.SaveResults = true;
-  options.SaveCodes = {SaveCode::kFac};
-  return options;
-}
 
 // Two factors with orthogonal columns of different size: principal axes of
 // L L' are L's own columns. The second column has its largest loading
@@ -78,64 +64,76 @@ RunOptions Unrotated(RunOptions options) {
 const Matrix kTwoFactors =
     FromLoadings({{0.8, 0.0}, {0.8, 0.0}, {0.7, 0.0}, {0.0, 0.7}, {0.0, -0.6}, {0.0, -0.6}});
 
-TEST(RunExtraction, PrincipalFactorsWithSmcRecoverKnownLoadings) {
-  RunOptions options = Options("PFA", 6, 2, "SMC");
+TEST(Extract, PrincipalFactorsWithSmcRecoverKnownLoadings) {
+  ExtractionOptions options = Options(kPfa, 2, InitialCommunality::kSmc);
   options.CommunalityEpsilon = 1e-12;
   options.CommunalityIterations = 5000;
   PhaseRun run(options, kTwoFactors);
   ASSERT_FALSE(run.stopped) << run.console;
-  EXPECT_FALSE(run.ends);
+  const ExtractionResult& result = run.result;
   const double expected[12] = {0.8, 0.8, 0.7, 0, 0, 0, 0, 0, 0, -0.7, 0.6, 0.6};
-  for (int k = 0; k < 12; ++k) EXPECT_NEAR(run.result.Loadings.values[k], expected[k], 1e-4);
-  // The communalities are the diagonal of R and of L L'; the other elements
-  // of R stay.
-  const Matrix& l = run.result.Loadings;
+  for (int k = 0; k < 12; ++k) EXPECT_NEAR(result.Loadings.values[k], expected[k], 1e-4);
+  EXPECT_NEAR(result.EigenValues[0], 1.77, 1e-6);
+  EXPECT_NEAR(result.EigenValues[1], 1.21, 1e-6);
+  EXPECT_NEAR(result.FactorVariance[0], 1.77, 1e-6);
+  EXPECT_NEAR(result.FactorVariance[1], 1.21, 1e-6);
+
+  // The input stays; the working matrix has the communalities (the diagonal
+  // of L L') on its diagonal and the correlations elsewhere.
+  EXPECT_EQ(run.correlations.values, kTwoFactors.values);
+  const Matrix& l = result.Loadings;
   for (int i = 0; i < 6; ++i) {
-    EXPECT_EQ(run.r(i, i), run.result.Communalities[i]);
-    EXPECT_NEAR(l(i, 0) * l(i, 0) + l(i, 1) * l(i, 1), run.r(i, i), 1e-9);
+    EXPECT_EQ(result.WorkingMatrix(i, i), result.Communalities[i]);
+    EXPECT_EQ(result.Reproduced(i, i), result.Communalities[i]);
+    EXPECT_NEAR(l(i, 0) * l(i, 0) + l(i, 1) * l(i, 1), result.Communalities[i], 1e-9);
     for (int j = 0; j < 6; ++j) {
       if (i != j) {
-        EXPECT_EQ(run.r(i, j), kTwoFactors(i, j));
+        EXPECT_EQ(result.WorkingMatrix(i, j), kTwoFactors(i, j));
       }
     }
   }
-  EXPECT_NEAR(run.result.EigenValues[1], 1.21, 1e-6);
-  EXPECT_GT(run.result.IterationCount, 1);
+
+  // The start is the squared multiple correlation; each pass leaves its
+  // diagonal in the history, the last one the final communalities.
+  Matrix smc = kTwoFactors;
+  SmcCommunalities(smc, 6);
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(result.StartingCommunalities[i], smc(i, i));
+  EXPECT_GT(result.IterationCount, 1);
+  ASSERT_EQ(static_cast<int>(result.CommunalityHistory.size()), result.IterationCount);
+  EXPECT_EQ(result.CommunalityHistory.back(), result.Communalities);
+  EXPECT_NE(result.CommunalityHistory.front(), result.Communalities);
+  EXPECT_TRUE(result.Converged);
+  EXPECT_FALSE(result.PassLimitReached);
+  EXPECT_EQ(result.HeywoodCases, std::vector<bool>(6, false));
+
+  // The screen is taken from the unit diagonal, before the start replaces
+  // it: its eigenvalues sum to p.
+  EXPECT_EQ(result.InitialEigenvalues, ScreenEigenvalues(kTwoFactors));
+  double trace = 0.0;
+  for (double eigenvalue : result.InitialEigenvalues) trace += eigenvalue;
+  EXPECT_NEAR(trace, 6.0, 1e-12);
+  EXPECT_NEAR(result.Fit.Gfi, 1.0, 1e-9);
+  EXPECT_NEAR(result.Fit.Rmsr, 0.0, 1e-9);
+
   EXPECT_EQ(run.console.substr(0, 56), kColumn30 + "Performing factor analysis\n\n");
   EXPECT_FALSE(run.Says("Failed to Converge"));
-
-  // Sections in their order, and the tables of the phase.
-  const std::vector<std::string> lines = run.ReportLines();
-  const int fit = FindLine(lines, "0=============Analysis of Model Fit============0");
-  const int unrotated = FindLine(lines, " Unrotated Factor Loadings");
-  EXPECT_EQ(FindLine(lines, " Eigenvalues of Initial Correlation Matrix"), 3);
-  EXPECT_LT(3, fit);
-  EXPECT_LT(fit, unrotated);
-  EXPECT_EQ(lines[fit + 2],
-            "Number of iterations during communality estimation: " +
-                FormatI(run.result.IterationCount, 3));
-  EXPECT_EQ(lines[fit + 3], "GFI = 1.0000");
-  const std::vector<std::string> tables = {" Unrotated Factor Loadings",
-                                           "          1       2",
-                                           " 1    0.800   0.000",
-                                           " 2    0.800   0.000",
-                                           " 3    0.700   0.000",
-                                           " 4    0.000  -0.700",
-                                           " 5    0.000   0.600",
-                                           " 6    0.000   0.600",
-                                           "",
-                                           " Variance explained by each factor",
-                                           "           1         2",
-                                           "       1.770     1.210",
-                                           "",
-                                           " Final communality estimates",
-                                           "         1       2       3       4       5       6",
-                                           "      0.64    0.64    0.49    0.49    0.36    0.36",
-                                           ""};
-  EXPECT_EQ(std::vector<std::string>(lines.begin() + unrotated, lines.end()), tables);
 }
 
-TEST(RunExtraction, PrincipalFactorsRecoverTheLoadingsOfSimulatedScores) {
+TEST(Extract, SilentProgressPrintsNothingAndChangesNothing) {
+  ExtractionOptions options = Options(kPfa, 2, InitialCommunality::kSmc);
+  options.CommunalityEpsilon = 0.0;
+  options.CommunalityIterations = 7;
+  const PhaseRun loud(options, kTwoFactors);
+  ASSERT_TRUE(loud.Says(kFailed));
+  ConsoleCapture capture;
+  const ExtractionResult quiet = Extract(kTwoFactors, options, SilentProgress());
+  EXPECT_EQ(capture.Out(), "");
+  EXPECT_EQ(quiet.Loadings.values, loud.result.Loadings.values);
+  EXPECT_EQ(quiet.CommunalityHistory, loud.result.CommunalityHistory);
+  EXPECT_TRUE(quiet.PassLimitReached);
+}
+
+TEST(Extract, PrincipalFactorsRecoverTheLoadingsOfSimulatedScores) {
   // Ten continuous scores from two uncorrelated factors, items 1-5 on the
   // first, 6-10 on the second, the stronger factor first. With 20000
   // subjects the sampling error of a loading is near 0.005, so the Pearson
@@ -152,36 +150,38 @@ TEST(RunExtraction, PrincipalFactorsRecoverTheLoadingsOfSimulatedScores) {
   ASSERT_TRUE(SimulateItemScores(model, 20000, 11, scores));
   int ifail = 0;
   G02BAF(20000, 10, scores, means, deviations, products, correlations, ifail);
-  PhaseRun run(Options("PFA", 10, 2, "SMC"), correlations);
+  PhaseRun run(Options(kPfa, 2, InitialCommunality::kSmc), correlations);
   ASSERT_FALSE(run.stopped) << run.console;
   EXPECT_FALSE(run.Says("Failed to Converge"));
+  EXPECT_TRUE(run.result.Converged);
   for (int k = 0; k < 20; ++k) {
     EXPECT_NEAR(run.result.Loadings.values[k], model.loadings.values[k], 0.05) << k;
   }
 }
 
-TEST(RunExtraction, PrincipalComponentsMakeOnePassFromTheUnitDiagonal) {
+TEST(Extract, PrincipalComponentsMakeOnePassFromTheUnitDiagonal) {
   // rho = 0.5, p = 4: first eigenvalue 2.5 with the vector (0.5, 0.5, 0.5,
   // 0.5), so every loading is 0.5 sqrt(2.5). "SMC" has no effect, and one
   // allowed pass gives no message.
-  RunOptions options = Options("PCA", 4, 1, "SMC");
+  ExtractionOptions options = Options(kPca, 1, InitialCommunality::kSmc);
   options.CommunalityIterations = 1;
   PhaseRun run(options, Equicorrelation(4, 0.5));
   ASSERT_FALSE(run.stopped) << run.console;
   for (int i = 0; i < 4; ++i) {
     EXPECT_NEAR(run.result.Loadings(i, 0), 0.5 * std::sqrt(2.5), 1e-12);
-    EXPECT_NEAR(run.r(i, i), 0.625, 1e-12);
+    EXPECT_NEAR(run.result.WorkingMatrix(i, i), 0.625, 1e-12);
   }
+  EXPECT_EQ(run.result.StartingCommunalities, std::vector<double>(4, 1.0));
   EXPECT_EQ(run.result.IterationCount, 1);
+  EXPECT_TRUE(run.result.Converged);
+  EXPECT_FALSE(run.result.PassLimitReached);
   // The counter is the text "Iteration: ", one blank more, and the pass as I3.
   EXPECT_EQ(
       run.console,
       kColumn30 + "Performing principal components analysis\n\n" + kColumn30 + "Iteration:    1\n");
-  EXPECT_GE(FindLine(run.ReportLines(), "Number of iterations during communality estimation:   1"),
-            0);
 }
 
-TEST(RunExtraction, PassesAndTheMessageAtTheLimit) {
+TEST(Extract, PassesConvergenceAndTheMessageAtTheLimit) {
   // rho = 0.8, p = 5, one factor: the first pass changes the sum by 0.8. The
   // count alone decides the message: a last allowed pass that meets the
   // tolerance gives it; a change that starts at 1.0 runs no pass under an
@@ -189,39 +189,37 @@ TEST(RunExtraction, PassesAndTheMessageAtTheLimit) {
   const struct {
     double epsilon;
     int limit, passes;
-    bool message;
-  } cases[] = {{0.9, 1, 1, true},
-               {0.9, 2, 1, false},
-               {0.0, 3, 3, true},
-               {1.0, 50, 0, false},
-               {1e-4, 0, 0, true}};
+    bool message, converged;
+  } cases[] = {{0.9, 1, 1, true, true},
+               {0.9, 2, 1, false, true},
+               {0.0, 3, 3, true, false},
+               {1.0, 50, 0, false, false},
+               {1e-4, 0, 0, true, false}};
   for (const auto& c : cases) {
-    RunOptions options = Options("PFA", 5, 1);
+    ExtractionOptions options = Options(kPfa, 1);
     options.CommunalityEpsilon = c.epsilon;
     options.CommunalityIterations = c.limit;
     PhaseRun run(options, Equicorrelation(5, 0.8));
     ASSERT_FALSE(run.stopped) << run.console;
     EXPECT_EQ(run.result.IterationCount, c.passes) << c.epsilon << " " << c.limit;
+    EXPECT_EQ(static_cast<int>(run.result.CommunalityHistory.size()), c.passes);
+    EXPECT_EQ(run.result.PassLimitReached, c.message) << c.epsilon << " " << c.limit;
+    EXPECT_EQ(run.result.Converged, c.converged) << c.epsilon << " " << c.limit;
     EXPECT_EQ(run.console,
               kColumn30 + "Performing factor analysis\n\n" +
                   (c.passes ? kColumn30 + "Iteration: " + FormatI(c.passes, 4) + "\n" : "") +
                   (c.message ? kColumn30 + kFailed + "\n" : ""))
         << c.epsilon << " " << c.limit;
-    const std::vector<std::string> lines = run.ReportLines();
-    const int message = FindLine(lines, " " + kFailed);
-    EXPECT_EQ(message >= 0, c.message);
-    if (c.message) {
-      EXPECT_EQ(lines[message + 4], "0=============Analysis of Model Fit============0");
-    }
   }
   // With no pass nothing fills the loadings, and the diagonal keeps its
   // start: the residuals are the correlations.
-  RunOptions options = Options("PFA", 5, 2);
+  ExtractionOptions options = Options(kPfa, 2);
   options.CommunalityIterations = 0;
   PhaseRun none(options, Equicorrelation(5, 0.4));
   EXPECT_EQ(none.result.Loadings.values, std::vector<double>(10, 0.0));
   EXPECT_EQ(none.result.Communalities, std::vector<double>(5, 1.0));
-  EXPECT_GE(FindLine(none.ReportLines(), "Mean residual =   0.4000"), 0);
+  EXPECT_DOUBLE_EQ(none.result.Fit.Mean, 0.4);
+  EXPECT_NEAR(none.result.Fit.StandardDeviation, 0.0, 1e-15);
 }
 
 // Variables 1 to 3 correlate 0.9, 0.9 and -0.9: eigenvalues 1.9, 1.9, 1 and
@@ -233,40 +231,36 @@ Matrix Indefinite() {
   return r;
 }
 
-TEST(RunExtraction, NegativeEigenvalueOrSumAbovePIsError100) {
+TEST(Extract, NegativeEigenvalueOrSumAbovePIsError100) {
   // m = 4 takes -0.8 in (not a number); m = 3 sums 4.8, above p = 4.
-  const std::pair<const char*, int> cases[] = {{"PCA", 4}, {"PFA", 4}, {"PCA", 3}};
-  for (const auto& [model, m] : cases) {
-    PhaseRun run(Options(model, 4, m), Indefinite());
-    EXPECT_TRUE(run.stopped) << model << m;
+  const std::pair<ExtractionMethod, int> cases[] = {{kPca, 4}, {kPfa, 4}, {kPca, 3}};
+  for (const auto& [method, m] : cases) {
+    PhaseRun run(Options(method, m), Indefinite());
+    EXPECT_TRUE(run.stopped) << m;
     EXPECT_TRUE(run.Says("\n" + kColumn30 + "Iteration:    1\n" + kColumn30 + kError100 + "\n"))
         << run.console;
     EXPECT_TRUE(run.Says("Pause - Enter command<CR> or <CR> to continue."));
-    // Nothing of the iteration reaches the report: the screen stands alone.
-    EXPECT_EQ(run.report.Text().find("Analysis of Model Fit"), std::string::npos);
-    EXPECT_NE(run.report.Text().find("Eigenvalues of Initial"), std::string::npos);
   }
 }
 
-TEST(RunExtraction, MoreFactorsThanVariablesEndsTheRun) {
+TEST(Extract, MoreFactorsThanVariablesEndsTheRun) {
   // With the default error setting the eigen solution stops the run itself;
   // after the inverse of "SMC" has switched stopping off, the phase stops
   // after the solver's message all the same.
-  for (const char* start : {"ONE", "SMC"}) {
-    PhaseRun run(Options("PFA", 4, 5, start), Equicorrelation(4, 0.3));
-    EXPECT_TRUE(run.stopped) << start;
+  for (InitialCommunality start : {InitialCommunality::kOne, InitialCommunality::kSmc}) {
+    PhaseRun run(Options(kPfa, 5, start), Equicorrelation(4, 0.3));
+    EXPECT_TRUE(run.stopped);
     EXPECT_TRUE(run.Says("The argument NEVEC = 5.")) << run.console;
     EXPECT_TRUE(run.Says("Stop - Program terminated."));
-    EXPECT_EQ(run.report.Text().find("Analysis of Model Fit"), std::string::npos);
   }
 }
 
-TEST(RunExtraction, AsManyComponentsAsVariablesStopOnlyWhenRoundingLiftsTheSum) {
+TEST(Extract, AsManyComponentsAsVariablesStopOnlyWhenRoundingLiftsTheSum) {
   // m = p reproduces the matrix: a perfect fit, unless rounding lifts the
   // sum of the communalities above p, which the exact test stops. The unit
   // matrix is exact.
   for (double rho : {0.0, 0.1, 0.2, 0.3, 0.5, 0.6}) {
-    PhaseRun run(ExtractionOptions("PCA", 5, 5), Equicorrelation(5, rho));
+    PhaseRun run(Options(kPca, 5), Equicorrelation(5, rho));
     if (rho == 0.0) {
       ASSERT_FALSE(run.stopped) << run.console;
     }
@@ -274,36 +268,29 @@ TEST(RunExtraction, AsManyComponentsAsVariablesStopOnlyWhenRoundingLiftsTheSum) 
       EXPECT_TRUE(run.Says(kError100)) << rho;
       continue;
     }
-    EXPECT_GE(FindLine(run.ReportLines(), "GFI = 1.0000"), 0) << rho;
-    EXPECT_GE(FindLine(run.ReportLines(), "Mean squared residual   0.0000"), 0) << rho;
+    EXPECT_NEAR(run.result.Fit.Gfi, 1.0, 1e-12) << rho;
+    EXPECT_NEAR(run.result.Fit.MeanSquaredResidual, 0.0, 1e-20) << rho;
     for (double h2 : run.result.Communalities) EXPECT_NEAR(h2, 1.0, 1e-12);
   }
 }
 
-TEST(RunExtraction, HeywoodCaseIsOnlyWarnedAbout) {
+TEST(Extract, HeywoodCaseIsOnlyFlagged) {
   // One factor with loadings 1.1, 0.8, 0.8, 0.5, 0.5: the communality of
   // variable 1 converges to 1.21 while the sum, 2.99, stays below p.
-  RunOptions options = Options("PFA", 5, 1);
+  ExtractionOptions options = Options(kPfa, 1);
   options.CommunalityEpsilon = 1e-12;
   options.CommunalityIterations = 5000;
   PhaseRun run(options, FromLoadings({{1.1}, {0.8}, {0.8}, {0.5}, {0.5}}));
   ASSERT_FALSE(run.stopped) << run.console;
   EXPECT_NEAR(run.result.Loadings(0, 0), 1.1, 1e-6);
-  const std::vector<std::string> lines = run.ReportLines();
-  const int warning =
-      FindLine(lines, "          ****WARNING !!! HEYWOOD CASE FOR VARIABLE     1 ****");
-  ASSERT_GT(warning, 0);
-  EXPECT_EQ(lines[warning - 1], "");
-  EXPECT_EQ(lines[warning + 1], "");
-  EXPECT_EQ(lines[warning + 2], " Final communality estimates");
-  EXPECT_EQ(lines[warning + 4], "      1.21    0.64    0.64    0.25    0.25");
-  // The limit is strictly above 1.00000001.
-  OutputFile report;
-  report.OpenInMemory(11);
-  HeywoodCheck({0.5, 1.2, 1.00000001, 1.0, 1.0000001}, 5, report);
-  EXPECT_EQ(report.Text(),
-            "\n          ****WARNING !!! HEYWOOD CASE FOR VARIABLE     2 ****\n"
-            "\n          ****WARNING !!! HEYWOOD CASE FOR VARIABLE     5 ****\n");
+  EXPECT_NEAR(run.result.Communalities[0], 1.21, 1e-9);
+  EXPECT_EQ(run.result.HeywoodCases, (std::vector<bool>{true, false, false, false, false}));
+}
+
+TEST(HeywoodFlags, StrictlyAboveTheLimit) {
+  EXPECT_EQ(HeywoodFlags({0.5, 1.2, 1.00000001, 1.0, 1.0000001}),
+            (std::vector<bool>{false, true, false, false, true}));
+  EXPECT_TRUE(HeywoodFlags({}).empty());
 }
 
 TEST(BuildLoadings, ScalesByTheRootOfTheEigenvalue) {
@@ -317,83 +304,38 @@ TEST(BuildLoadings, ScalesByTheRootOfTheEigenvalue) {
   EXPECT_TRUE(std::isnan(loadings(1, 1)));
 }
 
-TEST(RunExtraction, LabelsOnTheUnrotatedTableOnly) {
-  RunOptions options = ExtractionOptions("PCA", 4, 1);
-  options.LabelMode = ParseLabelMode("LABELS");
-  for (const char* label : {"Anxiety", "Mood", "Sleep", "Appetite"}) {
-    options.Labels.push_back(PadRight(label, 15));
-  }
-  const std::vector<std::string> lines = PhaseRun(options, Equicorrelation(4, 0.5)).ReportLines();
-  const int unrotated = FindLine(lines, " Unrotated Factor Loadings");
-  ASSERT_GT(unrotated, 0);
-  EXPECT_EQ(lines[unrotated + 1], Blanks(17) + "1");  // R = 9 for "Appetite"
-  EXPECT_EQ(lines[unrotated + 2], "  Anxiety    0.791");
-  EXPECT_EQ(lines[unrotated + 5], " Appetite    0.791");
-  // The communality columns are numbered, never labelled.
-  const int final_h2 = FindLine(lines, " Final communality estimates");
-  EXPECT_EQ(lines[final_h2 + 1], "         1       2       3       4");
-  // Any other label word prints no unrotated table.
-  options.LabelMode = ParseLabelMode("NUMBERS");
-  const std::string text = PhaseRun(options, Equicorrelation(4, 0.5)).report.Text();
-  EXPECT_EQ(text.find("Unrotated Factor Loadings"), std::string::npos);
-  EXPECT_NE(text.find("Variance explained by each factor"), std::string::npos);
-}
-
-TEST(RunExtraction, FacFileOnlyForUnrotatedPrincipalFactors) {
-  RunOptions options = Unrotated(Options("PFA", 6, 2));
-  options.CommunalityEpsilon = 1e-12;
-  options.CommunalityIterations = 5000;
-  const std::string dir = FreshDirectory("fac_pfa");
-  EXPECT_TRUE(PhaseRun(options, kTwoFactors, dir).ends);
-  EXPECT_EQ(ReadFile(dir + "case.fac"),
-            "   1   0.8000  0.0000\n"
-            "   2   0.8000  0.0000\n"
-            "   3   0.7000  0.0000\n"
-            "   4   0.0000 -0.7000\n"
-            "   5   0.0000  0.6000\n"
-            "   6   0.0000  0.6000\n");
-  // Neither for "PCA" nor for a rotated solution.
-  RunOptions pca = options;
-  pca.Model = ParseModel("PCA");
-  const std::string pca_dir = FreshDirectory("fac_pca");
-  EXPECT_TRUE(PhaseRun(pca, kTwoFactors, pca_dir).ends);
-  RunOptions varimax = options;
-  varimax.Rotation = varimax.RotationAsked = ParseRotation("VARIMAX");
-  varimax.RotationName = PadRight("Varimax", kRotationNameWidth);
-  const std::string varimax_dir = FreshDirectory("fac_varimax");
-  EXPECT_FALSE(PhaseRun(varimax, kTwoFactors, varimax_dir).ends);
-  EXPECT_FALSE(std::filesystem::exists(pca_dir + "case.fac"));
-  EXPECT_FALSE(std::filesystem::exists(varimax_dir + "case.fac"));
-}
-
-TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiagonal) {
+TEST(Extract, AnUnnamedMethodIteratesLikePrincipalFactorsFromTheUnitDiagonal) {
   // A model word outside the five is not refused: extraction runs as for
-  // "PFA" but from the unit diagonal, with no console line of its own, no
-  // message at the limit of passes and no fac file.
-  RunOptions factors = Unrotated(Options("PFA", 6, 2));
+  // "PFA" but from the unit diagonal, with no console line of its own and no
+  // message at the limit of passes.
+  ExtractionOptions factors = Options(kPfa, 2);
   factors.CommunalityIterations = 6;
-  PhaseRun reference(factors, kTwoFactors, FreshDirectory("model_pfa"));
+  const PhaseRun reference(factors, kTwoFactors);
   ASSERT_EQ(reference.result.IterationCount, 6);
-  RunOptions other = factors;
-  other.Model = ParseModel("FA");
-  other.InitialCommunality = ParseInitialCommunality("SMC");
-  const std::string dir = FreshDirectory("model_other");
-  PhaseRun run(other, kTwoFactors, dir);
+  ASSERT_TRUE(reference.result.PassLimitReached);
+  ExtractionOptions other = factors;
+  other.Method = ExtractionMethod::kUnnamed;
+  other.InitialCommunality = InitialCommunality::kSmc;
+  const PhaseRun run(other, kTwoFactors);
   EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
+  EXPECT_EQ(run.result.StartingCommunalities, std::vector<double>(6, 1.0));
+  EXPECT_FALSE(run.result.PassLimitReached);
   EXPECT_EQ(run.console, kColumn30 + "Iteration:    6\n");
-  EXPECT_EQ(run.report.Text().find("Failed to Converge"), std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(dir + "case.fac"));
 }
 
-TEST(EndsAfterExtraction, NoRotationAndNoScores) {
-  RunOptions options = Unrotated(ExtractionOptions("PFA", 6, 1));
-  EXPECT_TRUE(EndsAfterExtraction(options));
-  options.ScoreMethod = ParseScoreMethod("NOSCORE");
-  EXPECT_FALSE(EndsAfterExtraction(options));
-  // The mixed-case "None" of a one-factor run is not the word "NONE".
-  options.Rotation = Rotation::kOneFactor;
-  options.ScoreMethod = ParseScoreMethod("NONE");
-  EXPECT_FALSE(EndsAfterExtraction(options));
+Matrix Diagonal(const std::vector<double>& values) {
+  const int n = static_cast<int>(values.size());
+  Matrix a(n, n);
+  for (int i = 0; i < n; ++i) a(i, i) = values[i];
+  return a;
+}
+
+TEST(ScreenEigenvalues, AllOfThemByDecreasingModulus) {
+  EXPECT_EQ(ScreenEigenvalues(Diagonal({1.0, -2.0, 5.0})), (std::vector<double>{5.0, -2.0, 1.0}));
+  const std::vector<double> pair = ScreenEigenvalues(Equicorrelation(2, 0.5));
+  ASSERT_EQ(pair.size(), 2u);
+  EXPECT_NEAR(pair[0], 1.5, 1e-15);
+  EXPECT_NEAR(pair[1], 0.5, 1e-15);
 }
 
 }  // namespace

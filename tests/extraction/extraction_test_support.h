@@ -1,6 +1,6 @@
-// Helpers shared by the extraction tests: run options of a plain principal
-// factor or components run, correlation matrices built from known loadings,
-// and reading back saved files and report lines.
+// Helpers shared by the extraction tests and the tests of its writer:
+// correlation matrices built from known loadings, and reading back saved
+// files and report lines.
 #ifndef VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
 #define VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
 
@@ -11,33 +11,10 @@
 #include <vector>
 
 #include "kernels/matrix.h"
-#include "options/run_options.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
 namespace testing_support {
-
-// Options of a run with `model` ("PFA" or "PCA"), p variables and m
-// factors: "SHORT", "NOLABELS", Varimax, no scores, nothing saved.
-inline RunOptions ExtractionOptions(const char* model, int p, int m) {
-  RunOptions options;
-  options.VariableCount = p;
-  options.SubjectCount = 100;
-  options.FactorCount = m;
-  options.Model = ParseModel(model);
-  options.Print_Verbosity = ParseVerbosity("SHORT");
-  options.Coding = ParseCoding("CO");
-  options.InputForm = ParseInputForm("COR");
-  options.LabelMode = ParseLabelMode("NOLABELS");
-  options.SortMode = ParseSortMode("NOSORT");
-  options.Rotation = options.RotationAsked = ParseRotation("VARIMAX");
-  options.RotationName = PadRight("Varimax", kRotationNameWidth);
-  options.ScoreMethod = ParseScoreMethod("NOSCORE");
-  options.PlotMode = ParsePlotMode("NONE");
-  options.InitialCommunality = ParseInitialCommunality("ONE");
-  options.SaveResults = false;
-  return options;
-}
 
 // R = L L' with a unit diagonal, L given by its p rows of m loadings.
 inline Matrix FromLoadings(const std::vector<std::vector<double>>& rows) {
@@ -60,6 +37,25 @@ inline Matrix Equicorrelation(int p, double rho) {
   for (int i = 0; i < p; ++i) r(i, i) = 1.0;
   return r;
 }
+
+// Four variables, r0 with 0.5 off the diagonal, communalities 0.6, and a
+// reproduced matrix that leaves the residuals (1,2) -0.1234, (1,3) 0.05,
+// (1,4) 0.2, (2,3) -0.3, (2,4) 0.1, (3,4) 0.
+struct FourVariableFit {
+  Matrix r0 = Equicorrelation(4, 0.5);
+  Matrix rhat = Equicorrelation(4, 0.5);
+  std::vector<double> communalities = std::vector<double>(4, 0.6);
+  FourVariableFit() {
+    const double residual[4][4] = {
+        {0, -0.1234, 0.05, 0.2}, {-0.1234, 0, -0.3, 0.1}, {0.05, -0.3, 0, 0.0}, {0.2, 0.1, 0.0, 0}};
+    for (int i = 0; i < 4; ++i) {
+      rhat(i, i) = 0.6;
+      for (int j = 0; j < 4; ++j) {
+        if (i != j) rhat(i, j) = 0.5 - residual[i][j];
+      }
+    }
+  }
+};
 
 inline std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;

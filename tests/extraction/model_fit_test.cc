@@ -2,288 +2,114 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
 #include "extraction_test_support.h"
 #include "frame/console.h"
 #include "kernels/failure.h"
-#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
 
 using testing_support::Equicorrelation;
-using testing_support::ExtractionOptions;
-using testing_support::FindLine;
-using testing_support::FreshDirectory;
-using testing_support::Lines;
-using testing_support::ReadFile;
+using testing_support::FourVariableFit;
 
-// Lines from `first` on, `count` of them.
-std::vector<std::string> Slice(const std::vector<std::string>& lines, int first, int count) {
-  if (first < 0 || first + count > static_cast<int>(lines.size())) return {};
-  return std::vector<std::string>(lines.begin() + first, lines.begin() + first + count);
-}
+TEST(ComputeModelFit, KnownResidualsGiveKnownFigures) {
+  const FourVariableFit four;
+  ModelFit fit;
+  ComputeModelFit(four.r0, four.rhat, four.communalities, fit);
+  const std::vector<double> residuals = {-0.1234, 0.05, 0.2, -0.3, 0.1, 0.0};
+  ASSERT_EQ(fit.OffDiagonalResiduals.size(), 6u);
+  for (int k = 0; k < 6; ++k) EXPECT_NEAR(fit.OffDiagonalResiduals[k], residuals[k], 1e-15);
 
-std::string Counts(const std::vector<int>& counts) {
-  std::string line = "     Counts:  ";
-  for (int count : counts) line += FormatF(count, 6, 0);
-  return line;
-}
+  // a = 2 * 0.15772756 / 16 against a unit diagonal, b = (4 + 12 * 0.25) / 16.
+  EXPECT_NEAR(fit.Gfi, 1.0 - 2.0 * 0.15772756 / 7.0, 1e-14);
+  EXPECT_NEAR(fit.MeanSquaredResidual, 0.15772756 / 6.0, 1e-15);
+  EXPECT_NEAR(fit.Rmsr, std::sqrt(0.15772756 / 6.0), 1e-15);
+  EXPECT_NEAR(fit.Mean, -0.0734 / 6.0, 1e-15);
+  EXPECT_EQ(fit.Smallest, fit.OffDiagonalResiduals[3]);
+  EXPECT_EQ(fit.Largest, fit.OffDiagonalResiduals[2]);
+  EXPECT_NEAR(fit.StandardDeviation, 0.17710, 1e-4);
 
-// Four variables, r0 with 0.5 off the diagonal, communalities 0.6, and a
-// reproduced matrix that leaves the residuals (1,2) -0.1234, (1,3) 0.05,
-// (1,4) 0.2, (2,3) -0.3, (2,4) 0.1, (3,4) 0.
-struct FourVariableFit {
-  Matrix r0 = Equicorrelation(4, 0.5);
-  Matrix r = Equicorrelation(4, 0.5);
-  Matrix rhat = Equicorrelation(4, 0.5);
-  FourVariableFit() {
-    const double residual[4][4] = {
-        {0, -0.1234, 0.05, 0.2}, {-0.1234, 0, -0.3, 0.1}, {0.05, -0.3, 0, 0.0}, {0.2, 0.1, 0.0, 0}};
-    for (int i = 0; i < 4; ++i) {
-      r(i, i) = 0.6;
-      rhat(i, i) = 0.6;
-      for (int j = 0; j < 4; ++j) {
-        if (i != j) rhat(i, j) = 0.5 - residual[i][j];
-      }
-    }
-  }
-};
-
-TEST(ModelFitAnalysis, HeadGfiMomentsAndSummary) {
-  FourVariableFit fit;
-  RunOptions options = ExtractionOptions("PFA", 4, 1);
-  options.SaveResults = true;
-  options.SaveCodes = {SaveCode::kRsd};
-  const std::string dir = FreshDirectory("fit_short");
-  OutputFile report;
-  report.OpenInMemory(11);
-  ModelFitAnalysis(options, fit.r0, fit.r, fit.rhat, 4, 8, report, dir, "fit.in");
-  // Under "SHORT" neither the residual table nor the rsd file.
-  EXPECT_FALSE(std::filesystem::exists(dir + "fit.rsd"));
-  const std::vector<std::string> lines = Lines(report.Text());
-
-  EXPECT_EQ(Slice(lines, 0, 7),
-            (std::vector<std::string>{"",
-                                      "",
-                                      "",
-                                      "0=============Analysis of Model Fit============0",
-                                      "",
-                                      "Number of iterations during communality estimation:   7",
-                                      // 1 - 2 * 0.15772756 / (4 + 2 * 1.5)
-                                      "GFI = 0.9549"}));
-  // The moments block follows at once.
-  EXPECT_EQ(Slice(lines, 7, 8),
-            (std::vector<std::string>{
-                "",
-                "Mean squared residual   0.0263",
-                "Root Mean Squared Residual (RMSR) =   0.1621",
-                "Mean residual =  -0.0122",
-                "Standard deviation of residuals =   0.1771",
-                "Coefficient of skewness =  -0.5036",
-                "Coefficient of kurtosis =  -1.1272",
-                "",
-            }));
   // k = 6 (even), h = 3 (odd): median (0 + 0.05) / 2, hinges y(2) and y(5).
-  EXPECT_EQ(Slice(lines, 15, 13),
-            (std::vector<std::string>{
-                "",
-                "          Five point summary of residuals ",
-                "",
-                "                    Median",
-                "                    0.0250",
-                "          25%  -.1234     0.1000  75%",
-                "          MIN  -.3000     0.2000  MAX",
-                "",
-                "0=============================================0",
-                "",
-                "",
-                "",
-                "",
-            }));
-  EXPECT_EQ(lines[28], "1");  // the histogram follows
-  // The diagonal of rhat ends with the communalities.
-  EXPECT_EQ(fit.rhat(2, 2), 0.6);
-}
+  ASSERT_TRUE(fit.HasFivePointSummary);
+  EXPECT_NEAR(fit.FivePointSummary[0], -0.3, 1e-15);
+  EXPECT_NEAR(fit.FivePointSummary[1], -0.1234, 1e-15);
+  EXPECT_NEAR(fit.FivePointSummary[2], 0.025, 1e-15);
+  EXPECT_NEAR(fit.FivePointSummary[3], 0.1, 1e-15);
+  EXPECT_NEAR(fit.FivePointSummary[4], 0.2, 1e-15);
 
-TEST(ModelFitAnalysis, ClassTableOfTheResiduals) {
-  FourVariableFit fit;
-  RunOptions options = ExtractionOptions("PFA", 4, 1);
-  OutputFile report;
-  report.OpenInMemory(11);
-  ModelFitAnalysis(options, fit.r0, fit.r, fit.rhat, 4, 2, report, "", "fit.in");
-  const std::vector<std::string> lines = Lines(report.Text());
-  const int first = FindLine(
-      lines, "     Class:       1     2     3     4     5     6     7     8     9    10    ");
-  ASSERT_GT(first, 0);
+  // The residual matrix shows 1 - h^2 on its diagonal.
+  ASSERT_EQ(fit.Residuals.rows, 4);
+  for (int i = 0; i < 4; ++i) EXPECT_NEAR(fit.Residuals(i, i), 0.4, 1e-15);
+  EXPECT_NEAR(fit.Residuals(1, 2), -0.3, 1e-15);
+  EXPECT_EQ(fit.Residuals(2, 1), fit.Residuals(1, 2));
+
   // -0.3 in class 15, -0.1234 in 19, 0 in 21, 0.05 in 22, 0.1 in 23, 0.2 in 25.
-  EXPECT_EQ(Slice(lines, first, 24),
-            (std::vector<std::string>{
-                "     Class:       1     2     3     4     5     6     7     8     9    10    ",
-                "  Midpoints:   -1.00 -0.95 -0.90 -0.85 -0.80 -0.75 -0.70 -0.65 -0.60 -0.55",
-                Counts({0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-                "",
-                "     Class:      11    12    13    14    15    16    17    18    19    20    ",
-                "  Midpoints:   -0.50 -0.45 -0.40 -0.35 -0.30 -0.25 -0.20 -0.15 -0.10 -0.05",
-                Counts({0, 0, 0, 0, 1, 0, 0, 0, 1, 0}),
-                "",
-                "     Class:      21    22    23    24    25    26    27    28    29    30    ",
-                "  Midpoints:    0.00  0.05  0.10  0.15  0.20  0.25  0.30  0.35  0.40  0.45",
-                Counts({1, 1, 1, 0, 1, 0, 0, 0, 0, 0}),
-                "",
-                "     Class:      31    32    33    34    35    36    37    38    39    40    ",
-                "  Midpoints:    0.50  0.55  0.60  0.65  0.70  0.75  0.80  0.85  0.90  0.95",
-                Counts({0, 0, 0, 0, 0, 0, 0, 0, 0, 0}),
-                "",
-                "     Class:      41    ",
-                "  Midpoints:    1.00",
-                "     Counts:      0.",
-                "",
-                "0=============================================0",
-                "",
-                "",
-                "",
-            }));
-  EXPECT_EQ(static_cast<int>(lines.size()), first + 24);
-  EXPECT_EQ(Counts({0, 1}), "     Counts:      0.    1.");
+  std::vector<double> counts(kResidualClasses, 0.0);
+  for (int c : {15, 19, 21, 22, 23, 25}) counts[c - 1] = 1.0;
+  EXPECT_EQ(fit.ClassCounts, counts);
+  ASSERT_EQ(fit.ClassMidpoints.size(), static_cast<std::size_t>(kResidualClasses));
+  EXPECT_NEAR(fit.ClassMidpoints[0], -1.0, 1e-6);
+  EXPECT_NEAR(fit.ClassMidpoints[20], 0.0, 1e-6);
+  EXPECT_NEAR(fit.ClassMidpoints[40], 1.0, 1e-6);
 }
 
-TEST(ModelFitAnalysis, LongGivesTheResidualTableAndTheFile) {
-  FourVariableFit fit;
-  RunOptions options = ExtractionOptions("PFA", 4, 1);
-  options.Print_Verbosity = ParseVerbosity("LONG");
-  options.SaveResults = true;
-  options.SaveCodes = {SaveCode::kRsd};
-  options.PageWidth = 80;
-  const std::string dir = FreshDirectory("fit_long");
-  OutputFile report;
-  report.OpenInMemory(11);
-  ModelFitAnalysis(options, fit.r0, fit.r, fit.rhat, 4, 2, report, dir, "fit.in");
-  const std::vector<std::string> lines = Lines(report.Text());
-  EXPECT_EQ(Slice(lines, 7, 11),
-            (std::vector<std::string>{
-                "",
-                "",
-                "",
-                " Residual Covariances (1-h^2 on diagonal)",
-                "          1       2       3       4",
-                " 1    0.400  -0.123   0.050   0.200",
-                " 2   -0.123   0.400  -0.300   0.100",
-                " 3    0.050  -0.300   0.400   0.000",
-                " 4    0.200   0.100   0.000   0.400",
-                "",
-                "",
-            }));
-  EXPECT_EQ(lines[18], "");
-  EXPECT_EQ(lines[19], "");
-  EXPECT_EQ(lines[20], "Mean squared residual   0.0263");
-  EXPECT_EQ(ReadFile(dir + "fit.rsd"),
-            " 0.400000000 -0.123400000  0.050000000  0.200000000\n"
-            "-0.123400000  0.400000000 -0.300000000  0.100000000\n"
-            " 0.050000000 -0.300000000  0.400000000  0.000000000\n"
-            " 0.200000000  0.100000000  0.000000000  0.400000000\n");
-}
-
-TEST(ModelFitAnalysis, PerfectFitGivesGfiOneAndAllResidualsInClass21) {
-  // Eleven variables: 55 residuals of 0. The histogram's step is 2 (55 is
-  // more than 50 above the smallest count), and 55 is odd: the top is 56.
+TEST(ComputeModelFit, PerfectFitGivesGfiOneAndAllResidualsInClass21) {
   const int p = 11;
-  Matrix r0 = Equicorrelation(p, 0.3), r = r0, rhat = r0;
-  for (int i = 0; i < p; ++i) r(i, i) = rhat(i, i) = 0.3;
-  RunOptions options = ExtractionOptions("PFA", p, 1);
-  OutputFile report;
-  report.OpenInMemory(11);
-  ModelFitAnalysis(options, r0, r, rhat, p, 3, report, "", "fit.in");
-  const std::vector<std::string> lines = Lines(report.Text());
-  EXPECT_EQ(lines[6], "GFI = 1.0000");
-  EXPECT_EQ(lines[8], "Mean squared residual   0.0000");
-  EXPECT_EQ(lines[11], "Standard deviation of residuals =   0.0000");
-  EXPECT_EQ(lines[19], "                    0.0000");
-  EXPECT_EQ(lines[20], "          25%  0.0000     0.0000  75%");
-  const int top = FindLine(lines, "    56  *" + Blanks(86) + "*");
-  ASSERT_GT(top, 0);
-  // Bar 21 stands in position 52 of a row; 55 reaches the level 54.
-  EXPECT_EQ(lines[top + 1], "    54  *" + Blanks(42) + "I" + Blanks(43) + "*");
-  EXPECT_EQ(lines[top + 27], "     2  *" + Blanks(42) + "I" + Blanks(43) + "*");
-  EXPECT_EQ(lines[top + 28], "  " + std::string(96, '-'));
-  const int counts = FindLine(lines, Counts({55, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_GT(counts, top);
+  const Matrix r0 = Equicorrelation(p, 0.3);
+  ModelFit fit;
+  ComputeModelFit(r0, r0, std::vector<double>(p, 0.3), fit);
+  EXPECT_EQ(fit.Gfi, 1.0);
+  EXPECT_EQ(fit.MeanSquaredResidual, 0.0);
+  EXPECT_EQ(fit.OffDiagonalResiduals.size(), 55u);
+  EXPECT_EQ(fit.ClassCounts[20], 55.0);
+  EXPECT_NEAR(fit.Residuals(4, 4), 0.7, 1e-15);
 }
 
-TEST(ModelFitAnalysis, GivenMatrixDiagonalCountsInTheIndex) {
+TEST(ComputeModelFit, GivenMatrixDiagonalCountsInTheIndex) {
   // Perfect off-diagonal fit, but a diagonal of 0.9: a = 5 * 0.01 / 25,
   // b = (5 * 0.81 + 20 * 0.25) / 25, GFI = 1 - 0.05 / 9.05.
   const int p = 5;
   Matrix r0 = Equicorrelation(p, 0.5);
   for (int i = 0; i < p; ++i) r0(i, i) = 0.9;
-  Matrix r = r0, rhat = r0;
   EXPECT_NEAR(GoodnessOfFit(r0, r0, p), 0.0, 1e-15);
-  RunOptions options = ExtractionOptions("PCA", p, 1);
-  OutputFile report;
-  report.OpenInMemory(11);
-  ModelFitAnalysis(options, r0, r, rhat, p, 2, report, "", "fit.in");
-  EXPECT_EQ(Lines(report.Text())[6], "GFI = 0.9945");
+  ModelFit fit;
+  ComputeModelFit(r0, r0, std::vector<double>(p, 0.9), fit);
+  EXPECT_NEAR(fit.Gfi, 1.0 - 0.05 / 9.05, 1e-14);
 }
 
-TEST(ModelFitAnalysis, ThreeVariablesStopAtTheFivePointSummary) {
+TEST(ComputeModelFit, ThreeVariablesStopAtTheFivePointSummary) {
+  // Three residuals are too few for the summary: the stop leaves the fit
+  // with everything before it, so that the report can show that much.
   const int p = 3;
-  Matrix r0 = Equicorrelation(p, 0.4), r = r0, rhat = r0;
-  RunOptions options = ExtractionOptions("PCA", p, 1);
-  OutputFile report;
-  report.OpenInMemory(11);
+  const Matrix r0 = Equicorrelation(p, 0.4);
+  Matrix rhat = Equicorrelation(p, 0.3);
+  ModelFit fit;
   ConsoleCapture capture;
-  EXPECT_THROW(ModelFitAnalysis(options, r0, r, rhat, p, 2, report, "", "fit.in"), RunStopped);
+  ResetImslState();
+  EXPECT_THROW(ComputeModelFit(r0, rhat, std::vector<double>(p, 0.3), fit), RunStopped);
+  ResetImslState();
   EXPECT_NE(capture.Out().find("** On entry N.lt.5 : N =                3\n"), std::string::npos);
-  const std::vector<std::string> lines = Lines(report.Text());
-  // The moments block stands, the summary does not.
-  EXPECT_EQ(lines.back(), "");
-  EXPECT_EQ(lines[lines.size() - 2], "Coefficient of kurtosis =   0.0000");
+  EXPECT_FALSE(fit.HasFivePointSummary);
+  EXPECT_NEAR(fit.Mean, 0.1, 1e-15);
+  EXPECT_NEAR(fit.MeanSquaredResidual, 0.01, 1e-15);
+  EXPECT_TRUE(fit.ClassCounts.empty());
 }
 
-TEST(ResidualDistribution, TheHistogramExample) {
-  // Counts per class as in the example with a largest count of 6; each value
-  // stands on its class midpoint -1 + 0.05 (c - 1).
-  const int counts[41] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 1, 2, 3, 5, 6,
-                          6, 4, 3, 2, 1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-  std::vector<double> residuals;
-  for (int c = 1; c <= 41; ++c) {
-    for (int n = 0; n < counts[c - 1]; ++n) residuals.push_back(-1.0 + 0.05 * (c - 1));
-  }
-  OutputFile report;
-  report.OpenInMemory(11);
-  ResidualDistribution(residuals, static_cast<int>(residuals.size()), report);
-  // The histogram and the three empty lines after it.
-  const std::string expected = R"(1
-                                Distribution of Residuals:  R - R^hat
-  Frequency---------------------------------------------------------------------------------------
-     6  *                                          I I                                         *
-     5  *                                        I I I                                         *
-     4  *                                        I I I I                                       *
-     3  *                                      I I I I I I                                     *
-     2  *                                    I I I I I I I I                                   *
-     1  *                              I   I I I I I I I I I I   I                             *
-  ------------------------------------------------------------------------------------------------
-  Class            5        10        15        20        25        30        35        40
-)";
-  EXPECT_EQ(report.Text().substr(0, expected.size() + 3), expected + "\n\n\n");
-}
-
-TEST(ResidualDistribution, SinglePrecisionLimitsAndOpenEnds) {
+TEST(ClassifyResiduals, SinglePrecisionLimitsAndOpenEnds) {
   // -0.975 lies just above the lower limit: class 2. -0.98 is class 1; 0.975
   // is not above the upper limit: class 40; 0.98 and 1.5 are class 41.
   const std::vector<double> residuals{-0.975, -0.98, 0.975, 0.98, 1.5};
-  OutputFile report;
-  report.OpenInMemory(11);
-  ResidualDistribution(residuals, 5, report);
-  const std::vector<std::string> lines = Lines(report.Text());
-  const int first = FindLine(
-      lines, "     Class:       1     2     3     4     5     6     7     8     9    10    ");
-  ASSERT_GT(first, 0);
-  EXPECT_EQ(lines[first + 2], Counts({1, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
-  EXPECT_EQ(lines[first + 14], Counts({0, 0, 0, 0, 0, 0, 0, 0, 0, 1}));
-  EXPECT_EQ(lines[first + 18], "     Counts:      2.");
+  std::vector<double> midpoints, counts;
+  ClassifyResiduals(residuals, 5, midpoints, counts);
+  std::vector<double> expected(kResidualClasses, 0.0);
+  expected[0] = expected[1] = expected[39] = 1.0;
+  expected[40] = 2.0;
+  EXPECT_EQ(counts, expected);
+  EXPECT_EQ(midpoints.size(), static_cast<std::size_t>(kResidualClasses));
 }
 
 }  // namespace
