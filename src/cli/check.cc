@@ -8,8 +8,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <set>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -576,7 +574,6 @@ class Checker {
             "a given correlation matrix goes with CO, DI or OR");
         return false;
       }
-      metric_line_ = read.first;
     }
     if (options_.InputForm == InputForm::kCorrelatedPattern) {
       std::string keyword = Blank(5);
@@ -923,8 +920,6 @@ class Checker {
         UpcaseToken(codes[i]);
         if (ParseSaveCode(codes[i]) == SaveCode::kOther) {
           UnknownWord(read.first, i + 2, "saved-file code", kSaveCodeWords);
-        } else {
-          save_codes_.push_back(Upper(std::string(TrimRight(codes[i]))));
         }
       }
       const int given = static_cast<int>(Tokens(LineText(read.first)).size()) - 2;
@@ -1336,12 +1331,10 @@ class Checker {
   std::string run_stem_;
   std::string run_directory_;
   RunOptions options_;
-  std::vector<std::string> save_codes_;
   CompiledFormatPtr format_;
   bool data_found_ = false;
   int data_line_ = 0;
   int outfile_line_ = 0;
-  int metric_line_ = 0;
   int model_line_ = 0;
   int format_line_ = 0;
 };
