@@ -6,9 +6,10 @@
 
 namespace vq {
 
-// What `main` does: `init` goes to RunInit with the words after it; any
-// other command line (options, a command file, or nothing) goes to
-// VelquorinMain unchanged. Returns the exit status.
+// What `main` does: `init` goes to RunInit and `check` to RunCheck with the
+// words after them; any other command line (options, a command file, or
+// nothing) runs the command file, after a check of it under --strict.
+// Returns the exit status.
 int DispatchCommand(int argc, char** argv);
 
 }  // namespace vq

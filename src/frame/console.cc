@@ -46,6 +46,9 @@ struct ConsoleState {
   // The console waits for a line of input, or a command of the pause
   // prompt runs: the heartbeat keeps quiet.
   bool reading_input = false;
+  // The text of the last record written, for the stop to know whether the
+  // run had finished.
+  std::string last_text;
 };
 
 ConsoleState& State() {
@@ -105,11 +108,21 @@ void ShowBeat() {
 
 const char kPauseLine[] = "Pause - Enter command<CR> or <CR> to continue.";
 
-[[noreturn]] void Stop(RunStopped::Kind kind, int code, std::string_view first_line) {
+[[noreturn]] void Stop(RunStopped::Kind kind,
+                       int code,
+                       std::string_view first_line,
+                       bool paused = false) {
+  bool finished = false;
+  {
+    ConsoleState& s = State();
+    Lock hold(s.lock);
+    const std::size_t first = s.last_text.find_first_not_of(' ');
+    finished = first != std::string::npos && s.last_text.substr(first) == "Finished";
+  }
   ConsoleFreeForm(first_line);
   ConsoleFreeForm("Program Terminated with exit code " + std::to_string(code));
   ConsoleFlush();
-  throw RunStopped{kind, code, std::string(first_line)};
+  throw RunStopped{kind, code, std::string(first_line), paused, finished};
 }
 
 }  // namespace
@@ -133,6 +146,7 @@ void ConsoleRecord(std::string_view record) {
   std::string_view text = record.empty() ? record : record.substr(1);
   ConsoleState& s = State();
   Lock hold(s.lock);
+  s.last_text.assign(text);
   if (ConsoleIsTerminal()) {
     TakeAwayBeat();
     if (control == '+') {
@@ -260,7 +274,7 @@ void PlainStop() { Stop(RunStopped::Kind::kPlainStop, 0, "Stop - Program termina
 
 void PauseAndStop() {
   Pause();
-  PlainStop();
+  Stop(RunStopped::Kind::kPlainStop, 0, "Stop - Program terminated.", true);
 }
 
 void StopWithText(std::string_view text) { Stop(RunStopped::Kind::kTextStop, 0, text); }
@@ -273,6 +287,31 @@ void SevereError(int number, std::string_view message) {
 void CancelRun() {
   ConsoleFlush();
   throw RunStopped{RunStopped::Kind::kCancelled, 1, "cancelled"};
+}
+
+void AskExitWindow() {
+  bool can_answer = false;
+  {
+    ConsoleState& s = State();
+    Lock hold(s.lock);
+    can_answer = s.capturing ? s.capture_as_terminal
+                             : isatty(fileno(stdout)) != 0 && isatty(fileno(stdin)) != 0;
+  }
+  for (;;) {
+    ConsoleFreeForm("Exit Window?");
+    ConsoleFlush();
+    if (!can_answer) return;
+    std::string answer;
+    if (!ConsoleReadLine(answer)) return;
+    const std::size_t first = answer.find_first_not_of(" \t\r");
+    if (first == std::string::npos || answer[first] == 'y' || answer[first] == 'Y') return;
+    if (answer[first] == 'n' || answer[first] == 'N') {
+      // The window stays open for reading; the next line closes it.
+      std::string closing;
+      ConsoleReadLine(closing);
+      return;
+    }
+  }
 }
 
 void InternalError(std::string_view where, std::string_view what) {

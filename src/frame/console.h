@@ -37,6 +37,12 @@ struct RunStopped {
   Kind kind;
   int exit_code;
   std::string text;
+  // The stop came after the pause prompt (PauseAndStop): the way the
+  // run's fatal messages end, as against the stops of numerical routines.
+  bool paused = false;
+  // The last console line before the stop was "Finished": the stop that
+  // ends a complete run that rotates nothing and computes no scores.
+  bool after_finished = false;
 };
 
 // --- Console records -------------------------------------------------------
@@ -88,6 +94,17 @@ void Pause(std::string_view text = {});
 
 // The user cancelled the choice of a command file: ends with status 1.
 [[noreturn]] void CancelRun();
+
+// The frame's box at the end of a run that the program stopped (a plain
+// stop, a stop after the pause, a stop with a text): "Exit Window?". When
+// someone can answer (input and output on a terminal, or a capture made as
+// a terminal), the answer is read: "y" or an empty line closes the window;
+// "n" leaves it open with its text until the next line or the end of the
+// input; any other answer asks again. Otherwise the question is written and
+// the run ends as it would. Called by the program's entry once a stop has
+// unwound, not by the stop functions, so the phases' own tests see the stop
+// lines alone.
+void AskExitWindow();
 
 // A fault of the program itself, never of the input: "velquorin: internal
 // error: <where>: <what>" on the error channel, then the process aborts. Not

@@ -22,6 +22,7 @@ std::string_view Stripped(std::string_view text) {
 // The question box after a cancel. Returns true for "terminate": a yes, or
 // the end of the input, when nobody is left to answer.
 bool AskTerminate(bool interactive) {
+  ConsoleFreeForm(kCancelBoxTitle);
   ConsoleFreeForm("A File Must be Selected");
   for (;;) {
     ConsoleFreeForm("Terminate Program?");
@@ -59,6 +60,7 @@ std::string ChooseFileToOpen(std::string_view title, bool interactive) {
     bool answered = false;
     if (interactive) {
       ConsoleFreeForm(title);
+      ConsoleFreeForm(kFileDialogFilter);
       ConsoleFlush();
       answered = ConsoleReadLine(answer);
     }

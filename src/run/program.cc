@@ -20,19 +20,26 @@ namespace vq {
 namespace {
 
 const char kUsage[] =
-    "usage: velquorin [--seed N] [--threads N] [command-file.in]\n"
+    "usage: velquorin [--seed N] [--threads N] [--strict] [command-file.in]\n"
+    "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
+    "       velquorin check [--all] command-file.in\n"
     "\n"
     "Runs the factor analysis described by the command file and writes its\n"
     "report and saved result files. Without a command file, asks for one.\n"
+    "init writes a commented command file for a data file; check looks a\n"
+    "command file and its data over without running it.\n"
     "\n"
     "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
     "  --threads N threads for the correlation estimators and the triplet\n"
     "              test (default: every core); results never depend on N\n"
+    "  --strict    check the command file first and refuse to start on an\n"
+    "              error; a stop of the run exits with a status other than 0\n"
     "  --help      this text\n"
     "  --version   the program's version\n";
 
-// Returns -1 when the arguments were understood, else the exit status.
-int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
+}  // namespace
+
+int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
   for (int i = 1; i < argc; ++i) {
     std::string_view arg = argv[i];
     if (arg == "--help") {
@@ -42,6 +49,10 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
     if (arg == "--version") {
       std::printf("velquorin %s\n", VELQUORIN_VERSION);
       return 0;
+    }
+    if (arg == "--strict") {
+      arguments.strict = true;
+      continue;
     }
     if (arg == "--seed") {
       if (i + 1 >= argc) {
@@ -87,16 +98,19 @@ int ParseArguments(int argc, char** argv, ProgramArguments& arguments) {
   return -1;
 }
 
+namespace {
+
 // The last net under the run: an array that the memory check of the driver
 // did not foresee (item texts, labels, the guessing vector are made during
 // the parse) and that the machine cannot hold ends the run like the
 // driver's own memory fault, not with an uncaught exception.
-int StopForMemory() {
+int StopForMemory(bool strict) {
   try {
     OutOfMemory();
   } catch (const RunStopped& stop) {
     ConsoleFlush();
-    return stop.exit_code;
+    AskExitWindow();
+    return strict ? StrictExitStatus(stop) : stop.exit_code;
   }
 }
 
@@ -121,22 +135,45 @@ void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_fi
   }
 }
 
-int VelquorinMain(int argc, char** argv) {
-  ProgramArguments arguments;
-  int status = ParseArguments(argc, argv, arguments);
-  if (status >= 0) return status;
+int StrictExitStatus(const RunStopped& stop) {
+  switch (stop.kind) {
+    case RunStopped::Kind::kSevere:
+    case RunStopped::Kind::kCancelled:
+      return stop.exit_code;
+    case RunStopped::Kind::kPlainStop:
+      // A run that rotates nothing and computes no scores ends with the stop
+      // right after "Finished": it is complete.
+      if (stop.after_finished) return 0;
+      return stop.paused ? kStrictFatalStop : kStrictOtherStop;
+    case RunStopped::Kind::kTextStop:
+      return kStrictOtherStop;
+  }
+  return kStrictOtherStop;
+}
+
+int RunProgram(const ProgramArguments& arguments) {
   try {
     RunAnalysis(arguments);
   } catch (const RunStopped& stop) {
     ConsoleFlush();
-    return stop.exit_code;
+    if (stop.kind == RunStopped::Kind::kPlainStop || stop.kind == RunStopped::Kind::kTextStop) {
+      AskExitWindow();
+    }
+    return arguments.strict ? StrictExitStatus(stop) : stop.exit_code;
   } catch (const std::bad_alloc&) {
-    return StopForMemory();
+    return StopForMemory(arguments.strict);
   } catch (const std::length_error&) {
-    return StopForMemory();
+    return StopForMemory(arguments.strict);
   }
   ConsoleFlush();
   return 0;
+}
+
+int VelquorinMain(int argc, char** argv) {
+  ProgramArguments arguments;
+  const int status = ParseProgramArguments(argc, argv, arguments);
+  if (status >= 0) return status;
+  return RunProgram(arguments);
 }
 
 }  // namespace vq

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "data/record_reader.h"
+#include "frame/console.h"
 
 namespace vq {
 
@@ -13,7 +14,15 @@ struct ProgramArguments {
   std::string command_file;  // empty: ask on the terminal
   bool has_seed = false;     // --seed N: fixed seed for random starts
   long seed = 0;
+  bool strict = false;  // --strict: a stop ends with a status of its own
 };
+
+// Exit statuses under --strict (without it every stop by the program ends
+// with 0, as a run always has). Severe errors keep their number and a
+// cancelled choice 1, with or without --strict.
+constexpr int kStrictCheckFailed = 2;  // check found errors; the run did not start
+constexpr int kStrictFatalStop = 3;    // a fatal message, the pause prompt, the stop
+constexpr int kStrictOtherStop = 4;    // a stop without the pause prompt, or with a text
 
 // The title of the dialog that asks for the command file.
 constexpr char kCommandFileDialogTitle[] = "Open: Select File for Unit 12";
@@ -23,6 +32,20 @@ constexpr char kCommandFileDialogTitle[] = "Open: Select File for Unit 12";
 // off a terminal the dialog counts as cancelled). A cancelled choice or a
 // command file that cannot be opened ends the run with status 1.
 void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_file);
+
+// Parses the arguments into `arguments`. Returns -1 when they were
+// understood and the run is to go ahead; else the exit status (0 after
+// --help or --version, 2 for arguments that cannot be used), with the
+// message already written.
+int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments);
+
+// Runs the analysis and returns the exit status: 0 for the normal end; a
+// severe error its number; a cancelled choice 1; every other stop 0, or
+// under `strict` the status of its kind (the constants above).
+int RunProgram(const ProgramArguments& arguments);
+
+// The status of a stopped run under --strict.
+int StrictExitStatus(const RunStopped& stop);
 
 // What `main` does: parses the arguments (--help, --version, --seed N and
 // one command file), runs the analysis, and returns the exit status. A

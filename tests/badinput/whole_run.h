@@ -130,12 +130,13 @@ inline std::string AfterBanner(const std::string& console) {
   return position == std::string::npos ? std::string() : console.substr(position);
 }
 
-// The last lines that every stop without a text ends with.
+// The last lines that every stop without a text ends with: the stop lines
+// and the frame's question, written (off a terminal nobody answers it).
 inline constexpr char kPauseStop[] =
     "\n\nPause - Enter command<CR> or <CR> to continue.\n"
-    "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
+    "Stop - Program terminated.\nProgram Terminated with exit code 0\nExit Window?\n";
 inline constexpr char kPlainStop[] =
-    "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
+    "Stop - Program terminated.\nProgram Terminated with exit code 0\nExit Window?\n";
 
 }  // namespace vq::badinput
 

@@ -2,7 +2,8 @@
 # Whole checks of `velquorin init`: on the bfi-like example (packed digits
 # with ids), a CSV with a header and no ids, a file of blank-separated scores
 # of wandering width, and 0/1 items in steady columns, init writes a command
-# file (and a copy of the data where needed) that then runs to "Finished".
+# file (and a copy of the data where needed) that passes `velquorin check`
+# and then runs to "Finished".
 # Also: a second init refuses to write over what the first wrote, the data
 # files stay as they were, and a ragged file ends with the line and column
 # of the fault and status 2.
@@ -57,8 +58,11 @@ init_and_run() {
   [ $status = 0 ] || { fail "$name: init ended with $status: $(cat "$dir/init.err")"; return; }
   [ -f "$dir/$stem.in" ] || { fail "$name: no $stem.in"; return; }
   cmp -s "$data" "$dir/$file" || fail "$name: init changed the data file"
-  # The check of the command file goes here once `velquorin check` exists:
-  #   (cd "$dir" && "$binary" check "$stem.in") || fail "$name: check"
+  # The command file init wrote passes check without a word.
+  (cd "$dir" && "$binary" check "$stem.in" > check.txt 2>&1)
+  status=$?
+  [ $status = 0 ] || fail "$name: check ended with $status: $(cat "$dir/check.txt")"
+  grep -qx "$stem.in: no faults found" "$dir/check.txt" || fail "$name: check said $(cat "$dir/check.txt")"
   (cd "$dir" && "$binary" "$stem.in" < /dev/null > run.txt 2> run.err)
   status=$?
   [ $status = 0 ] || fail "$name: the run ended with $status"

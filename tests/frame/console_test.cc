@@ -108,6 +108,68 @@ TEST(Console, PauseReadsUntilEmptyLineOrEnd) {
   }
 }
 
+TEST(Console, StopsTellWhetherTheyCameAfterThePauseOrAfterFinished) {
+  ConsoleCapture capture("");
+  try {
+    PauseAndStop();
+  } catch (const RunStopped& stop) {
+    EXPECT_TRUE(stop.paused);
+    EXPECT_FALSE(stop.after_finished);
+  }
+  ConsoleLine(30, "Finished");
+  try {
+    PlainStop();
+  } catch (const RunStopped& stop) {
+    EXPECT_FALSE(stop.paused);
+    EXPECT_TRUE(stop.after_finished);
+  }
+  ConsoleLine(30, "Reading Data");
+  try {
+    StopWithText("text");
+  } catch (const RunStopped& stop) {
+    EXPECT_FALSE(stop.paused);
+    EXPECT_FALSE(stop.after_finished);
+  }
+}
+
+TEST(Console, TheExitWindowQuestion) {
+  // Off a terminal the question is written and nothing is read.
+  {
+    ConsoleCapture capture("n\n");
+    AskExitWindow();
+    EXPECT_EQ(capture.Out(), "Exit Window?\n");
+    std::string left;
+    EXPECT_TRUE(ConsoleReadLine(left));
+    EXPECT_EQ(left, "n");
+  }
+  // On a terminal: y or an empty answer closes; n keeps the window until
+  // the next line; other answers ask again; the end of input closes.
+  const std::pair<std::string, std::string> cases[] = {
+      {"y\nafter\n", "after"},
+      {"\nafter\n", "after"},
+      {"n\nclose\nafter\n", "after"},
+      {"maybe\nY\nafter\n", "after"},
+  };
+  for (const auto& [input, next] : cases) {
+    ConsoleCapture capture(input, /*as_terminal=*/true);
+    AskExitWindow();
+    std::string left;
+    EXPECT_TRUE(ConsoleReadLine(left)) << input;
+    EXPECT_EQ(left, next) << input;
+    const std::string out = capture.Out();
+    const std::size_t asked = input.rfind("maybe", 0) == 0 ? 2 : 1;
+    std::size_t count = 0;
+    for (std::size_t at = out.find("Exit Window?"); at != std::string::npos;
+         at = out.find("Exit Window?", at + 1)) {
+      ++count;
+    }
+    EXPECT_EQ(count, asked) << input;
+  }
+  ConsoleCapture at_end("", /*as_terminal=*/true);
+  AskExitWindow();
+  EXPECT_NE(at_end.Out().find("Exit Window?"), std::string::npos);
+}
+
 TEST(Console, SevereErrorGoesToTheErrorChannelWithItsNumber) {
   ConsoleCapture capture;
   try {

@@ -11,8 +11,8 @@
 namespace vq {
 namespace {
 
-// The words of the box after a cancel.
-const char kCancelBox[] = "A File Must be Selected\nTerminate Program?\n";
+// The words of the box after a cancel, under its title.
+const char kCancelBox[] = "File Open Error\nA File Must be Selected\nTerminate Program?\n";
 
 struct DialogOutcome {
   bool cancelled = false;
@@ -54,7 +54,8 @@ class FileDialog : public ::testing::Test {
 };
 
 TEST_F(FileDialog, AnswersToThePromptAndToTheCancelBox) {
-  const std::string open = "Open: Select File for Unit 12\n";
+  // The prompt shows the dialog's title and its filter.
+  const std::string open = "Open: Select File for Unit 12\nVQ INPUT *.in, *.in; All Files, *.*\n";
   // An empty answer or the end of the input cancels; at the box yes or the
   // end of the input ends the run with status 1, no shows the dialog again,
   // and any other answer asks the question again.
@@ -83,13 +84,10 @@ TEST_F(FileDialog, MissingFilesAndFoldersAreNotAccepted) {
   const std::string missing = folder_ + "/missing.in";
   DialogOutcome outcome = Dialog(missing + "\n" + folder_ + "\n" + file_ + "\n");
   EXPECT_EQ(outcome.name, file_);
+  const std::string open = "Open: Select File for Unit 12\nVQ INPUT *.in, *.in; All Files, *.*\n";
   EXPECT_EQ(outcome.out,
-            "Open: Select File for Unit 12\n" + missing +
-                "\nFile not found. Check the file name and try again.\n"
-                "Open: Select File for Unit 12\n" +
-                folder_ +
-                "\nFile not found. Check the file name and try again.\n"
-                "Open: Select File for Unit 12\n");
+            open + missing + "\nFile not found. Check the file name and try again.\n" + open +
+                folder_ + "\nFile not found. Check the file name and try again.\n" + open);
 }
 
 TEST_F(FileDialog, PipesAndDevicesAreNoCommandFiles) {

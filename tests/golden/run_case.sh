@@ -18,7 +18,9 @@
 # holds more than one command file, `example` names the one to run instead
 # (examples/continuous/labels.in). Optional files: `args` (command-line
 # options, e.g. --seed 1 for a random start), `stdin` (answers at the pause
-# prompt), and the folder expected/.
+# prompt), and the folder expected/. When `args` starts with a subcommand
+# (`check`), the program is started as `velquorin check ... FILE.in`, without
+# --threads, which only a run takes.
 #
 #   run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>
 #
@@ -103,7 +105,9 @@ run_once() {
   else
     command_file=$(cd "$scratch" && ls ./*.in | head -n 1)
   fi
-  (cd "$scratch" && "$binary" --threads "$threads" "${args[@]}" "$command_file" \
+  local leading=(--threads "$threads")
+  [ "${args[0]:-}" = check ] && leading=()
+  (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "$command_file" \
      < "$stdin_file" > console.txt 2> stderr.txt)
   echo $? > "$scratch/status"
 }

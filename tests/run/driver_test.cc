@@ -113,7 +113,7 @@ TEST_F(Driver, CommandFilesThatCannotBeRead) {
       {"nothing.in", "Command file not found: nothing.in\n"},
       {"pipe.in", "Command file is not a plain file: pipe.in\n"},
       // Without a name, off a terminal, the dialog is cancelled.
-      {"", "A File Must be Selected\nTerminate Program?\n"},
+      {"", "File Open Error\nA File Must be Selected\nTerminate Program?\n"},
   };
   for (const auto& [name, message] : cases) {
     RunOutcome outcome = Run(name);
