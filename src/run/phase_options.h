@@ -11,9 +11,9 @@
 #include "options/run_options.h"
 #include "rotation/rotation.h"
 #include "scores/score_phase.h"
+#include "writers/extraction_writer.h"
 #include "writers/rotation_writer.h"
 #include "writers/score_writer.h"
-#include "writers/extraction_writer.h"
 
 namespace vq {
 
