@@ -7,11 +7,21 @@
 #ifndef VELQUORIN_RUN_PHASE_OPTIONS_H_
 #define VELQUORIN_RUN_PHASE_OPTIONS_H_
 
+#include "correlation/correlations.h"
 #include "options/run_options.h"
+#include "writers/correlation_writer.h"
 
 namespace vq {
 
 // --- Correlations ------------------------------------------------------------
+
+// The estimator, its settings and the smoothing; the searches keep the
+// run's bounds and start.
+CorrelationOptions MakeCorrelationOptions(const RunOptions& options);
+
+// What the correlation writers put out: the saved `cor`, `smo` and `mvn`
+// files, and the printed matrix under "LONG".
+CorrelationWriteOptions MakeCorrelationWriteOptions(const RunOptions& options);
 
 // --- Extraction --------------------------------------------------------------
 
