@@ -168,7 +168,9 @@ struct PolychoricResult {
 //
 // It touches no global state but the console of the stops, and may be
 // called from several threads at once, each call then spreading its pairs
-// over ThreadCount() threads; the result does not depend on the count.
+// over ThreadCount() threads of its own (ScopedThreadCount in
+// kernels/parallel.h holds a calling thread's count, e.g. at 1); the result
+// does not depend on the count.
 void EstimatePolychorics(const Matrix& item_data,
                          int n,
                          int p,

@@ -208,8 +208,9 @@ void ShowTetrachoricPair(int i, int j, Progress& progress);
 //
 // It touches no global state but the console of the stops and of soft
 // failures, and may be called from several threads at once, each call then
-// spreading its own pairs over ThreadCount() threads (set the count to 1
-// for many calls side by side); the result does not depend on the count.
+// spreading its own pairs over ThreadCount() threads of its own; a caller
+// running many side by side holds each at one thread with ScopedThreadCount
+// (kernels/parallel.h). The result does not depend on the count.
 TetrachoricResult EstimateTetrachorics(const Matrix& item_data,
                                        int n,
                                        int p,

@@ -7,6 +7,7 @@
 
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
@@ -78,6 +79,22 @@ TEST(Polychoric, AssociationAboveTheBoundEndsThereWithTheWarning) {
   ASSERT_EQ(result.boundary.size(), 1u);
   EXPECT_EQ(result.boundary[0].i, 1);
   EXPECT_EQ(result.boundary[0].j, 0);
+}
+
+TEST(Polychoric, SearchBoundIsAParameter) {
+  Matrix x = PairData({{0, 0, 20}, {1, 1, 20}});
+  PolychoricSearch wider;
+  wider.lower_bound = -0.95;
+  wider.upper_bound = 0.95;
+  ConsoleCapture capture;
+  const PolychoricResult result = EstimatePolychorics(x, 40, 2, wider, SilentProgress());
+  EXPECT_EQ(result.correlations(1, 0), 0.95);
+  ASSERT_EQ(result.boundary.size(), 1u);
+  EXPECT_EQ(capture.Out(), "");  // silent progress
+  // A pair inside the bounds is found where the run's bounds find it.
+  Matrix y = PairData({{0, 0, 40}, {0, 1, 10}, {1, 0, 15}, {1, 1, 35}});
+  EXPECT_EQ(EstimatePolychorics(y, 100, 2, wider, SilentProgress()).correlations(1, 0),
+            EstimatePolychorics(y, 100, 2, {}, SilentProgress()).correlations(1, 0));
 }
 
 TEST(Polychoric, OneCategoryVariableKeepsTheFirstPointWithoutWarning) {

@@ -3,13 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <thread>
+#include <vector>
 
 #include "correlation/polychoric.h"
+#include "data/raw_data.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
+#include "kernels/parallel.h"
 #include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
@@ -365,6 +370,47 @@ TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {
   EXPECT_EQ(run.r(1, 0), 0.5);
   EXPECT_EQ(run.r(2, 0), 0x1.ffffffffffffbp-2);
   EXPECT_EQ(run.r(2, 1), 0x1.fee75d62a9c46p-1);
+}
+
+TEST(Tetrachoric, MedianSplitOptionSplitsACopyOfTheScores) {
+  Matrix x(9, 3);
+  for (int s = 0; s < 9; ++s) {
+    x(s, 0) = s;
+    x(s, 1) = (s * 4) % 9 + 0.5;
+    x(s, 2) = (s * 7) % 9 - 3.0;
+  }
+  const Matrix original = x;
+  TetrachoricOptions options;
+  options.median_split = true;
+  const TetrachoricResult split = EstimateTetrachorics(x, 9, 3, options, {}, SilentProgress());
+  EXPECT_EQ(x.values, original.values);  // the caller's scores stay
+  Matrix by_hand = x;
+  SplitAtMedians(by_hand, 9, 3);
+  const TetrachoricResult expected = EstimateTetrachorics(by_hand, 9, 3, {}, {}, SilentProgress());
+  EXPECT_EQ(split.correlations.values, expected.correlations.values);
+  EXPECT_EQ(split.items.proportions, (std::vector<double>(3, 4.0 / 9)));
+}
+
+TEST(Tetrachoric, ConcurrentCallsGiveTheSameResult) {
+  // What parallel analysis does: one estimate per data set, side by side.
+  ItemModel model = SimpleStructureModel(6, 2, 0.6, {-0.3});
+  Matrix scores;
+  ASSERT_TRUE(SimulateItemScores(model, 500, 7, scores));
+  const TetrachoricResult alone = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
+  std::vector<TetrachoricResult> results(4);
+  std::vector<std::thread> threads;
+  // Two calls on the process's count of threads each, two on one thread.
+  for (int call = 0; call < 4; ++call) {
+    threads.emplace_back([&, call] {
+      const ScopedThreadCount count(call < 2 ? 0 : 1);
+      results[call] = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const TetrachoricResult& result : results) {
+    EXPECT_EQ(result.correlations.values, alone.correlations.values);
+    EXPECT_EQ(result.standard_errors.values, alone.standard_errors.values);
+  }
 }
 
 }  // namespace
