@@ -205,10 +205,10 @@ void PlainFrequencyTable(OutputFile& frq,
   frq.Write("Variables " + FormatI(j, 3) + " and " + FormatI(i, 3));
   frq.Write("--------------------");
   frq.Write("      0         1");
-  frq.Write("1 " + FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " + "     r(tet) = " +
-            FormatF(r, 5, 3) + "     std err  " + FormatF(standard_error, 5, 3));
-  frq.Write("0 " + FormatF(c, 8, 2) + "  " + FormatF(d, 8, 2) + "  " + "     r(phi) = " +
-            FormatF(phi, 5, 3));
+  frq.Write("1 " + FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " +
+            "     r(tet) = " + FormatF(r, 5, 3) + "     std err  " + FormatF(standard_error, 5, 3));
+  frq.Write("0 " + FormatF(c, 8, 2) + "  " + FormatF(d, 8, 2) + "  " +
+            "     r(phi) = " + FormatF(phi, 5, 3));
   frq.EmptyLines(2);
 }
 
@@ -401,8 +401,7 @@ Outcome RunTetrachorics(
         result.items = FindTetrachoricItems(x, x.rows, x.cols);
         WriteItemProportions(result.items, files, outputs);
         try {
-          EstimateTetrachoricPairs(
-              x, x.rows, result.items, options, g, ConsoleProgress(), result);
+          EstimateTetrachoricPairs(x, x.rows, result.items, options, g, ConsoleProgress(), result);
         } catch (const RunStopped&) {
           WriteFallBackWarnings(result, outputs);
           throw;

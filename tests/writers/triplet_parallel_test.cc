@@ -539,8 +539,7 @@ TEST(TripletParallel, SummaryAndSavedFileAreTheSameForEveryThreadCount) {
     OutputFile report;
     report.OpenInMemory(11);
     ConsoleCapture capture;
-    const TripletSummary summary =
-        TestAllTriplets(scores, n, p, correlations, ConsoleProgress());
+    const TripletSummary summary = TestAllTriplets(scores, n, p, correlations, ConsoleProgress());
     SetThreadCount(0);
     RunOutputs outputs(report, "", "t.in");
     WriteTripletReport(summary, outputs);
