@@ -8,8 +8,11 @@
 #include "correlation/tetrachoric.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/parallel.h"
+#include "report/run_outputs.h"
+#include "writers/correlation_writer.h"
 
 namespace {
 
@@ -106,11 +109,9 @@ void BM_PolychoricMatrix(benchmark::State& state) {
   vq::SetThreadCount(static_cast<int>(state.range(0)));
   vq::ConsoleCapture capture;  // the progress line is not what is measured
   for (auto _ : state) {
-    vq::Matrix r;
-    vq::OutputFile report;
-    report.OpenInMemory(11);
-    vq::ComputePolychorics(scores, n, p, r, report);
-    benchmark::DoNotOptimize(r.values.data());
+    const vq::PolychoricResult result =
+        vq::EstimatePolychorics(scores, n, p, {}, vq::ConsoleProgress());
+    benchmark::DoNotOptimize(result.correlations.values.data());
   }
   vq::SetThreadCount(0);
   state.counters["pairs"] = p * (p - 1) / 2;
@@ -130,15 +131,21 @@ void BM_TetrachoricMatrix(benchmark::State& state) {
   vq::SetThreadCount(static_cast<int>(state.range(0)));
   vq::ConsoleCapture capture;
   for (auto _ : state) {
-    vq::Matrix r;
+    // The estimate and its files, as a run makes them.
     vq::OutputFile report;
     report.OpenInMemory(11);
+    vq::RunOutputs outputs(report, "", "bench");
     vq::TetrachoricFiles files;
     files.frq.OpenInMemory(23);
     files.dff.OpenInMemory(25);
     files.ser.OpenInMemory(24);
-    vq::ComputeTetrachorics(scores, n, p, r, report, files, "bench", "", 0, {});
-    benchmark::DoNotOptimize(r.values.data());
+    vq::BeginFrequencyFile(files, outputs);
+    const vq::TetrachoricResult result =
+        vq::EstimateTetrachorics(scores, n, p, {}, {}, vq::ConsoleProgress());
+    vq::WriteItemProportions(result.items, files, outputs);
+    vq::WriteFallBackWarnings(result, outputs);
+    vq::WriteTetrachoricTables(result, files, outputs, vq::ConsoleProgress());
+    benchmark::DoNotOptimize(result.correlations.values.data());
   }
   vq::SetThreadCount(0);
   state.counters["pairs"] = p * (p - 1) / 2;

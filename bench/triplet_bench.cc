@@ -14,6 +14,7 @@
 #include "correlation/triplet.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/parallel.h"
 
@@ -32,13 +33,7 @@ void Simulate(int p, int n, bool two_point, vq::Matrix& scores, vq::Matrix& r) {
     model.upper_share = 0.15;
   }
   vq::SimulateItemScores(model, n, 77, scores);
-  vq::OutputFile report;
-  report.OpenInMemory(11);
-  vq::TetrachoricFiles files;
-  files.frq.OpenInMemory(23);
-  files.dff.OpenInMemory(25);
-  files.ser.OpenInMemory(24);
-  vq::ComputeTetrachorics(scores, n, p, r, report, files, "bench", "", 0, {});
+  r = vq::EstimateTetrachorics(scores, n, p, {}, {}, vq::SilentProgress()).correlations;
 }
 
 // One triplet, the first three items (loadings .4 to .8 over p = 40).
@@ -49,8 +44,6 @@ void BM_OneTriplet(benchmark::State& state) {
   vq::Matrix scores, r;
   Simulate(p, n, false, scores, r);
   vq::ResetImslState();
-  vq::OutputFile report;
-  report.OpenInMemory(11);
   for (auto _ : state) {
     const double statistic = vq::TripletTest(1,
                                              20,
@@ -61,8 +54,7 @@ void BM_OneTriplet(benchmark::State& state) {
                                              r(0, 19),
                                              r(0, 39),
                                              r(19, 39),
-                                             n,
-                                             report);
+                                             n);
     benchmark::DoNotOptimize(statistic);
   }
   vq::ResetImslState();
@@ -79,9 +71,7 @@ void BM_TripletTest(benchmark::State& state) {
   vq::SetThreadCount(static_cast<int>(state.range(1)));
   for (auto _ : state) {
     vq::ResetImslState();
-    vq::OutputFile report;
-    report.OpenInMemory(11);
-    const vq::TripletSummary summary = vq::TestAllTriplets(scores, n, p, r, report);
+    const vq::TripletSummary summary = vq::TestAllTriplets(scores, n, p, r, vq::ConsoleProgress());
     benchmark::DoNotOptimize(summary.chi_squares.data());
   }
   vq::SetThreadCount(0);
@@ -108,9 +98,7 @@ void BM_TripletBehaviour(benchmark::State& state) {
   vq::TripletSummary summary;
   for (auto _ : state) {
     vq::ResetImslState();
-    vq::OutputFile report;
-    report.OpenInMemory(11);
-    summary = vq::TestAllTriplets(scores, n, p, r, report);
+    summary = vq::TestAllTriplets(scores, n, p, r, vq::ConsoleProgress());
   }
   vq::ResetImslState();
   double at_one_percent = 0, at_five_percent = 0, sum = 0;

@@ -23,9 +23,6 @@ constexpr double kNoCategory = 99.0;
 // Thresholds that stand for minus and plus infinity.
 constexpr double kLowestThreshold = -999999.0;
 constexpr double kHighestThreshold = 999999.0;
-// Bounds of the search.
-constexpr double kUpperBound = 0.9;
-constexpr double kLowerBound = -0.9;
 // The search ends once its step falls below the single-precision 1E-6.
 constexpr double kSmallestStep = static_cast<double>(0.000001f);
 // Start of the best log likelihood; an L at or below it never wins.
@@ -254,10 +251,10 @@ double GridLikelihood(double r,
 
 }  // namespace
 
-void ShowPolychoricPair(int i, int j) {
-  ConsoleOverwrite(29,
-                   " Computing polychoric correlations for variables: " + FormatI(i + 1, 3) + " " +
-                       FormatI(j + 1, 3));
+void ShowPolychoricPair(int i, int j, Progress& progress) {
+  progress.Overwrite(29,
+                     " Computing polychoric correlations for variables: " + FormatI(i + 1, 3) +
+                         " " + FormatI(j + 1, 3));
 }
 
 void FindPolychoricCategories(const Matrix& item_data,
@@ -369,15 +366,16 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         int k_j,
                                         const double* thresholds_i,
                                         const double* thresholds_j,
-                                        int ifail) {
+                                        int ifail,
+                                        const PolychoricSearch& search) {
   PolychoricEstimate estimate;
   BorderCorners border;
   estimate.failed = !FillBorderCorners(k_i, k_j, thresholds_j, thresholds_i, ifail, border);
 
   // A sweep of 41 points from the lower bound up, then passes of 5 points,
   // each half its predecessor's step apart, from half a step below the best.
-  double step = 0.05;
-  double r = -0.95;
+  double step = search.first_step;
+  double r = search.start;
   double best_likelihood = kNoLikelihood;
   double best_r = 0.0;
   int evaluations = 41;
@@ -390,8 +388,8 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   for (int pass = 1; pass <= 30; ++pass) {
     for (int evaluation = 0; evaluation < evaluations; ++evaluation) {
       r = r + step;
-      if (r >= kUpperBound) r = kUpperBound;
-      if (r <= kLowerBound) r = kLowerBound;
+      if (r >= search.upper_bound) r = search.upper_bound;
+      if (r <= search.lower_bound) r = search.lower_bound;
       if (std::find(seen, seen + seen_count, r) != seen + seen_count) continue;
       if (seen_count < kSearchPoints) seen[seen_count++] = r;
       const double likelihood = GridLikelihood(
@@ -408,7 +406,7 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
     evaluations = 5;
   }
   estimate.r = best_r;
-  estimate.at_boundary = best_r == kUpperBound || best_r == kLowerBound;
+  estimate.at_boundary = best_r == search.upper_bound || best_r == search.lower_bound;
   return estimate;
 }
 
@@ -431,13 +429,23 @@ double EstimatePolychoricPair(const unsigned char* codes_i,
   return estimate.r;
 }
 
-void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, OutputFile& report) {
+void EstimatePolychorics(const Matrix& item_data,
+                         int n,
+                         int p,
+                         const PolychoricSearch& search,
+                         Progress& progress,
+                         PolychoricResult& result) {
+  result.complete = false;
+  result.boundary.clear();
   PolychoricCategories categories;
   FindPolychoricCategories(item_data, n, p, categories);
-  if (result.rows != p || result.cols != p) result.Reset(p, p);
+  result.category_count = categories.category_count;
+  result.thresholds = categories.thresholds;
+  Matrix& correlations = result.correlations;
+  if (correlations.rows != p || correlations.cols != p) correlations.Reset(p, p);
 
   // The pairs, each into its own slot, under the quiet indicator: a failure
-  // is only noted here and reported below, in order.
+  // is only noted here and dealt with below, in order.
   const std::int64_t pairs = PairCount(p);
   std::vector<PolychoricEstimate> estimates(static_cast<std::size_t>(pairs));
   ParallelChunks(
@@ -453,23 +461,24 @@ void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, O
                                               categories.category_count[pair.j],
                                               categories.thresholds.Column(pair.i),
                                               categories.thresholds.Column(pair.j),
-                                              kIfailQuiet);
+                                              kIfailQuiet,
+                                              search);
         }
       },
       [&](std::int64_t next) {
         const PairPosition pair = PairAt(next);
-        ShowPolychoricPair(pair.i, pair.j);
+        ShowPolychoricPair(pair.i, pair.j, progress);
       });
 
   // In pair order: a failed search runs again under the hard indicator,
   // behind its console line, to report and stop where it would have; the
-  // boundary warnings go to the report; the last pair's line stays.
+  // pairs on a bound are noted; the last pair's line stays.
   std::int64_t q = 0;
   for (int i = 1; i < p; ++i) {
     for (int j = 0; j < i; ++j, ++q) {
       PolychoricEstimate& estimate = estimates[q];
       if (estimate.failed) {
-        ShowPolychoricPair(i, j);
+        ShowPolychoricPair(i, j, progress);
         PolychoricTable table;
         CountPolychoricTable(categories, i, j, table);
         estimate = SearchPolychoricPair(table,
@@ -477,21 +486,26 @@ void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, O
                                         categories.category_count[j],
                                         categories.thresholds.Column(i),
                                         categories.thresholds.Column(j),
-                                        kIfailHard);
+                                        kIfailHard,
+                                        search);
       }
-      if (q == pairs - 1) ShowPolychoricPair(i, j);
-      if (estimate.at_boundary) {
-        report.Write(Blanks(16) + "!!!WARNING: CORRELATION " + FormatI(i + 1, 3) + " " +
-                     FormatI(j + 1, 3) + FormatA("   AT BOUNDARY!!!", 18));
-        report.EmptyLines(1);
-      }
-      result(i, j) = estimate.r;
+      if (q == pairs - 1) ShowPolychoricPair(i, j, progress);
+      if (estimate.at_boundary) result.boundary.push_back({i, j});
+      correlations(i, j) = estimate.r;
     }
   }
   for (int i = 0; i < p; ++i) {
-    result(i, i) = 1.0;
-    for (int j = 0; j < i; ++j) result(j, i) = result(i, j);
+    correlations(i, i) = 1.0;
+    for (int j = 0; j < i; ++j) correlations(j, i) = correlations(i, j);
   }
+  result.complete = true;
+}
+
+PolychoricResult EstimatePolychorics(
+    const Matrix& item_data, int n, int p, const PolychoricSearch& search, Progress& progress) {
+  PolychoricResult result;
+  EstimatePolychorics(item_data, n, p, search, progress, result);
+  return result;
 }
 
 }  // namespace vq

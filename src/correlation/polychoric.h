@@ -10,15 +10,15 @@
 // bit columns and thresholds: only that pair's table exists while it is
 // worked on, and no table is kept for all pairs. The pairs are therefore
 // spread over threads, each result going into its own slot; the console
-// line, the boundary warnings and any stop are then produced in pair order
-// by the calling thread, so the output is the same for every thread count.
+// line, the boundary pairs and any stop are then produced in pair order by
+// the calling thread, so the output is the same for every thread count.
 #ifndef VELQUORIN_CORRELATION_POLYCHORIC_H_
 #define VELQUORIN_CORRELATION_POLYCHORIC_H_
 
 #include <cstdint>
 #include <vector>
 
-#include "frame/output_file.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
 
 namespace vq {
@@ -87,6 +87,16 @@ void CountPolychoricTable(const PolychoricCategories& categories,
                           int j,
                           PolychoricTable& table);
 
+// The search of a pair's r: a sweep of 41 points from `start` + `first_step`
+// up, each clipped to [lower_bound, upper_bound], then passes of 5 points at
+// half the step before. The defaults are the run's.
+struct PolychoricSearch {
+  double lower_bound = -0.9;
+  double upper_bound = 0.9;
+  double start = -0.95;
+  double first_step = 0.05;
+};
+
 // The search's result for one pair. `failed`: a G01HAF call under the quiet
 // indicator failed, so `r` is not to be used (the caller searches again
 // with the hard indicator, which reports and stops).
@@ -101,14 +111,15 @@ struct PolychoricEstimate {
 // thresholds of variables i and j (rows 0..K). Bivariate probabilities come
 // from G01HAF under `ifail` (kIfailHard or kIfailQuiet), each point of the
 // grid once per evaluation, and those on the border of -999999 and +999999
-// once per pair. A pure function of its arguments, safe to run on several
-// threads at once.
+// once per pair. `at_boundary`: r is one of the bounds of `search`. A pure
+// function of its arguments, safe to run on several threads at once.
 PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         int k_i,
                                         int k_j,
                                         const double* thresholds_i,
                                         const double* thresholds_j,
-                                        int ifail);
+                                        int ifail,
+                                        const PolychoricSearch& search = {});
 
 // The estimate of one pair: fills the table from the category codes of
 // variables i and j (n subjects) and searches r with the hard indicator.
@@ -124,15 +135,53 @@ double EstimatePolychoricPair(const unsigned char* codes_i,
 
 // The "+" console line of the search at the pair (i, j), 0-based: " Computing
 // polychoric correlations for variables: " I3 " " I3 from column 29.
-void ShowPolychoricPair(int i, int j);
+void ShowPolychoricPair(int i, int j, Progress& progress);
+
+// A pair (i > j, 0-based) whose estimate lies on a bound of the search.
+struct BoundaryPair {
+  int i = 0;
+  int j = 0;
+};
+
+// Everything the polychoric estimator computes.
+//   correlations:    p by p, both triangles, unit diagonal.
+//   category_count:  K of each variable; thresholds(t, v) as in
+//                    PolychoricCategories (rows 0..K, +-999999 at the ends).
+//   boundary:        the pairs on a bound, in pair order, as far as the
+//                    pairs got (the report warns of each, up to a stop).
+//   complete:        every pair is estimated.
+struct PolychoricResult {
+  Matrix correlations;
+  std::vector<int> category_count;
+  Matrix thresholds;
+  std::vector<BoundaryPair> boundary;
+  bool complete = false;
+};
 
 // The polychoric correlation matrix of the p columns of `item_data` (n by p,
-// read only). `result` is reshaped to p by p and gets both triangles and a
-// unit diagonal. The pairs run on ThreadCount() threads while the "+"
-// console line shows the pair reached; the line of the last pair stays. An
-// estimate on the boundary puts a warning line and an empty line into
-// `report`, in pair order.
-void ComputePolychorics(const Matrix& item_data, int n, int p, Matrix& result, OutputFile& report);
+// read only) into `result`. The pairs run on ThreadCount() threads while
+// `progress` shows the pair reached ("+" line); a failed quiet search is
+// run again under the hard indicator in pair order, so that a stop comes
+// where it comes with one thread, and the line of the last pair stays. Stops
+// as FindPolychoricCategories does; a stop leaves `result.boundary` filled
+// up to it. Writes no file and no report.
+//
+// It touches no global state but the console of the stops, and may be
+// called from several threads at once, each call then spreading its pairs
+// over ThreadCount() threads of its own (ScopedThreadCount in
+// kernels/parallel.h holds a calling thread's count, e.g. at 1); the result
+// does not depend on the count.
+void EstimatePolychorics(const Matrix& item_data,
+                         int n,
+                         int p,
+                         const PolychoricSearch& search,
+                         Progress& progress,
+                         PolychoricResult& result);
+
+// The same, returning the result: for a caller that has nothing to write
+// at a stop.
+PolychoricResult EstimatePolychorics(
+    const Matrix& item_data, int n, int p, const PolychoricSearch& search, Progress& progress);
 
 }  // namespace vq
 

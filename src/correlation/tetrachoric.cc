@@ -2,22 +2,21 @@
 
 #include <algorithm>
 #include <cassert>
-#include <chrono>
 #include <climits>
 #include <cmath>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "correlation/bit_columns.h"
 #include "correlation/pair_order.h"
 #include "correlation/polychoric.h"
 #include "correlation/variable_stop.h"
-#include "frame/console.h"
+#include "data/raw_data.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
-#include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
@@ -33,9 +32,6 @@ constexpr double kOmegaFloor = 0.0001;
 constexpr double kOmegaCeiling = 10000.0;
 // The iteration ends after this many passes have been started.
 constexpr int kPassLimit = 1000;
-// Pairs of the frq file formatted at a time: enough for the threads to share,
-// few enough for the console to move between blocks.
-constexpr std::int64_t kTableBlock = 16384;
 
 const double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -49,21 +45,6 @@ double Quotient(double num, double den) {
 
 // 1/x for the cell frequencies in the standard error, infinite for x = 0.
 double Reciprocal(double x) { return x == 0.0 ? kInfinity : 1.0 / x; }
-
-void OpenIfClosed(OutputFile& file,
-                  int unit,
-                  std::string_view run_directory,
-                  std::string_view run_stem,
-                  std::string_view extension) {
-  if (!file.is_open()) OpenSavedFile(file, unit, run_directory, run_stem, extension);
-}
-
-// The console line of the iteration at the pair (i, j), 0-based.
-void ShowTetrachoricPair(int i, int j) {
-  ConsoleOverwrite(30,
-                   "Computing tetrachoric correlation for varables " + FormatI(i + 1, 3) + " " +
-                       FormatI(j + 1, 3));
-}
 
 }  // namespace
 
@@ -255,94 +236,56 @@ double SettleTetrachoricNewton(const TetrachoricSplit& split,
   return r;
 }
 
-std::string FrequencyTableText(int j,
-                               int i,
-                               double a,
-                               double b,
-                               double c,
-                               double d,
-                               double r,
-                               double standard_error,
-                               double phi) {
-  return "Variables " + FormatI(j, 3) + " and " + FormatI(i, 3) + "\n" +
-         "--------------------\n"
-         "      0         1\n"
-         "1 " +
-         FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " + "     r(tet) = " + FormatF(r, 5, 3) +
-         "     std err  " + FormatF(standard_error, 5, 3) + "\n" + "0 " + FormatF(c, 8, 2) + "  " +
-         FormatF(d, 8, 2) + "  " + "     r(phi) = " + FormatF(phi, 5, 3) + "\n\n\n";
+void ShowTetrachoricPair(int i, int j, Progress& progress) {
+  progress.Overwrite(30,
+                     "Computing tetrachoric correlation for varables " + FormatI(i + 1, 3) + " " +
+                         FormatI(j + 1, 3));
 }
 
-void WriteFrequencyTable(OutputFile& frq,
-                         int j,
-                         int i,
-                         double a,
-                         double b,
-                         double c,
-                         double d,
-                         double r,
-                         double standard_error,
-                         double phi) {
-  frq.WriteLines(FrequencyTableText(j, i, a, b, c, d, r, standard_error, phi));
-}
-
-void ComputeTetrachorics(const Matrix& item_data,
-                         int n,
-                         int p,
-                         Matrix& result,
-                         OutputFile& report,
-                         std::string_view run_stem,
-                         std::string_view run_directory,
-                         int guessing_flag,
-                         const std::vector<double>& guessing) {
-  TetrachoricFiles files;
-  ComputeTetrachorics(
-      item_data, n, p, result, report, files, run_stem, run_directory, guessing_flag, guessing);
-}
-
-void ComputeTetrachorics(const Matrix& item_data,
-                         int n,
-                         int p,
-                         Matrix& result,
-                         OutputFile& report,
-                         TetrachoricFiles& files,
-                         std::string_view run_stem,
-                         std::string_view run_directory,
-                         int guessing_flag,
-                         const std::vector<double>& guessing) {
-  const bool corrected = guessing_flag == 1;
-  assert(!corrected || static_cast<int>(guessing.size()) >= p);
-  if (result.rows != p || result.cols != p) result.Reset(p, p);
-
+TetrachoricItems FindTetrachoricItems(const Matrix& item_data, int n, int p) {
   // The keyed score and the item proportions. Each variable's keyed
   // subjects are kept as a bit column for the joint counts of the pairs.
-  const int keyed_score = FindKeyedScore(item_data, n);
-  const double keyed = keyed_score;
-  OpenIfClosed(files.frq, kFrequencyUnit, run_directory, run_stem, "frq");
-  files.frq.EmptyLines(2);
-  files.frq.Write("         Bias Corrected Cell Frequencies and Correlations");
-  files.frq.EmptyLines(2);
-  const int words = BitColumnWords(n);
-  std::vector<std::uint64_t> keyed_bits(static_cast<std::size_t>(words) * p, 0);
-  std::vector<double> proportion(p);
+  TetrachoricItems items;
+  items.keyed_score = FindKeyedScore(item_data, n);
+  const double keyed = items.keyed_score;
+  items.words = BitColumnWords(n);
+  const int words = items.words;
+  items.keyed_bits.assign(static_cast<std::size_t>(words) * p, 0);
+  items.proportions.assign(p, 0.0);
   ParallelChunks(
       p,
       8,
       [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t variable = begin; variable < end; ++variable) {
-          std::uint64_t* bits = keyed_bits.data() + variable * words;
+          std::uint64_t* bits = items.keyed_bits.data() + variable * words;
           SetBitsWhereEqual(item_data.Column(static_cast<int>(variable)), n, keyed, bits);
-          proportion[variable] = static_cast<double>(CountSet(bits, words)) / n;
+          items.proportions[variable] = static_cast<double>(CountSet(bits, words)) / n;
         }
       },
       [](std::int64_t) {});
   for (int variable = 0; variable < p; ++variable) {
-    if (proportion[variable] == 0.0) StopOnVariable(variable + 1, " HAS NO VARIANCE");
+    if (items.proportions[variable] == 0.0) StopOnVariable(variable + 1, " HAS NO VARIANCE");
   }
-  OpenIfClosed(files.dff, kProportionUnit, run_directory, run_stem, "dff");
-  for (int variable = 0; variable < p; ++variable) {
-    files.dff.Write(FormatI(variable + 1, 4) + "  " + FormatF(proportion[variable], 6, 4));
-  }
+  return items;
+}
+
+void EstimateTetrachoricPairs(const Matrix& item_data,
+                              int n,
+                              const TetrachoricItems& items,
+                              const TetrachoricOptions& options,
+                              const std::vector<double>& guessing,
+                              Progress& progress,
+                              TetrachoricResult& result) {
+  const int p = static_cast<int>(items.proportions.size());
+  const bool corrected = options.correct_for_guessing;
+  assert(!corrected || static_cast<int>(guessing.size()) >= p);
+  result.complete = false;
+  result.fall_backs.clear();
+  result.last_fell_back = false;
+  Matrix& correlations = result.correlations;
+  if (correlations.rows != p || correlations.cols != p) correlations.Reset(p, p);
+  const std::vector<double>& proportion = items.proportions;
+  const int words = items.words;
 
   // The proportions corrected for guessing, made before the tables are
   // formed, though the tables themselves take the uncorrected ones.
@@ -362,7 +305,8 @@ void ComputeTetrachorics(const Matrix& item_data,
     int soft = kIfailSoft;
     upper[variable] = G01FAF("Lower-tail", 1.0 - working[variable], soft);
   }
-  std::vector<double> lower(p, 0.0);
+  std::vector<double>& lower = result.thresholds;
+  lower.assign(p, 0.0);
   std::vector<char> lower_failed(p, 0);
   for (int variable = 0; variable < p; ++variable) {
     int quiet = kIfailQuiet;
@@ -389,8 +333,8 @@ void ComputeTetrachorics(const Matrix& item_data,
           const int j = pair.j;
           PairSlot& slot = slots[q];
           const std::int64_t joint =
-              CountInBoth(keyed_bits.data() + static_cast<std::int64_t>(i) * words,
-                          keyed_bits.data() + static_cast<std::int64_t>(j) * words,
+              CountInBoth(items.keyed_bits.data() + static_cast<std::int64_t>(i) * words,
+                          items.keyed_bits.data() + static_cast<std::int64_t>(j) * words,
                           words);
           slot.table = BiasCorrectedTable(static_cast<int>(joint),
                                           n,
@@ -407,16 +351,16 @@ void ComputeTetrachorics(const Matrix& item_data,
       },
       [&](std::int64_t next) {
         const PairPosition pair = PairAt(next);
-        ShowTetrachoricPair(pair.i, pair.j);
+        ShowTetrachoricPair(pair.i, pair.j, progress);
       });
 
-  // The iterations settled in pair order: "previous r" carried from pair to pair settles each
-  // iteration; a pair with a failure runs the iteration itself under the
-  // hard indicator, behind its console line, to report and stop where it
-  // would have; an unsettled pair takes the polychoric fall-back, whose
-  // console line and warning land in order. The last pair's line stays.
+  // The iterations settled in pair order: "previous r" carried from pair to
+  // pair settles each iteration; a pair with a failure runs the iteration
+  // itself under the hard indicator, behind its console line, to report and
+  // stop where it would have; an unsettled pair takes the polychoric
+  // fall-back, whose console line lands in order. The last pair's line
+  // stays.
   double previous_r = 0.0;
-  bool last_fell_back = false;
   std::int64_t q = 0;
   for (int i = 1; i < p; ++i) {
     for (int j = 0; j < i; ++j, ++q) {
@@ -427,7 +371,7 @@ void ComputeTetrachorics(const Matrix& item_data,
       double r = 0.0;
       if (!literal) r = SettleTetrachoricNewton(slot.split, previous_r, settled, usable);
       const bool redo = literal || !usable;
-      if (redo || !settled || q == pairs - 1) ShowTetrachoricPair(i, j);
+      if (redo || !settled || q == pairs - 1) ShowTetrachoricPair(i, j, progress);
       if (redo) {
         int hard = kIfailHard;
         lower[i] = G01FAF("Lower-tail", working[i], hard);
@@ -436,86 +380,79 @@ void ComputeTetrachorics(const Matrix& item_data,
         r = TetrachoricNewton(slot.start, lower[i], lower[j], slot.table.c11, previous_r, settled);
       }
       if (!settled) {
-        last_fell_back = q == pairs - 1;
+        result.last_fell_back = q == pairs - 1;
         Matrix pair(n, 2);
         std::copy(item_data.Column(i), item_data.Column(i) + n, pair.Column(0));
         std::copy(item_data.Column(j), item_data.Column(j) + n, pair.Column(1));
-        Matrix pair_result(2, 2, 0.0);
-        ComputePolychorics(pair, n, 2, pair_result, report);
-        r = pair_result(1, 0);
+        const PolychoricResult fall_back =
+            EstimatePolychorics(pair, n, 2, options.fall_back, progress);
+        r = fall_back.correlations(1, 0);
+        result.fall_backs.push_back({i, j, !fall_back.boundary.empty()});
       }
-      result(i, j) = r;
+      correlations(i, j) = r;
     }
   }
 
-  // The frq tables, standard errors and the upper triangle. The
-  // tables of a block of pairs are worked out and formatted on all threads,
-  // then written in pair order. Between blocks the console shows the pair
-  // reached, and at the end the line that stood last is shown once more, so
-  // that the last line is as it was.
-  Matrix standard_errors(p, p, 0.0);
-  std::vector<std::string> texts;
-  auto last_shown = std::chrono::steady_clock::now();
-  bool shown = false;
-  for (std::int64_t block = 0; block < pairs; block += kTableBlock) {
-    const std::int64_t block_end = std::min(pairs, block + kTableBlock);
-    texts.assign(static_cast<std::size_t>(block_end - block), std::string());
-    ParallelChunks(
-        block_end - block,
-        256,
-        [&](std::int64_t begin, std::int64_t end) {
-          PairPosition pair = PairAt(block + begin);
-          for (std::int64_t slot = begin; slot < end; ++slot, pair = NextPair(pair)) {
-            const int i = pair.i;
-            const int j = pair.j;
-            result(j, i) = result(i, j);
-            const TetrachoricTable& t = slots[block + slot].table;
-            const double a = n * t.c10;
-            const double b = n * t.c11;
-            const double c = n * t.c00;
-            const double d = n * t.c01;
-            const double phi =
-                Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
-            // A copy of r: a clip inside the density must not touch the matrix.
-            double r = result(i, j);
-            const double density = BivariateDensity(lower[i], lower[j], r);
-            const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
-            const double standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
-            std::string& text = texts[slot];
-            if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
-              text = "WARNING! Small cell frequencies. Tetrachoric r may be biased\n";
-            }
-            text += FrequencyTableText(j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
-            standard_errors(i, j) = standard_error;
-            standard_errors(j, i) = standard_error;
-          }
-        },
-        [](std::int64_t) {});
-    for (const std::string& text : texts) files.frq.WriteLines(text);
-    const auto now = std::chrono::steady_clock::now();
-    if (block_end < pairs && now - last_shown >= std::chrono::milliseconds(250)) {
-      const PairPosition pair = PairAt(block_end);
-      ShowTetrachoricPair(pair.i, pair.j);
-      last_shown = now;
-      shown = true;
-    }
-  }
-  if (shown) {
-    if (last_fell_back) {
-      ShowPolychoricPair(1, 0);
-    } else {
-      ShowTetrachoricPair(p - 1, p - 2);
-    }
-  }
+  // The frq tables, standard errors and the upper triangle, worked out on
+  // all threads, each pair into its slot.
+  result.tables.assign(static_cast<std::size_t>(pairs), TetrachoricPairTable());
+  Matrix& standard_errors = result.standard_errors;
+  standard_errors.Reset(p, p, 0.0);
+  ParallelChunks(
+      pairs,
+      256,
+      [&](std::int64_t begin, std::int64_t end) {
+        PairPosition pair = PairAt(begin);
+        for (std::int64_t slot = begin; slot < end; ++slot, pair = NextPair(pair)) {
+          const int i = pair.i;
+          const int j = pair.j;
+          correlations(j, i) = correlations(i, j);
+          const TetrachoricTable& t = slots[slot].table;
+          TetrachoricPairTable& table = result.tables[slot];
+          const double a = n * t.c10;
+          const double b = n * t.c11;
+          const double c = n * t.c00;
+          const double d = n * t.c01;
+          table.a = a;
+          table.b = b;
+          table.c = c;
+          table.d = d;
+          table.phi = Quotient(b * c - a * d, std::sqrt((c + d) * (b + d) * (a + b) * (a + c)));
+          // A copy of r: a clip inside the density must not touch the matrix.
+          double r = correlations(i, j);
+          const double density = BivariateDensity(lower[i], lower[j], r);
+          const double spread = Reciprocal(a) + Reciprocal(b) + Reciprocal(c) + Reciprocal(d);
+          table.standard_error = Quotient(1.0, n * density) * (1.0 / std::sqrt(spread));
+          table.small_cells = a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0;
+          standard_errors(i, j) = table.standard_error;
+          standard_errors(j, i) = table.standard_error;
+        }
+      },
+      [](std::int64_t) {});
   for (int variable = 0; variable < p; ++variable) {
-    result(variable, variable) = 1.0;
+    correlations(variable, variable) = 1.0;
     standard_errors(variable, variable) = 0.0;
   }
-  OpenIfClosed(files.ser, kStandardErrorUnit, run_directory, run_stem, "ser");
-  WriteMatrixRows(files.ser, standard_errors, 12, 9, 1, 999);
-  files.frq.Close();
-  files.ser.Close();
-  files.dff.Close();
+  result.complete = true;
+}
+
+TetrachoricResult EstimateTetrachorics(const Matrix& item_data,
+                                       int n,
+                                       int p,
+                                       const TetrachoricOptions& options,
+                                       const std::vector<double>& guessing,
+                                       Progress& progress) {
+  TetrachoricResult result;
+  if (options.median_split) {
+    Matrix split = item_data;
+    SplitAtMedians(split, n, p);
+    result.items = FindTetrachoricItems(split, n, p);
+    EstimateTetrachoricPairs(split, n, result.items, options, guessing, progress, result);
+  } else {
+    result.items = FindTetrachoricItems(item_data, n, p);
+    EstimateTetrachoricPairs(item_data, n, result.items, options, guessing, progress, result);
+  }
+  return result;
 }
 
 }  // namespace vq

@@ -6,9 +6,10 @@
 // the fall-back for a pair on which the iteration does not settle. Serves
 // the codings "DI", "DC" (tables corrected for guessing) and "CD".
 //
-// Besides the matrix the estimator always leaves three files beside the
-// command file: the bias-corrected tables with both correlations (frq), the
-// item proportions (dff) and the standard errors (ser).
+// Besides the matrix the estimator returns what the run writes into three
+// files beside the command file (writers/correlation_writer.h): the
+// bias-corrected tables with both correlations (frq), the item proportions
+// (dff) and the standard errors (ser).
 //
 // Everything of a pair is a function of its two columns and the item
 // proportions, except one thing: the iteration's "previous r" is carried
@@ -20,11 +21,11 @@
 #ifndef VELQUORIN_CORRELATION_TETRACHORIC_H_
 #define VELQUORIN_CORRELATION_TETRACHORIC_H_
 
-#include <string>
-#include <string_view>
+#include <cstdint>
 #include <vector>
 
-#include "frame/output_file.h"
+#include "correlation/polychoric.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
 
 namespace vq {
@@ -100,72 +101,122 @@ double SettleTetrachoricNewton(const TetrachoricSplit& split,
                                bool& settled,
                                bool& usable);
 
-// The text of one table of the frq file, each record ending in a newline
-// (the arguments of WriteFrequencyTable).
-std::string FrequencyTableText(int j,
-                               int i,
-                               double a,
-                               double b,
-                               double c,
-                               double d,
-                               double r,
-                               double standard_error,
-                               double phi);
-
-// One table of the frq file: variable numbers j then i (1-based), the
-// frequencies a = n c10, b = n c11 (row "1") and c = n c00, d = n c01 (row
-// "0"), the tetrachoric r with its standard error, and phi.
-void WriteFrequencyTable(OutputFile& frq,
-                         int j,
-                         int i,
-                         double a,
-                         double b,
-                         double c,
-                         double d,
-                         double r,
-                         double standard_error,
-                         double phi);
-
-// The three files the estimator writes: frq (stream 23), dff (25), ser (24).
-struct TetrachoricFiles {
-  OutputFile frq;
-  OutputFile dff;
-  OutputFile ser;
+// What the tetrachoric estimator is asked to do.
+//   correct_for_guessing: "DC": the tables are corrected with the chances of
+//                         a correct guess given beside the data (one a
+//                         variable).
+//   median_split:         "CD": the scores are first split at each
+//                         variable's median (SplitAtMedians) on a copy; the
+//                         run splits its own data instead, since the later
+//                         phases read the split scores.
+//   fall_back:            the search of the polychoric fall-back.
+struct TetrachoricOptions {
+  bool correct_for_guessing = false;
+  bool median_split = false;
+  PolychoricSearch fall_back;
 };
 
-// The tetrachoric correlation matrix of the p columns of `item_data` (n by
-// p, read only). `result` is reshaped to p by p, both triangles and a unit
-// diagonal. `guessing_flag` 1 ("DC") corrects the tables with `guessing`
-// (p chances). The tables and iterations of the pairs run on ThreadCount()
-// threads while the "+" console line shows the pair reached; the fall-backs,
-// warnings, stops and the last pair's line then follow in pair order. Writes the frq, dff and ser
-// files named from `run_stem` and `run_directory`, each opened at its step and closed at the end
-// (the dff file is complete once the proportions are written); the report only gets the fall-back's
-// boundary warnings. Stops the run on a variable with no keyed subject ("FATAL ERROR: VARIABLE" I4
-// " HAS NO VARIANCE"); a proportion of 1 stops through G01FAF.
-void ComputeTetrachorics(const Matrix& item_data,
-                         int n,
-                         int p,
-                         Matrix& result,
-                         OutputFile& report,
-                         std::string_view run_stem,
-                         std::string_view run_directory,
-                         int guessing_flag,
-                         const std::vector<double>& guessing);
+// What the first step learns of the items: the keyed score, each
+// variable's proportion of keyed subjects (the dff file) and its keyed
+// subjects as a bit column (bit_columns.h, `words` words a variable).
+struct TetrachoricItems {
+  int keyed_score = -99;
+  std::vector<double> proportions;
+  int words = 0;
+  std::vector<std::uint64_t> keyed_bits;
+};
 
-// The same with the files given: a file of `files` that is already open
-// (tests open them in memory) is written as it is; the others are opened
-// beside the command file at their step. All three are closed at the end.
-void ComputeTetrachorics(const Matrix& item_data,
-                         int n,
-                         int p,
-                         Matrix& result,
-                         OutputFile& report,
-                         TetrachoricFiles& files,
-                         std::string_view run_stem,
-                         std::string_view run_directory,
-                         int guessing_flag,
-                         const std::vector<double>& guessing);
+// The keyed subjects and proportions of the p columns of `item_data` (n by
+// p), on ThreadCount() threads. Stops the run on the first variable with no
+// keyed subject ("FATAL ERROR: VARIABLE" I4 " HAS NO VARIANCE").
+TetrachoricItems FindTetrachoricItems(const Matrix& item_data, int n, int p);
+
+// One table of the frq file: the frequencies a = n c10, b = n c11 (row "1")
+// and c = n c00, d = n c01 (row "0") after the half-subject rules and the
+// guessing correction, phi of that table, the standard error of r, and
+// whether a cell holds 5 or fewer subjects ("Small cell frequencies").
+struct TetrachoricPairTable {
+  double a = 0.0;
+  double b = 0.0;
+  double c = 0.0;
+  double d = 0.0;
+  double phi = 0.0;
+  double standard_error = 0.0;
+  bool small_cells = false;
+};
+
+// A pair whose Newton iteration did not settle and was estimated by the
+// polychoric search instead (i > j, 0-based), and whether that estimate lies
+// on the search's bound.
+struct TetrachoricFallBack {
+  int i = 0;
+  int j = 0;
+  bool at_boundary = false;
+};
+
+// Everything the tetrachoric estimator computes.
+//   correlations:     p by p, both triangles, unit diagonal.
+//   thresholds:       the lower thresholds of the iteration (the normal
+//                     quantiles of the working proportions).
+//   tables:           the frq tables in pair order (PairAt, pair_order.h).
+//   standard_errors:  p by p, both triangles, zero diagonal.
+//   fall_backs:       in pair order, as far as the pairs got.
+//   last_fell_back:   the last pair is one of them (its console line is the
+//                     polychoric one).
+//   complete:         every pair is estimated and the tables are made; only
+//                     `fall_backs` is filled before (the report shows their
+//                     warnings up to a stop).
+struct TetrachoricResult {
+  TetrachoricItems items;
+  Matrix correlations;
+  std::vector<double> thresholds;
+  std::vector<TetrachoricPairTable> tables;
+  Matrix standard_errors;
+  std::vector<TetrachoricFallBack> fall_backs;
+  bool last_fell_back = false;
+  bool complete = false;
+};
+
+// The pairs of the tetrachoric matrix of the p columns of `item_data` (n
+// by p, read only) from the `items` of FindTetrachoricItems, into `result`
+// (its `items` is left as it is). With `options.correct_for_guessing`,
+// `guessing` holds the p chances. `options.median_split` is not looked at
+// here: `item_data` holds the scores as they are to be counted.
+//
+// The tables and iterations run on ThreadCount() threads while `progress`
+// shows the pair reached ("+" line from column 30); the fall-backs, the
+// stops and the last pair's line then follow in pair order. A stop (a
+// proportion of 1, through G01FAF; a G01HAF failure; a stop of a fall-back)
+// leaves `result` with the fall-backs up to it. Writes no file and no
+// report. A variable's proportion of 0 or 1 shows the soft G01FAF message on
+// the console (it is followed by the stop at its first pair).
+void EstimateTetrachoricPairs(const Matrix& item_data,
+                              int n,
+                              const TetrachoricItems& items,
+                              const TetrachoricOptions& options,
+                              const std::vector<double>& guessing,
+                              Progress& progress,
+                              TetrachoricResult& result);
+
+// The "+" console line of the iteration at the pair (i, j), 0-based:
+// "Computing tetrachoric correlation for varables " I3 " " I3 from column 30.
+void ShowTetrachoricPair(int i, int j, Progress& progress);
+
+// Both steps: the quiet estimator for a caller outside the run (a binding,
+// parallel analysis). Splits a copy of `item_data` at the medians first when
+// `options.median_split` asks for it. Stops as the two steps do.
+//
+// It touches no global state but the console of the stops and of soft
+// failures, and may be called from several threads at once, each call then
+// spreading its own pairs over ThreadCount() threads of its own; a caller
+// running many side by side holds each at one thread with ScopedThreadCount
+// (kernels/parallel.h). The result does not depend on the count.
+TetrachoricResult EstimateTetrachorics(const Matrix& item_data,
+                                       int n,
+                                       int p,
+                                       const TetrachoricOptions& options,
+                                       const std::vector<double>& guessing,
+                                       Progress& progress);
 
 }  // namespace vq
 

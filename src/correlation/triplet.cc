@@ -6,13 +6,11 @@
 #include <string>
 
 #include "correlation/variable_stop.h"
-#include "frame/console.h"
 #include "kernels/failure.h"
 #include "kernels/lapack.h"
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/pd_inverse.h"
-#include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
@@ -264,16 +262,20 @@ void DerivativesFromCurves(const TripletParameters& t,
 }
 
 // The report line of a triplet: I3, 1X, I3, 1X, I3, 1X, 2X, F10.4, A2.
+}  // namespace
+
 std::string TripletLine(int a, int b, int c, double statistic) {
   return FormatI(a, 3) + " " + FormatI(b, 3) + " " + FormatI(c, 3) + " " + "  " +
          FormatF(statistic, 10, 4) + FormatA(TripletMark(statistic), 2);
 }
 
+namespace {
+
 // The console line of the triplet being computed, from column 30.
-void ShowTriplet(const std::array<int, 3>& triplet) {
-  ConsoleOverwrite(30,
-                   "Computing Triplet Test for variables " + FormatI(triplet[0], 3) + " " +
-                       FormatI(triplet[1], 3) + " " + FormatI(triplet[2], 3));
+void ShowTriplet(const std::array<int, 3>& triplet, Progress& progress) {
+  progress.Overwrite(30,
+                     "Computing Triplet Test for variables " + FormatI(triplet[0], 3) + " " +
+                         FormatI(triplet[1], 3) + " " + FormatI(triplet[2], 3));
 }
 
 // Start parameters of a triplet from the quantiles z of its proportions
@@ -556,8 +558,7 @@ double TripletTest(int a,
                    double r12,
                    double r13,
                    double r23,
-                   int n,
-                   OutputFile& report) {
+                   int n) {
   const std::array<double, 3> loading = TripletStartLoadings(r12, r13, r23);
   const double* columns[3] = {scores_a, scores_b, scores_c};
   const int numbers[3] = {a, b, c};
@@ -590,24 +591,20 @@ double TripletTest(int a,
   // the ERSET group neither print nor stop from here on, for the rest of the
   // run.
   ERSET(0, 0, 0);
-  const double statistic = TripletStatistic(StartParameters(quantiles, loading), counts, n);
-  report.Write(TripletLine(a, b, c, statistic));
-  return statistic;
+  return TripletStatistic(StartParameters(quantiles, loading), counts, n);
 }
 
-TripletSummary TestAllTriplets(
-    const Matrix& item_data, int n, int p, const Matrix& correlations, OutputFile& report) {
-  report.EmptyLines(2);
-  report.Write("0==============Triplet Test of Multivariate Normality============0");
-  report.EmptyLines(1);
-  report.Write("   Triplet    LR Chi-Square");
-  report.EmptyLines(1);
-
-  TripletSummary summary;
+void TestAllTriplets(const Matrix& item_data,
+                     int n,
+                     int p,
+                     const Matrix& correlations,
+                     Progress& progress,
+                     TripletSummary& summary) {
+  summary = TripletSummary();
   summary.triplet_count = TripletCount(p);
-  const std::vector<std::array<int, 3>> triplets = TripletList(p);
-  summary.suspicious.assign(p, 0);
-  ConsoleEmptyLines(1);
+  summary.triplets = TripletList(p);
+  const std::vector<std::array<int, 3>>& triplets = summary.triplets;
+  progress.EmptyLines(1);
   summary.chi_squares.assign(triplets.size(), 0.0);
 
   // A variable whose proportion of 1.0 has no quantile (0 or 1, or no
@@ -653,19 +650,16 @@ TripletSummary TestAllTriplets(
             summary.chi_squares[index] = TripletStatistic(start, CountFromBits(bits, a, b, c), n);
           }
         },
-        [&](std::int64_t next) { ShowTriplet(triplets[next]); });
-    ShowTriplet(triplets[parallel_end - 1]);
-    for (std::size_t index = 0; index < parallel_end; ++index) {
-      const std::array<int, 3>& triplet = triplets[index];
-      report.Write(TripletLine(triplet[0], triplet[1], triplet[2], summary.chi_squares[index]));
-    }
+        [&](std::int64_t next) { ShowTriplet(triplets[next], progress); });
+    ShowTriplet(triplets[parallel_end - 1], progress);
+    summary.tested = parallel_end;
   }
   for (std::size_t index = parallel_end; index < triplets.size(); ++index) {
     const std::array<int, 3>& triplet = triplets[index];
     const int a = triplet[0];
     const int b = triplet[1];
     const int c = triplet[2];
-    ShowTriplet(triplet);
+    ShowTriplet(triplet, progress);
     summary.chi_squares[index] = TripletTest(a,
                                              b,
                                              c,
@@ -675,9 +669,10 @@ TripletSummary TestAllTriplets(
                                              correlations(a - 1, b - 1),
                                              correlations(a - 1, c - 1),
                                              correlations(b - 1, c - 1),
-                                             n,
-                                             report);
+                                             n);
+    summary.tested = index + 1;
   }
+  summary.suspicious.assign(p, 0);
   for (std::size_t index = 0; index < triplets.size(); ++index) {
     if (TripletMark(summary.chi_squares[index]) == "**") {
       ++summary.suspicious[triplets[index][0] - 1];
@@ -686,13 +681,6 @@ TripletSummary TestAllTriplets(
     }
   }
 
-  report.EmptyLines(1);
-  report.Write("Number of triplets tested = " + FormatI(summary.triplet_count, 8));
-  report.EmptyLines(1);
-  report.Write("Variable         # of times                    % of times ");
-  report.Write("            in a suspicious triplet       in a suspicious triplet");
-  report.Write("                                               (1.00 = 1%)            ");
-  report.Write("--------   ------------------------       ------------------------");
   summary.percentages.assign(p, 0.0);
   // Every variable stands in (T 3) / p triplets; with none (p below 3) the
   // percentage is printed as 0.00.
@@ -702,40 +690,15 @@ TripletSummary TestAllTriplets(
       summary.percentages[variable] =
           static_cast<double>(summary.suspicious[variable] * 100LL) / static_cast<double>(holding);
     }
-    report.Write(FormatI(variable + 1, 3) + Blanks(13) + FormatI(summary.suspicious[variable], 8) +
-                 Blanks(23) + FormatF(summary.percentages[variable], 8, 2));
   }
+  summary.complete = true;
+}
+
+TripletSummary TestAllTriplets(
+    const Matrix& item_data, int n, int p, const Matrix& correlations, Progress& progress) {
+  TripletSummary summary;
+  TestAllTriplets(item_data, n, p, correlations, progress, summary);
   return summary;
-}
-
-void WriteTripletFile(OutputFile& mvn, const TripletSummary& summary) {
-  Matrix chi_squares(1, static_cast<int>(summary.chi_squares.size()));
-  for (std::size_t t = 0; t < summary.chi_squares.size(); ++t) {
-    chi_squares(0, static_cast<int>(t)) = summary.chi_squares[t];
-  }
-  WriteMatrixRows(mvn, chi_squares, 9, 3, 2, 9999);
-  Matrix percentages(1, static_cast<int>(summary.percentages.size()));
-  for (std::size_t i = 0; i < summary.percentages.size(); ++i) {
-    percentages(0, static_cast<int>(i)) = summary.percentages[i];
-  }
-  WriteMatrixRows(mvn, percentages, 9, 3, 2, 9999);
-}
-
-void RunTripletTest(const RunOptions& options,
-                    const Matrix& item_data,
-                    int n,
-                    int p,
-                    const Matrix& correlations,
-                    OutputFile& report,
-                    std::string_view run_stem,
-                    std::string_view run_directory) {
-  const TripletSummary summary = TestAllTriplets(item_data, n, p, correlations, report);
-  if (Saves(options, SaveCode::kMvn)) {
-    OutputFile mvn;
-    OpenSavedFile(mvn, kTripletUnit, run_directory, run_stem, "mvn");
-    WriteTripletFile(mvn, summary);
-    mvn.Close();
-  }
 }
 
 }  // namespace vq

@@ -14,13 +14,12 @@
 #define VELQUORIN_CORRELATION_TRIPLET_H_
 
 #include <array>
+#include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "frame/output_file.h"
+#include "frame/progress.h"
 #include "kernels/matrix.h"
-#include "options/run_options.h"
 
 namespace vq {
 
@@ -122,40 +121,47 @@ double TripletTest(int a,
                    double r12,
                    double r13,
                    double r23,
-                   int n,
-                   OutputFile& report);
+                   int n);
 
-// What the test of all triplets leaves for the summary and the mvn file.
+// The report line of a triplet: a, b, c (I3 each), the statistic (F10.4)
+// and its mark.
+std::string TripletLine(int a, int b, int c, double statistic);
+
+// What the test of all triplets computes.
+//   triplets:     a < b < c (1-based), in lexicographic order (TripletList).
+//   chi_squares:  the statistic of each triplet; only the first `tested`
+//                 are computed (all of them once `complete`).
+//   suspicious:   p: triplets at or above 6.635 holding the variable.
+//   percentages:  p: `suspicious` in percent of the triplets holding it.
+// `suspicious` and `percentages` are filled once `complete`.
 struct TripletSummary {
   long long triplet_count = 0;
-  std::vector<double> chi_squares;  // T, in triplet order
-  std::vector<int> suspicious;      // p: triplets at or above 6.635 holding the variable
-  std::vector<double> percentages;  // p
+  std::vector<std::array<int, 3>> triplets;
+  std::vector<double> chi_squares;
+  std::size_t tested = 0;
+  std::vector<int> suspicious;
+  std::vector<double> percentages;
+  bool complete = false;
 };
 
-// Runs the test of every triplet of the p variables of `item_data` (n by p)
-// with the correlations `correlations` (p by p), writing the head, one line
-// per triplet, the count and the summary table to `report`, and the progress
-// line of the triplet reached to the console. The triplets are computed on
-// ThreadCount() threads; what is written does not depend on their number.
-// A variable whose proportion of 1.0 is 0 or 1 stops the run at the first
-// triplet that holds it, as TripletTest does.
+// The test of every triplet of the p variables of `item_data` (n by p) with
+// the correlations `correlations` (p by p), into `summary`, with the triplet
+// reached shown by `progress` (an empty line, then a "+" line from column
+// 30). The triplets are computed on ThreadCount() threads; the result does
+// not depend on their number. A variable whose proportion of 1.0 is 0 or 1
+// stops the run at the first triplet that holds it, as TripletTest does,
+// leaving `summary` with the triplets before it. Writes no report; switches
+// the errors of the ERSET group off for the rest of the process.
+void TestAllTriplets(const Matrix& item_data,
+                     int n,
+                     int p,
+                     const Matrix& correlations,
+                     Progress& progress,
+                     TripletSummary& summary);
+
+// The same, returning the summary.
 TripletSummary TestAllTriplets(
-    const Matrix& item_data, int n, int p, const Matrix& correlations, OutputFile& report);
-
-// The mvn file: the chi-squares, then the percentages, "9999( F9.3 2X )".
-void WriteTripletFile(OutputFile& mvn, const TripletSummary& summary);
-
-// The driver's entry for "TRP": TestAllTriplets, then, with `SaveResults`
-// "T" and the code "MVN", the mvn file beside the command file.
-void RunTripletTest(const RunOptions& options,
-                    const Matrix& item_data,
-                    int n,
-                    int p,
-                    const Matrix& correlations,
-                    OutputFile& report,
-                    std::string_view run_stem,
-                    std::string_view run_directory);
+    const Matrix& item_data, int n, int p, const Matrix& correlations, Progress& progress);
 
 }  // namespace vq
 

@@ -17,12 +17,29 @@
 
 namespace vq {
 
-// Threads for parallel work: the count set by SetThreadCount (--threads),
-// else the cores of the machine (at least 1).
+// Threads for parallel work: the calling thread's own count while a
+// ScopedThreadCount holds one, else the count set by SetThreadCount
+// (--threads), else the cores of the machine (at least 1).
 int ThreadCount();
 
-// Sets the thread count; 0 or less goes back to the machine's cores.
+// Sets the thread count of the process; 0 or less goes back to the
+// machine's cores.
 void SetThreadCount(int count);
+
+// Holds ThreadCount() of the calling thread at `count` while it lives (0 or
+// less: leaves it as it is), then restores what it was. For a caller that
+// runs estimators from several threads at once (one data set each) and
+// wants each of them on one thread, without touching the process's count.
+class ScopedThreadCount {
+ public:
+  explicit ScopedThreadCount(int count);
+  ~ScopedThreadCount();
+  ScopedThreadCount(const ScopedThreadCount&) = delete;
+  ScopedThreadCount& operator=(const ScopedThreadCount&) = delete;
+
+ private:
+  int previous_;
+};
 
 // Runs `work(begin, end)` over [0, count) in chunks of `chunk` units (the
 // last may be shorter), handed out in ascending order from a shared

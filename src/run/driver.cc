@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "correlation/correlations.h"
 #include "correlation/polychoric.h"
 #include "correlation/smoothing.h"
 #include "correlation/tetrachoric.h"
@@ -27,12 +28,13 @@
 #include "run/command_file.h"
 #include "run/phase_options.h"
 #include "run/report_head.h"
-#include "run/saved_matrices.h"
 #include "scores/score_phase.h"
 #include "text/edit_descriptors.h"
+#include "writers/correlation_writer.h"
 #include "writers/extraction_writer.h"
 #include "writers/rotation_writer.h"
 #include "writers/score_writer.h"
+#include "writers/triplet_writer.h"
 
 namespace vq {
 namespace {
@@ -44,7 +46,14 @@ struct Run {
   ParsedInputs inputs;
   RunFiles files;
   RunArrays arrays;
+  CorrelationOptions correlation;
+  CorrelationWriteOptions correlation_output;
 };
+
+// The report and the saved-file namer of the run.
+RunOutputs OutputsOf(Run& run) {
+  return RunOutputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
+}
 
 // --- Allocation ------------------------------------------------------------------
 
@@ -178,16 +187,52 @@ void ReadRawData(Run& run) {
                run.arrays.SubjectIds);
 }
 
-void Tetrachorics(Run& run, int guessing_flag) {
-  ComputeTetrachorics(run.arrays.ItemData,
-                      run.options.SubjectCount,
-                      run.options.VariableCount,
-                      run.arrays.CorrelationMatrix,
-                      run.files.Report,
-                      run.context.RunStem,
-                      run.context.RunDirectory,
-                      guessing_flag,
-                      run.inputs.Guessing);
+// The tetrachoric matrix and its three files, each file written at the
+// step it belongs to, so that a stop leaves them (and the report's warnings)
+// as far as the estimator got.
+void Tetrachorics(Run& run) {
+  const int n = run.options.SubjectCount;
+  RunOutputs outputs = OutputsOf(run);
+  TetrachoricFiles files;
+  BeginFrequencyFile(files, outputs);
+  TetrachoricResult result;
+  result.items = FindTetrachoricItems(run.arrays.ItemData, n, run.options.VariableCount);
+  WriteItemProportions(result.items, files, outputs);
+  try {
+    EstimateTetrachoricPairs(run.arrays.ItemData,
+                             n,
+                             result.items,
+                             run.correlation.tetrachoric,
+                             run.inputs.Guessing,
+                             ConsoleProgress(),
+                             result);
+  } catch (const RunStopped&) {
+    WriteFallBackWarnings(result, outputs);
+    throw;
+  }
+  WriteFallBackWarnings(result, outputs);
+  WriteTetrachoricTables(result, files, outputs, ConsoleProgress());
+  run.arrays.CorrelationMatrix = std::move(result.correlations);
+}
+
+// The polychoric matrix; the report warns of the pairs on a bound, up to a
+// stop.
+void Polychorics(Run& run) {
+  RunOutputs outputs = OutputsOf(run);
+  PolychoricResult result;
+  try {
+    EstimatePolychorics(run.arrays.ItemData,
+                        run.options.SubjectCount,
+                        run.options.VariableCount,
+                        run.correlation.polychoric,
+                        ConsoleProgress(),
+                        result);
+  } catch (const RunStopped&) {
+    WriteBoundaryWarnings(result.boundary, outputs);
+    throw;
+  }
+  WriteBoundaryWarnings(result.boundary, outputs);
+  run.arrays.CorrelationMatrix = std::move(result.correlations);
 }
 
 void Pearson(Run& run) {
@@ -204,39 +249,39 @@ void Pearson(Run& run) {
 
 void SaveRawCorrelations(Run& run) {
   SaveCorrelationMatrix(
-      run.options, run.context, run.arrays.CorrelationMatrix, run.files.Correlations);
+      run.correlation_output, run.arrays.CorrelationMatrix, OutputsOf(run), run.files.Correlations);
 }
 
 // Fills CorrelationMatrix by the first branch that fits Coding and InputForm.
 void ComputeCorrelationMatrix(Run& run) {
   const RunOptions& options = run.options;
-  const bool raw = options.InputForm == InputForm::kRaw;
-  if (options.Coding == Coding::kMedianSplit && raw) {
+  const CorrelationOptions& correlation = run.correlation;
+  const bool raw = correlation.from_raw_data;
+  if (correlation.coding == Coding::kMedianSplit && raw) {
     ReadRawData(run);
+    // The later phases read the split scores too, so the run's own data are
+    // split (and the estimator is not asked to split a copy).
     SplitAtMedians(run.arrays.ItemData, options.SubjectCount, options.VariableCount);
-    Tetrachorics(run, 0);
+    Tetrachorics(run);
     SaveRawCorrelations(run);
-  } else if ((options.Coding == Coding::kDichotomous || options.Coding == Coding::kGuessing) &&
+  } else if ((correlation.coding == Coding::kDichotomous ||
+              correlation.coding == Coding::kGuessing) &&
              raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing tetrachoric correlations");
-    Tetrachorics(run, options.Coding == Coding::kGuessing ? 1 : 0);
+    Tetrachorics(run);
     SaveRawCorrelations(run);
-  } else if (options.Coding == Coding::kOrdered && raw) {
+  } else if (correlation.coding == Coding::kOrdered && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing polychoric correlations");
-    ComputePolychorics(run.arrays.ItemData,
-                       options.SubjectCount,
-                       options.VariableCount,
-                       run.arrays.CorrelationMatrix,
-                       run.files.Report);
+    Polychorics(run);
     SaveRawCorrelations(run);
-  } else if (options.Coding == Coding::kContinuous && raw) {
+  } else if (correlation.coding == Coding::kContinuous && raw) {
     ReadRawData(run);
     ConsoleLine(30, "Computing correlations");
     Pearson(run);
     SaveRawCorrelations(run);
-  } else if (options.Coding == Coding::kIpsatized && raw) {
+  } else if (correlation.coding == Coding::kIpsatized && raw) {
     ReadRawData(run);
     IPSAT(options.SubjectCount, options.VariableCount, run.arrays.ItemData);
     Pearson(run);
@@ -253,45 +298,19 @@ void ComputeCorrelationMatrix(Run& run) {
 
 // The smoothed matrix takes the place of CorrelationMatrix.
 void SmoothIfAsked(Run& run) {
-  if (!SmoothingRuns(run.options)) return;
+  if (!run.correlation.smooth) return;
   ConsoleLine(30, "Smoothing Correlations");
   const int p = run.options.VariableCount;
   Matrix smoothed(p, p);
   SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
   run.arrays.CorrelationMatrix = std::move(smoothed);
-  SaveSmoothedMatrix(run.options, run.context, run.arrays.CorrelationMatrix);
+  SaveSmoothedMatrix(run.correlation_output, run.arrays.CorrelationMatrix, OutputsOf(run));
 }
 
 void ReadLabelsIfAsked(Run& run) {
   if (run.options.LabelMode != LabelMode::kLabels) return;
   ParseLabelsLine(run.files.CommandFile, run.options);
   run.arrays.ItemLabels = run.options.Labels;
-}
-
-// The table "CORRELATION MATRIX": rows and columns bear the labels under
-// "LABELS" (with fields wide enough for them), numbers otherwise.
-void PrintCorrelationMatrix(Run& run, int table_width) {
-  const int p = run.options.VariableCount;
-  const bool labels = run.options.LabelMode == LabelMode::kLabels;
-  const std::vector<std::string>* names = labels ? &run.arrays.ItemLabels : nullptr;
-  const char label_kind = labels ? 'C' : 'I';
-  int ifail = 0;
-  X04CBF('G',
-         'N',
-         p,
-         p,
-         run.arrays.CorrelationMatrix.data(),
-         p,
-         labels ? "F15.3" : "F8.3",
-         "CORRELATION MATRIX",
-         label_kind,
-         names,
-         label_kind,
-         names,
-         table_width,
-         0,
-         ifail,
-         run.files.Report);
 }
 
 // The correlation road up to the report head: the matrix from the data or
@@ -307,21 +326,32 @@ void CorrelationRoad(Run& run) {
   ComputeCorrelationMatrix(run);
   AllocateCorrelationArrays(run.options, run.arrays);
   SmoothIfAsked(run);
-  const int table_width = CorrelationTableWidth(run.options.PageWidth);
   ReadLabelsIfAsked(run);
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
-  if (run.options.Print_Verbosity == Verbosity::kLong) PrintCorrelationMatrix(run, table_width);
+  if (run.correlation_output.print_matrix) {
+    RunOutputs outputs = OutputsOf(run);
+    WriteCorrelationTable(
+        run.correlation_output, run.arrays.CorrelationMatrix, run.arrays.ItemLabels, outputs);
+  }
 }
 
+// The triplet test; at a stop the report holds the triplets before it.
 void TripletTestOfTheRun(Run& run) {
-  RunTripletTest(run.options,
-                 run.arrays.ItemData,
-                 run.options.SubjectCount,
-                 run.options.VariableCount,
-                 run.arrays.CorrelationMatrix,
-                 run.files.Report,
-                 run.context.RunStem,
-                 run.context.RunDirectory);
+  RunOutputs outputs = OutputsOf(run);
+  TripletSummary summary;
+  try {
+    TestAllTriplets(run.arrays.ItemData,
+                    run.options.SubjectCount,
+                    run.options.VariableCount,
+                    run.arrays.CorrelationMatrix,
+                    ConsoleProgress(),
+                    summary);
+  } catch (const RunStopped&) {
+    WriteTripletReport(summary, outputs);
+    throw;
+  }
+  WriteTripletReport(summary, outputs);
+  if (run.correlation_output.save_triplets) SaveTripletFile(summary, outputs);
 }
 
 // Extraction: eigenvalue screen, communalities, fit and unrotated tables.
@@ -476,6 +506,8 @@ void RunAnalysis(const ProgramArguments& arguments) {
   if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
+  run.correlation = MakeCorrelationOptions(run.options);
+  run.correlation_output = MakeCorrelationWriteOptions(run.options);
   CheckReportIsNoInput(run.options, run.files.CommandFile);
   // Counts that can give no arrays stop the run before the report exists,
   // so that such a run leaves no empty report behind.

@@ -7,10 +7,12 @@
 #ifndef VELQUORIN_RUN_PHASE_OPTIONS_H_
 #define VELQUORIN_RUN_PHASE_OPTIONS_H_
 
+#include "correlation/correlations.h"
 #include "extraction/extraction.h"
 #include "options/run_options.h"
 #include "rotation/rotation.h"
 #include "scores/score_phase.h"
+#include "writers/correlation_writer.h"
 #include "writers/extraction_writer.h"
 #include "writers/rotation_writer.h"
 #include "writers/score_writer.h"
@@ -18,6 +20,14 @@
 namespace vq {
 
 // --- Correlations ------------------------------------------------------------
+
+// The estimator, its settings and the smoothing; the searches keep the
+// run's bounds and start.
+CorrelationOptions MakeCorrelationOptions(const RunOptions& options);
+
+// What the correlation writers put out: the saved `cor`, `smo` and `mvn`
+// files, and the printed matrix under "LONG".
+CorrelationWriteOptions MakeCorrelationWriteOptions(const RunOptions& options);
 
 // --- Extraction --------------------------------------------------------------
 

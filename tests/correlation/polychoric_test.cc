@@ -7,6 +7,7 @@
 
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
@@ -38,11 +39,9 @@ TEST(Polychoric, RecoversLatentCorrelationsOfSimulatedOrderedItems) {
   model.thresholds[3] = {0.6};  // one dichotomous item with a skewed split
   Matrix scores;
   ASSERT_TRUE(SimulateItemScores(model, 20000, 1001, scores));
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(scores, 20000, 4, r, report);
+  const PolychoricResult result = EstimatePolychorics(scores, 20000, 4, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   for (int i = 1; i < 4; ++i) {
     for (int j = 0; j < i; ++j) {
       EXPECT_NEAR(r(i, j), LatentCorrelation(model, i, j), 0.02) << i << "," << j;
@@ -50,7 +49,7 @@ TEST(Polychoric, RecoversLatentCorrelationsOfSimulatedOrderedItems) {
     }
     EXPECT_EQ(r(i, i), 1.0);
   }
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_TRUE(result.boundary.empty());
   // Off a terminal only the last overwriting line stays.
   EXPECT_EQ(capture.Out(),
             std::string(27, ' ') + " Computing polychoric correlations for variables:   4   3\n");
@@ -59,11 +58,9 @@ TEST(Polychoric, RecoversLatentCorrelationsOfSimulatedOrderedItems) {
 TEST(Polychoric, DichotomousPairSolvesTheOrthantEquation) {
   // 2 x 2 table: (0,0) 40, (0,1) 10, (1,0) 15, (1,1) 35.
   Matrix x = PairData({{0, 0, 40}, {0, 1, 10}, {1, 0, 15}, {1, 1, 35}});
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(x, 100, 2, r, report);
+  const PolychoricResult result = EstimatePolychorics(x, 100, 2, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   int hard = kIfailHard;
   const double z1 = G01FAF("Lower-tail", 0.5, hard);
   const double z2 = G01FAF("Lower-tail", 0.55, hard);
@@ -75,40 +72,52 @@ TEST(Polychoric, DichotomousPairSolvesTheOrthantEquation) {
 TEST(Polychoric, AssociationAboveTheBoundEndsThereWithTheWarning) {
   // Two items in perfect agreement: the likelihood rises up to r = 1.
   Matrix x = PairData({{0, 0, 20}, {1, 1, 20}});
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(x, 40, 2, r, report);
+  const PolychoricResult result = EstimatePolychorics(x, 40, 2, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   EXPECT_EQ(r(1, 0), 0.9) << std::setprecision(17) << r(1, 0);
-  EXPECT_EQ(report.Text(), "                !!!WARNING: CORRELATION   2   1    AT BOUNDARY!!!\n\n");
+  ASSERT_EQ(result.boundary.size(), 1u);
+  EXPECT_EQ(result.boundary[0].i, 1);
+  EXPECT_EQ(result.boundary[0].j, 0);
+}
+
+TEST(Polychoric, SearchBoundIsAParameter) {
+  Matrix x = PairData({{0, 0, 20}, {1, 1, 20}});
+  PolychoricSearch wider;
+  wider.lower_bound = -0.95;
+  wider.upper_bound = 0.95;
+  ConsoleCapture capture;
+  const PolychoricResult result = EstimatePolychorics(x, 40, 2, wider, SilentProgress());
+  EXPECT_EQ(result.correlations(1, 0), 0.95);
+  ASSERT_EQ(result.boundary.size(), 1u);
+  EXPECT_EQ(capture.Out(), "");  // silent progress
+  // A pair inside the bounds is found where the run's bounds find it.
+  Matrix y = PairData({{0, 0, 40}, {0, 1, 10}, {1, 0, 15}, {1, 1, 35}});
+  EXPECT_EQ(EstimatePolychorics(y, 100, 2, wider, SilentProgress()).correlations(1, 0),
+            EstimatePolychorics(y, 100, 2, {}, SilentProgress()).correlations(1, 0));
 }
 
 TEST(Polychoric, OneCategoryVariableKeepsTheFirstPointWithoutWarning) {
   Matrix x = PairData({{1, 5, 30}, {2, 5, 20}, {3, 5, 10}});
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(x, 60, 2, r, report);
+  const PolychoricResult result = EstimatePolychorics(x, 60, 2, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   EXPECT_EQ(r(1, 0), -0.95 + 0.05);
   EXPECT_NE(r(1, 0), -0.9);
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_TRUE(result.boundary.empty());
 }
 
 TEST(Polychoric, StrongNegativeAssociationStaysNearTheLowerBound) {
   Matrix x = PairData({{1, 2, 60}, {2, 1, 60}});
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(x, 120, 2, r, report);
+  const PolychoricResult result = EstimatePolychorics(x, 120, 2, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   // Either the clipped -0.9 with a warning or the first point without one.
   if (r(1, 0) == -0.9) {
-    EXPECT_NE(report.Text(), "");
+    EXPECT_EQ(result.boundary.size(), 1u);
   } else {
     EXPECT_EQ(r(1, 0), -0.95 + 0.05);
-    EXPECT_EQ(report.Text(), "");
+    EXPECT_TRUE(result.boundary.empty());
   }
 }
 
@@ -195,15 +204,13 @@ TEST(Polychoric, PinnedBitsOfAThreeItemRun) {
     for (int v = 0; v < 3; ++v) x(s, v) = ((s % 10) + (s * (v + 2)) % 7) / 4;
   }
   x(7, 2) = 99.0;
-  Matrix r;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(x, 50, 3, r, report);
+  const PolychoricResult result = EstimatePolychorics(x, 50, 3, {}, ConsoleProgress());
+  const Matrix& r = result.correlations;
   EXPECT_EQ(r(1, 0), 0x1.7d284ccccccdp-1);
   EXPECT_EQ(r(2, 0), 0x1.a63b4ccccccd5p-1);
   EXPECT_EQ(r(2, 1), 0x1.10a399999999dp-1);
-  EXPECT_EQ(report.Text(), "");
+  EXPECT_TRUE(result.boundary.empty());
 }
 
 }  // namespace

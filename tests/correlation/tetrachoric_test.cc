@@ -3,13 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <thread>
+#include <vector>
 
 #include "correlation/polychoric.h"
+#include "data/raw_data.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/bivariate_normal.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
+#include "kernels/parallel.h"
+#include "report/saved_files.h"
 #include "text/edit_descriptors.h"
 
 namespace vq {
@@ -27,24 +33,29 @@ Matrix TwoItems(int n11, int n10, int n01, int n00) {
 }
 
 struct TetrachoricRun {
+  TetrachoricResult result;
   Matrix r;
-  OutputFile report;
-  TetrachoricFiles files;
   std::string console;
 };
 
 void RunTetrachorics(const Matrix& x,
                      TetrachoricRun& run,
-                     int guessing_flag = 0,
+                     bool correct_for_guessing = false,
                      const std::vector<double>& guessing = {}) {
-  run.report.OpenInMemory(11);
-  run.files.frq.OpenInMemory(23);
-  run.files.dff.OpenInMemory(25);
-  run.files.ser.OpenInMemory(24);
   ConsoleCapture capture;
-  ComputeTetrachorics(
-      x, x.rows, x.cols, run.r, run.report, run.files, "t.in", "", guessing_flag, guessing);
+  TetrachoricOptions options;
+  options.correct_for_guessing = correct_for_guessing;
+  run.result = EstimateTetrachorics(x, x.rows, x.cols, options, guessing, ConsoleProgress());
+  run.r = run.result.correlations;
   run.console = capture.Out();
+}
+
+// The standard errors in the layout of the ser file.
+std::string StandardErrorRows(const TetrachoricResult& result) {
+  OutputFile ser;
+  ser.OpenInMemory(24);
+  WriteMatrixRows(ser, result.standard_errors, 12, 9, 1, 999);
+  return ser.Text();
 }
 
 TEST(Tetrachoric, RecoversLatentCorrelationsOfSimulatedItems) {
@@ -66,7 +77,8 @@ TEST(Tetrachoric, RecoversLatentCorrelationsOfSimulatedItems) {
     }
     EXPECT_EQ(run.r(i, i), 1.0);
   }
-  EXPECT_EQ(run.report.Text(), "");
+  EXPECT_TRUE(run.result.fall_backs.empty());
+  EXPECT_TRUE(run.result.complete);
   EXPECT_EQ(run.console,
             std::string(28, ' ') + "Computing tetrachoric correlation for varables   4   3\n");
 }
@@ -162,24 +174,27 @@ TEST(Tetrachoric, FrequencyFileTextWithTheWarningAtExactlyFive) {
   const double zi = G01FAF("Lower-tail", 31.0 / 64, hard);
   const double zj = G01FAF("Lower-tail", 16.0 / 64, hard);
   EXPECT_NEAR(G01HAF(zi, zj, r, hard), 11.0 / 64, 0.00001);
-  EXPECT_EQ(run.files.frq.Text(),
-            "\n\n         Bias Corrected Cell Frequencies and Correlations\n\n\n"
-            "WARNING! Small cell frequencies. Tetrachoric r may be biased\n"
-            "Variables   1 and   2\n"
-            "--------------------\n"
-            "      0         1\n"
-            "1     5.00     11.00       r(tet) = 0.393     std err  0.190\n"
-            "0    28.00     20.00       r(phi) = 0.235\n"
-            "\n\n");
+  ASSERT_EQ(run.result.tables.size(), 1u);
+  const TetrachoricPairTable& t = run.result.tables[0];
+  EXPECT_EQ(FormatF(t.a, 8, 2), "    5.00");
+  EXPECT_EQ(FormatF(t.b, 8, 2), "   11.00");
+  EXPECT_EQ(FormatF(t.c, 8, 2), "   28.00");
+  EXPECT_EQ(FormatF(t.d, 8, 2), "   20.00");
+  EXPECT_TRUE(t.small_cells);  // a cell of exactly 5
+  EXPECT_EQ(FormatF(t.phi, 5, 3), "0.235");
+  EXPECT_EQ(FormatF(r, 5, 3), "0.393");
   EXPECT_EQ(FormatF((11.0 * 28 - 5.0 * 20) / std::sqrt(48.0 * 31 * 16 * 33), 5, 3), "0.235");
-  EXPECT_EQ(run.files.dff.Text(), "   1  0.2500\n   2  0.4844\n");
-  EXPECT_EQ(run.files.ser.Text(), " 0.000000000  0.190330855\n 0.190330855  0.000000000\n");
+  EXPECT_EQ(run.result.items.proportions, (std::vector<double>{0.25, 31.0 / 64}));
+  EXPECT_EQ(StandardErrorRows(run.result),
+            " 0.000000000  0.190330855\n 0.190330855  0.000000000\n");
 }
 
 TEST(Tetrachoric, FrequenciesAboveFiveGetNoWarning) {
   TetrachoricRun run;
   RunTetrachorics(TwoItems(12, 6, 21, 25), run);
-  EXPECT_EQ(run.files.frq.Text().find("WARNING"), std::string::npos);
+  EXPECT_EQ(run.result.items.keyed_score, 1);
+  ASSERT_EQ(run.result.tables.size(), 1u);
+  EXPECT_FALSE(run.result.tables[0].small_cells);
 }
 
 TEST(Tetrachoric, StandardErrorFormula) {
@@ -191,7 +206,8 @@ TEST(Tetrachoric, StandardErrorFormula) {
   double r = run.r(1, 0);
   const double se = (1.0 / (100 * static_cast<double>(BivariateDensity(zi, zj, r)))) *
                     (1.0 / std::sqrt(1.0 / 10 + 1.0 / 30 + 1.0 / 45 + 1.0 / 15));
-  EXPECT_NE(run.files.ser.Text().find(FormatF(se, 12, 9)), std::string::npos);
+  EXPECT_EQ(FormatF(run.result.standard_errors(1, 0), 12, 9), FormatF(se, 12, 9));
+  EXPECT_EQ(run.result.standard_errors(0, 1), run.result.standard_errors(1, 0));
   EXPECT_NEAR(run.r(1, 0), 0.7, 0.1);
 }
 
@@ -202,9 +218,8 @@ TEST(Tetrachoric, VariableWithoutKeyedSubjectStops) {
   TetrachoricRun run;
   EXPECT_THROW(RunTetrachorics(x, run), RunStopped);
   ConsoleCapture capture;
-  run.report.OpenInMemory(11);
   try {
-    ComputeTetrachorics(x, 4, 3, run.r, run.report, run.files, "t.in", "", 0, {});
+    FindTetrachoricItems(x, 4, 3);
   } catch (const RunStopped&) {
   }
   EXPECT_EQ(capture.Out(),
@@ -221,9 +236,8 @@ TEST(Tetrachoric, SingleVariableGivesUnitMatrixAndEmptyTables) {
   RunTetrachorics(x, run);
   EXPECT_EQ(run.r.rows, 1);
   EXPECT_EQ(run.r(0, 0), 1.0);
-  EXPECT_EQ(run.files.frq.Text(),
-            "\n\n         Bias Corrected Cell Frequencies and Correlations\n\n\n");
-  EXPECT_EQ(run.files.ser.Text(), " 0.000000000\n");
+  EXPECT_TRUE(run.result.tables.empty());
+  EXPECT_EQ(StandardErrorRows(run.result), " 0.000000000\n");
 }
 
 TEST(Tetrachoric, GuessingCorrectionClampsCellsAtZero) {
@@ -246,12 +260,16 @@ TEST(Tetrachoric, GuessingCorrectionClampsCellsAtZero) {
 TEST(Tetrachoric, GuessingRunPrintsZeroCells) {
   TetrachoricRun run;
   Matrix x = TwoItems(40, 20, 5, 35);
-  RunTetrachorics(x, run, 1, {0.2, 0.25});
-  const std::string text = run.files.frq.Text();
-  EXPECT_NE(text.find("\n0    58.33      0.00  "), std::string::npos) << text;
-  EXPECT_NE(text.find("\n1    15.00     26.67  "), std::string::npos) << text;
-  // The proportions file keeps the uncorrected proportions.
-  EXPECT_EQ(run.files.dff.Text(), "   1  0.6000\n   2  0.4500\n");
+  RunTetrachorics(x, run, true, {0.2, 0.25});
+  ASSERT_EQ(run.result.tables.size(), 1u);
+  const TetrachoricPairTable& t = run.result.tables[0];
+  EXPECT_EQ(FormatF(t.a, 8, 2), "   15.00");
+  EXPECT_EQ(FormatF(t.b, 8, 2), "   26.67");
+  EXPECT_EQ(FormatF(t.c, 8, 2), "   58.33");
+  EXPECT_EQ(t.d, 0.0);
+  EXPECT_TRUE(t.small_cells);
+  // The proportions (of the dff file) are the uncorrected ones.
+  EXPECT_EQ(run.result.items.proportions, (std::vector<double>{0.6, 0.45}));
   EXPECT_GT(run.r(1, 0), 0.5);
   EXPECT_LE(run.r(1, 0), 1.0);
 }
@@ -267,13 +285,14 @@ TEST(Tetrachoric, UnsettledIterationFallsBackToThePolychoricSearch) {
     swapped(s, 0) = x(s, 1);
     swapped(s, 1) = x(s, 0);
   }
-  Matrix expected;
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
-  ComputePolychorics(swapped, 41, 2, expected, report);
-  EXPECT_EQ(run.r(1, 0), expected(1, 0));
-  EXPECT_EQ(run.report.Text(), report.Text());
+  const PolychoricResult expected = EstimatePolychorics(swapped, 41, 2, {}, SilentProgress());
+  EXPECT_EQ(run.r(1, 0), expected.correlations(1, 0));
+  ASSERT_EQ(run.result.fall_backs.size(), 1u);
+  EXPECT_EQ(run.result.fall_backs[0].i, 1);
+  EXPECT_EQ(run.result.fall_backs[0].j, 0);
+  EXPECT_EQ(run.result.fall_backs[0].at_boundary, expected.boundary.size() == 1);
+  EXPECT_TRUE(run.result.last_fell_back);
   EXPECT_LE(run.r(1, 0), -0.89);
   EXPECT_EQ(run.console,
             std::string(27, ' ') + " Computing polychoric correlations for variables:   2   1\n");
@@ -304,9 +323,10 @@ TEST(Tetrachoric, PinnedBitsOfAFourItemRun) {
   EXPECT_EQ(run.r(3, 0), 0x1.e7964431ce7e6p-5);
   EXPECT_EQ(run.r(3, 1), 0x1.00a9907a7b6dbp-7);
   EXPECT_EQ(run.r(3, 2), -0x1.3aa58a92014a7p-6);
-  EXPECT_EQ(run.report.Text(),
-            "                !!!WARNING: CORRELATION   2   1    AT BOUNDARY!!!\n\n");
-  EXPECT_EQ(run.files.ser.Text(),
+  ASSERT_EQ(run.result.fall_backs.size(), 1u);
+  EXPECT_TRUE(run.result.fall_backs[0].at_boundary);
+  EXPECT_FALSE(run.result.last_fell_back);
+  EXPECT_EQ(StandardErrorRows(run.result),
             " 0.000000000  0.000000005  0.248507411  0.250133433\n"
             " 0.000000005  0.000000000  0.247698684  0.249509511\n"
             " 0.248507411  0.247698684  0.000000000  0.247698684\n"
@@ -315,16 +335,16 @@ TEST(Tetrachoric, PinnedBitsOfAFourItemRun) {
 
 TEST(Tetrachoric, PinnedBitsOfAFourItemRunCorrectedForGuessing) {
   TetrachoricRun run;
-  RunTetrachorics(FourItems(), run, 1, {0.05, 0.1, 0.15, 0.2});
+  RunTetrachorics(FourItems(), run, true, {0.05, 0.1, 0.15, 0.2});
   EXPECT_EQ(run.r(1, 0), -0x1.b3c91b170ae2ep-1);
   EXPECT_EQ(run.r(2, 0), 0x1.5e810513a20e8p-4);
   EXPECT_EQ(run.r(2, 1), 0x1.c75988e2ef2ddp-6);
   EXPECT_EQ(run.r(3, 0), 0x1.361e80763e42p-4);
   EXPECT_EQ(run.r(3, 1), 0x1.6eef83472bbebp-7);
   EXPECT_EQ(run.r(3, 2), -0x1.dcddd535518fap-6);
-  EXPECT_EQ(run.report.Text(), "");
+  EXPECT_TRUE(run.result.fall_backs.empty());
   // A corrected cell of 0 makes a term of the standard error infinite: 0.
-  EXPECT_EQ(run.files.ser.Text(),
+  EXPECT_EQ(StandardErrorRows(run.result),
             " 0.000000000  0.000000000  0.251753886  0.246735315\n"
             " 0.000000000  0.000000000  0.256988722  0.252155169\n"
             " 0.251753886  0.256988722  0.000000000  0.250362487\n"
@@ -350,6 +370,47 @@ TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {
   EXPECT_EQ(run.r(1, 0), 0.5);
   EXPECT_EQ(run.r(2, 0), 0x1.ffffffffffffbp-2);
   EXPECT_EQ(run.r(2, 1), 0x1.fee75d62a9c46p-1);
+}
+
+TEST(Tetrachoric, MedianSplitOptionSplitsACopyOfTheScores) {
+  Matrix x(9, 3);
+  for (int s = 0; s < 9; ++s) {
+    x(s, 0) = s;
+    x(s, 1) = (s * 4) % 9 + 0.5;
+    x(s, 2) = (s * 7) % 9 - 3.0;
+  }
+  const Matrix original = x;
+  TetrachoricOptions options;
+  options.median_split = true;
+  const TetrachoricResult split = EstimateTetrachorics(x, 9, 3, options, {}, SilentProgress());
+  EXPECT_EQ(x.values, original.values);  // the caller's scores stay
+  Matrix by_hand = x;
+  SplitAtMedians(by_hand, 9, 3);
+  const TetrachoricResult expected = EstimateTetrachorics(by_hand, 9, 3, {}, {}, SilentProgress());
+  EXPECT_EQ(split.correlations.values, expected.correlations.values);
+  EXPECT_EQ(split.items.proportions, (std::vector<double>(3, 4.0 / 9)));
+}
+
+TEST(Tetrachoric, ConcurrentCallsGiveTheSameResult) {
+  // What parallel analysis does: one estimate per data set, side by side.
+  ItemModel model = SimpleStructureModel(6, 2, 0.6, {-0.3});
+  Matrix scores;
+  ASSERT_TRUE(SimulateItemScores(model, 500, 7, scores));
+  const TetrachoricResult alone = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
+  std::vector<TetrachoricResult> results(4);
+  std::vector<std::thread> threads;
+  // Two calls on the process's count of threads each, two on one thread.
+  for (int call = 0; call < 4; ++call) {
+    threads.emplace_back([&, call] {
+      const ScopedThreadCount count(call < 2 ? 0 : 1);
+      results[call] = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const TetrachoricResult& result : results) {
+    EXPECT_EQ(result.correlations.values, alone.correlations.values);
+    EXPECT_EQ(result.standard_errors.values, alone.standard_errors.values);
+  }
 }
 
 }  // namespace

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
-#include <regex>
+#include <vector>
 
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
 #include "text/edit_descriptors.h"
@@ -180,107 +182,62 @@ TEST(Triplet, InvertWithFlagMarksAMatrixThatIsNotPositiveDefinite) {
 TEST(Triplet, ThreeVariablesGiveOneTripletAndFullPercentages) {
   ResetImslState();
   const Matrix scores = SimulatedItems(3, 600, 11);
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
   const TripletSummary summary =
-      TestAllTriplets(scores, 600, 3, EqualCorrelations(3, 0.36), report);
+      TestAllTriplets(scores, 600, 3, EqualCorrelations(3, 0.36), ConsoleProgress());
   ASSERT_EQ(summary.chi_squares.size(), 1u);
-  const std::string text = report.Text();
-  const std::string head =
-      "\n\n0==============Triplet Test of Multivariate Normality============0\n\n"
-      "   Triplet    LR Chi-Square\n\n";
-  ASSERT_EQ(text.substr(0, head.size()), head);
-  const std::string line = text.substr(head.size(), text.find('\n', head.size()) - head.size());
-  EXPECT_TRUE(
-      std::regex_match(line, std::regex("  1   2   3   [ 0-9]{5}\\.[0-9]{4}(  |\\* |\\*\\*)")))
-      << line;
-  EXPECT_EQ(line.substr(14, 10), FormatF(summary.chi_squares[0], 10, 4));
+  EXPECT_TRUE(summary.complete);
+  EXPECT_EQ(summary.tested, 1u);
+  EXPECT_EQ(summary.triplets[0], (std::array<int, 3>{1, 2, 3}));
   const bool suspicious = TripletMark(summary.chi_squares[0]) == "**";
-  const std::string percent = suspicious ? "  100.00" : "    0.00";
-  const std::string count = suspicious ? "       1" : "       0";
-  EXPECT_EQ(text.substr(head.size() + line.size() + 1),
-            "\nNumber of triplets tested =        1\n\n"
-            "Variable         # of times                    % of times \n"
-            "            in a suspicious triplet       in a suspicious triplet\n"
-            "                                               (1.00 = 1%)            \n"
-            "--------   ------------------------       ------------------------\n"
-            "  1             " +
-                count + std::string(23, ' ') + percent + "\n  2             " + count +
-                std::string(23, ' ') + percent + "\n  3             " + count +
-                std::string(23, ' ') + percent + "\n");
+  EXPECT_EQ(summary.suspicious, std::vector<int>(3, suspicious ? 1 : 0));
+  EXPECT_EQ(summary.percentages, std::vector<double>(3, suspicious ? 100.0 : 0.0));
   EXPECT_EQ(capture.Out(),
             "\n" + std::string(28, ' ') + "Computing Triplet Test for variables   1   2   3\n");
   ResetImslState();
 }
 
-TEST(Triplet, FewerThanThreeVariablesPrintZeroPercent) {
-  const Matrix scores = SimulatedItems(2, 50, 3);
-  OutputFile report;
-  report.OpenInMemory(11);
-  ConsoleCapture capture;
-  const TripletSummary summary = TestAllTriplets(scores, 50, 2, EqualCorrelations(2, 0.3), report);
-  EXPECT_EQ(summary.triplet_count, 0);
-  const std::string text = report.Text();
-  EXPECT_NE(text.find("Number of triplets tested =        0\n"), std::string::npos);
-  EXPECT_NE(text.find("\n  1                    0                           0.00\n"
-                      "  2                    0                           0.00\n"),
-            std::string::npos);
-  OutputFile mvn;
-  mvn.OpenInMemory(22);
-  WriteTripletFile(mvn, summary);
-  EXPECT_EQ(mvn.Text(), "\n    0.000      0.000\n");
-}
-
-TEST(Triplet, SavedFileLayout) {
+TEST(Triplet, StopKeepsTheTripletsBeforeIt) {
+  // Variable 4 has no score of 1: (1 2 3) is tested, and the run stops at
+  // (1 2 4), the first triplet that holds it.
+  ResetImslState();
+  Matrix scores = SimulatedItems(4, 200, 9);
+  for (int s = 0; s < 200; ++s) scores(s, 3) = 0.0;
   TripletSummary summary;
-  summary.chi_squares = {1.23456, 12.5};
-  summary.percentages = {100.0, 0.0, 50.0};
-  OutputFile mvn;
-  mvn.OpenInMemory(22);
-  WriteTripletFile(mvn, summary);
-  EXPECT_EQ(mvn.Text(), "    1.235     12.500\n  100.000      0.000     50.000\n");
+  {
+    ConsoleCapture capture;
+    EXPECT_THROW(
+        TestAllTriplets(scores, 200, 4, EqualCorrelations(4, 0.3), SilentProgress(), summary),
+        RunStopped);
+  }
+  EXPECT_FALSE(summary.complete);
+  EXPECT_EQ(summary.tested, 1u);
+  EXPECT_EQ(summary.triplets.size(), 4u);
+  EXPECT_GT(summary.chi_squares[0], 0.0);
+  ResetImslState();
 }
 
 TEST(Triplet, ProportionOfZeroStopsTheRun) {
   ResetImslState();
   Matrix scores = SimulatedItems(3, 40, 5);
   for (int s = 0; s < 40; ++s) scores(s, 1) = 0.0;
-  OutputFile report;
-  report.OpenInMemory(11);
   {
     // Default ERSET setting: DNORIN's terminal error stops the run.
     ConsoleCapture capture;
-    EXPECT_THROW(TripletTest(1,
-                             2,
-                             3,
-                             scores.Column(0),
-                             scores.Column(1),
-                             scores.Column(2),
-                             0.3,
-                             0.3,
-                             0.3,
-                             40,
-                             report),
-                 RunStopped);
+    EXPECT_THROW(
+        TripletTest(
+            1, 2, 3, scores.Column(0), scores.Column(1), scores.Column(2), 0.3, 0.3, 0.3, 40),
+        RunStopped);
     EXPECT_NE(capture.Out().find("TERMINAL ERROR 1 from DNORIN"), std::string::npos);
   }
   {
     // Errors switched off by an earlier inversion: the run stops all the same.
     ERSET(0, 0, 0);
     ConsoleCapture capture;
-    EXPECT_THROW(TripletTest(1,
-                             2,
-                             3,
-                             scores.Column(0),
-                             scores.Column(1),
-                             scores.Column(2),
-                             0.3,
-                             0.3,
-                             0.3,
-                             40,
-                             report),
-                 RunStopped);
+    EXPECT_THROW(
+        TripletTest(
+            1, 2, 3, scores.Column(0), scores.Column(1), scores.Column(2), 0.3, 0.3, 0.3, 40),
+        RunStopped);
     EXPECT_EQ(capture.Out(),
               std::string(28, ' ') +
                   "FATAL ERROR: VARIABLE   2 HAS NO SCORE OF 1 IN THE TRIPLET TEST\n\n\n\n"
@@ -299,8 +256,6 @@ TEST(Triplet, NormalOgiveDataFitWhileTwoPointDataDoNot) {
   model.latent = LatentShape::kTwoPoint;
   model.upper_share = 0.15;
   SimulateItemScores(model, 3000, 21, mixed_scores);
-  OutputFile report;
-  report.OpenInMemory(11);
   ConsoleCapture capture;
   const double r = 0.64;
   const double fits = TripletTest(1,
@@ -312,8 +267,7 @@ TEST(Triplet, NormalOgiveDataFitWhileTwoPointDataDoNot) {
                                   r,
                                   r,
                                   r,
-                                  3000,
-                                  report);
+                                  3000);
   const double misfits = TripletTest(1,
                                      2,
                                      3,
@@ -323,8 +277,7 @@ TEST(Triplet, NormalOgiveDataFitWhileTwoPointDataDoNot) {
                                      r,
                                      r,
                                      r,
-                                     3000,
-                                     report);
+                                     3000);
   EXPECT_LT(fits, 6.635);
   EXPECT_GT(misfits, 6.635);
   ResetImslState();

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace vq {
@@ -47,6 +49,33 @@ TEST_F(ParallelTest, TheEarliestFailingChunkIsRethrown) {
       EXPECT_STREQ(error.what(), "40");
     }
   }
+}
+
+TEST_F(ParallelTest, ScopedCountHoldsOnlyTheCallingThread) {
+  SetThreadCount(3);
+  {
+    const ScopedThreadCount outer(1);
+    EXPECT_EQ(ThreadCount(), 1);
+    {
+      const ScopedThreadCount keep(0);  // 0 leaves the count as it is
+      EXPECT_EQ(ThreadCount(), 1);
+      const ScopedThreadCount inner(2);
+      EXPECT_EQ(ThreadCount(), 2);
+    }
+    EXPECT_EQ(ThreadCount(), 1);
+    int other = 0;
+    std::thread([&] { other = ThreadCount(); }).join();
+    EXPECT_EQ(other, 3);  // another thread sees the process's count
+    // With one thread the chunks run in order on the calling thread.
+    std::vector<std::int64_t> order;
+    ParallelChunks(
+        10,
+        3,
+        [&](std::int64_t begin, std::int64_t) { order.push_back(begin); },
+        [](std::int64_t) {});
+    EXPECT_EQ(order, (std::vector<std::int64_t>{0, 3, 6, 9}));
+  }
+  EXPECT_EQ(ThreadCount(), 3);
 }
 
 }  // namespace

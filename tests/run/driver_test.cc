@@ -13,7 +13,6 @@
 
 #include "frame/console.h"
 #include "run/command_file.h"
-#include "run/saved_matrices.h"
 #include "run_test_support.h"
 #include "text/edit_descriptors.h"
 
@@ -258,39 +257,6 @@ TEST_F(Driver, MissingRawDataFileIsCreatedEmptyAndEndsInEndOfFile) {
   EXPECT_TRUE(std::filesystem::exists("nodata.dat"));
 }
 
-TEST_F(Driver, SavedCorrelationFileGoesBesideTheCommandFile) {
-  RunOptions options;
-  options.Coding = ParseCoding("OR");
-  options.SaveResults = true;
-  options.SaveCodes = {SaveCode::kFac};
-  RunContext context;
-  context.RunDirectory = folder_ + "/";
-  context.RunStem = "wave1.in";
-  Matrix r(2, 2, 0.5);
-  OutputFile file;
-  SaveCorrelationMatrix(options, context, r, file);
-  EXPECT_FALSE(file.is_open());
-  EXPECT_FALSE(std::filesystem::exists("wave1.cor"));
-  options.SaveCodes = {SaveCode::kEig, SaveCode::kCor};
-  SaveCorrelationMatrix(options, context, r, file);
-  EXPECT_TRUE(file.is_open());  // kept open to the end of the run
-  EXPECT_EQ(file.unit(), 15);
-  file.Close();
-  EXPECT_EQ(ReadWhole(folder_ + "/wave1.cor"),
-            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
-
-  options.Smoothing = ParseSmoothing("SM");
-  options.InputForm = ParseInputForm("RAW ");
-  options.SaveCodes = {SaveCode::kSmo};
-  SaveSmoothedMatrix(options, context, r);
-  EXPECT_EQ(ReadWhole(folder_ + "/wave1.smo"),
-            " 0.500000000  0.500000000\n 0.500000000  0.500000000\n");
-  std::filesystem::remove(folder_ + "/wave1.smo");
-  options.InputForm = ParseInputForm("COR ");
-  options.Coding = ParseCoding("CO");
-  SaveSmoothedMatrix(options, context, r);
-  EXPECT_FALSE(std::filesystem::exists(folder_ + "/wave1.smo"));
-}
 TEST_F(Driver, ExitStatusAndOptionsOfTheProcess) {
   auto status = [](std::vector<std::string> words) {
     std::vector<char*> argv;
@@ -380,27 +346,6 @@ TEST(DriverPieces, SmoothingRunsAndIsSavedByTheTable) {
   options.Coding = ParseCoding("OR");
   options.Smoothing = ParseSmoothing("PS");  // shown as smoothed, never smoothed
   EXPECT_FALSE(SmoothingRuns(options));
-}
-
-TEST(DriverPieces, CorrelationFileLayouts) {
-  Matrix r(2, 2);
-  r(0, 0) = 1.0;
-  r(1, 1) = 1.0;
-  r(0, 1) = r(1, 0) = 0.123456789012;
-  RunOptions options;
-  options.Coding = ParseCoding("OR");
-  OutputFile file;
-  file.OpenInMemory(15);
-  WriteCorrelationFile(options, r, file);
-  EXPECT_EQ(file.Text(),
-            " 1.000000000  0.123456789\n"
-            " 0.123456789  1.000000000\n");
-  options.Coding = ParseCoding("IP");
-  file.OpenInMemory(15);
-  WriteCorrelationFile(options, r, file);
-  EXPECT_EQ(file.Text(),
-            "   1.000   0.123\n"
-            "   0.123   1.000\n");
 }
 
 TEST(DriverPieces, TheSeedAndTheNamesReachTheRun) {

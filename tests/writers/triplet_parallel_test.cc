@@ -13,11 +13,14 @@
 #include "correlation/variable_stop.h"
 #include "data/simulation.h"
 #include "frame/console.h"
+#include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/pd_inverse.h"
+#include "report/run_outputs.h"
 #include "text/edit_descriptors.h"
+#include "writers/triplet_writer.h"
 
 namespace vq {
 namespace {
@@ -337,11 +340,16 @@ RunText RunFast(const Matrix& scores, int n, int p, const Matrix& correlations, 
   report.OpenInMemory(11);
   {
     ConsoleCapture capture;
+    // As the run does it: the section written from what was computed, up
+    // to a stop.
+    RunOutputs outputs(report, "", "t.in");
+    TripletSummary summary;
     try {
-      TestAllTriplets(scores, n, p, correlations, report);
+      TestAllTriplets(scores, n, p, correlations, ConsoleProgress(), summary);
     } catch (const RunStopped&) {
       run.stopped = true;
     }
+    WriteTripletReport(summary, outputs);
     run.console = capture.Out();
   }
   run.report = report.Text();
@@ -471,8 +479,8 @@ TEST(TripletParallel, TripletTestWritesTheSameLine) {
                                     correlations(a, b),
                                     correlations(a, c),
                                     correlations(b, c),
-                                    700,
-                                    fast_report);
+                                    700);
+    fast_report.Write(TripletLine(a + 1, b + 1, c + 1, fast));
     ResetImslState();
     const double reference = plain::TripletTest(a + 1,
                                                 b + 1,
@@ -531,8 +539,10 @@ TEST(TripletParallel, SummaryAndSavedFileAreTheSameForEveryThreadCount) {
     OutputFile report;
     report.OpenInMemory(11);
     ConsoleCapture capture;
-    const TripletSummary summary = TestAllTriplets(scores, n, p, correlations, report);
+    const TripletSummary summary = TestAllTriplets(scores, n, p, correlations, ConsoleProgress());
     SetThreadCount(0);
+    RunOutputs outputs(report, "", "t.in");
+    WriteTripletReport(summary, outputs);
     OutputFile mvn;
     mvn.OpenInMemory(22);
     WriteTripletFile(mvn, summary);

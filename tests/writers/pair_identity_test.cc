@@ -24,8 +24,10 @@
 #include "kernels/normal.h"
 #include "kernels/parallel.h"
 #include "kernels/rank_sort.h"
+#include "report/run_outputs.h"
 #include "report/saved_files.h"
 #include "text/edit_descriptors.h"
+#include "writers/correlation_writer.h"
 
 namespace vq {
 namespace {
@@ -184,12 +186,38 @@ double PlainNewton(double r, double zi, double zj, double c11, double& previous_
   return r;
 }
 
+struct PlainFiles {
+  OutputFile frq;
+  OutputFile dff;
+  OutputFile ser;
+};
+
+void PlainFrequencyTable(OutputFile& frq,
+                         int j,
+                         int i,
+                         double a,
+                         double b,
+                         double c,
+                         double d,
+                         double r,
+                         double standard_error,
+                         double phi) {
+  frq.Write("Variables " + FormatI(j, 3) + " and " + FormatI(i, 3));
+  frq.Write("--------------------");
+  frq.Write("      0         1");
+  frq.Write("1 " + FormatF(a, 8, 2) + "  " + FormatF(b, 8, 2) + "  " +
+            "     r(tet) = " + FormatF(r, 5, 3) + "     std err  " + FormatF(standard_error, 5, 3));
+  frq.Write("0 " + FormatF(c, 8, 2) + "  " + FormatF(d, 8, 2) + "  " +
+            "     r(phi) = " + FormatF(phi, 5, 3));
+  frq.EmptyLines(2);
+}
+
 void PlainTetrachorics(const Matrix& x,
                        int n,
                        int p,
                        Matrix& result,
                        OutputFile& report,
-                       TetrachoricFiles& files,
+                       PlainFiles& files,
                        int guessing_flag,
                        const std::vector<double>& g) {
   const bool corrected = guessing_flag == 1;
@@ -272,7 +300,7 @@ void PlainTetrachorics(const Matrix& x,
       if (a <= 5.0 || b <= 5.0 || c <= 5.0 || d <= 5.0) {
         files.frq.Write("WARNING! Small cell frequencies. Tetrachoric r may be biased");
       }
-      WriteFrequencyTable(files.frq, j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
+      PlainFrequencyTable(files.frq, j + 1, i + 1, a, b, c, d, result(i, j), standard_error, phi);
       se(i, j) = standard_error;
       se(j, i) = standard_error;
     }
@@ -324,7 +352,17 @@ Outcome RunPolychorics(const Matrix& x, bool plain, int threads) {
       if (plain) {
         PlainPolychorics(x, x.rows, x.cols, out.r, report);
       } else {
-        ComputePolychorics(x, x.rows, x.cols, out.r, report);
+        // As the run does it: the estimate, then the warnings (up to a stop).
+        RunOutputs outputs(report, "", "t.in");
+        PolychoricResult result;
+        try {
+          EstimatePolychorics(x, x.rows, x.cols, {}, ConsoleProgress(), result);
+        } catch (const RunStopped&) {
+          WriteBoundaryWarnings(result.boundary, outputs);
+          throw;
+        }
+        WriteBoundaryWarnings(result.boundary, outputs);
+        out.r = result.correlations;
       }
     } catch (const RunStopped&) {
       out.stopped = true;
@@ -341,18 +379,36 @@ Outcome RunTetrachorics(
   Outcome out;
   OutputFile report;
   report.OpenInMemory(11);
+  PlainFiles plain_files;
   TetrachoricFiles files;
-  files.frq.OpenInMemory(23);
-  files.dff.OpenInMemory(25);
-  files.ser.OpenInMemory(24);
+  for (OutputFile* frq : {&plain_files.frq, &files.frq}) frq->OpenInMemory(23);
+  for (OutputFile* dff : {&plain_files.dff, &files.dff}) dff->OpenInMemory(25);
+  for (OutputFile* ser : {&plain_files.ser, &files.ser}) ser->OpenInMemory(24);
   SetThreadCount(threads);
   {
     ConsoleCapture capture;
     try {
       if (plain) {
-        PlainTetrachorics(x, x.rows, x.cols, out.r, report, files, guessing_flag, g);
+        PlainTetrachorics(x, x.rows, x.cols, out.r, report, plain_files, guessing_flag, g);
       } else {
-        ComputeTetrachorics(x, x.rows, x.cols, out.r, report, files, "t.in", "", guessing_flag, g);
+        // As the run does it: each file written at its step, the warnings
+        // up to a stop.
+        RunOutputs outputs(report, "", "t.in");
+        TetrachoricOptions options;
+        options.correct_for_guessing = guessing_flag == 1;
+        BeginFrequencyFile(files, outputs);
+        TetrachoricResult result;
+        result.items = FindTetrachoricItems(x, x.rows, x.cols);
+        WriteItemProportions(result.items, files, outputs);
+        try {
+          EstimateTetrachoricPairs(x, x.rows, result.items, options, g, ConsoleProgress(), result);
+        } catch (const RunStopped&) {
+          WriteFallBackWarnings(result, outputs);
+          throw;
+        }
+        WriteFallBackWarnings(result, outputs);
+        WriteTetrachoricTables(result, files, outputs, ConsoleProgress());
+        out.r = result.correlations;
       }
     } catch (const RunStopped&) {
       out.stopped = true;
@@ -361,9 +417,9 @@ Outcome RunTetrachorics(
   }
   SetThreadCount(0);
   out.report = report.Text();
-  out.frq = files.frq.Text();
-  out.dff = files.dff.Text();
-  out.ser = files.ser.Text();
+  out.frq = plain ? plain_files.frq.Text() : files.frq.Text();
+  out.dff = plain ? plain_files.dff.Text() : files.dff.Text();
+  out.ser = plain ? plain_files.ser.Text() : files.ser.Text();
   return out;
 }
 
