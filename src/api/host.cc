@@ -215,11 +215,17 @@ RunOutcome RunCommandFile(const std::string& path, const RunSettings& settings) 
   ConsoleFlush();
   outcome.console = host.Console();
   outcome.errors = host.Errors();
-  if (outcome.ending == Ending::kStopped && ShowsFinished(outcome.console)) {
-    outcome.ending = Ending::kFinished;
-  }
+  const bool stopped = outcome.ending == Ending::kStopped;
+  if (stopped && ShowsFinished(outcome.console)) outcome.ending = Ending::kFinished;
   if (outcome.ending != Ending::kFinished) {
     outcome.message = StopMessage(outcome.console, outcome.ending, outcome.status, severe_text);
+  }
+  if (stopped) {
+    // The frame's closing question after a stop, as the program writes it
+    // off a terminal, so that the console text is the program's own.
+    AskExitWindow();
+    ConsoleFlush();
+    outcome.console = host.Console();
   }
   for (const QuietHost::OpenedFile& file : host.Opened()) {
     if (file.unit == kReportUnit) {

@@ -21,7 +21,6 @@
 #include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/pearson.h"
-#include "report/matrix_table.h"
 #include "report/run_outputs.h"
 #include "rotation/random_start.h"
 #include "rotation/rotation.h"
