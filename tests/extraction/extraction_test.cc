@@ -365,25 +365,6 @@ TEST(RunExtraction, FacFileOnlyForUnrotatedPrincipalFactors) {
   EXPECT_FALSE(std::filesystem::exists(varimax_dir + "case.fac"));
 }
 
-TEST(RunExtraction, AnyOtherModelWordIteratesLikePrincipalFactorsFromTheUnitDiagonal) {
-  // A model word outside the five is not refused: extraction runs as for
-  // "PFA" but from the unit diagonal, with no console line of its own, no
-  // message at the limit of passes and no fac file.
-  RunOptions factors = Unrotated(Options("PFA", 6, 2));
-  factors.CommunalityIterations = 6;
-  PhaseRun reference(factors, kTwoFactors, FreshDirectory("model_pfa"));
-  ASSERT_EQ(reference.result.IterationCount, 6);
-  RunOptions other = factors;
-  other.Model = PadRight("FA", kModelWidth);
-  other.InitialCommunality = PadRight("SMC", kInitialCommunalityWidth);
-  const std::string dir = FreshDirectory("model_other");
-  PhaseRun run(other, kTwoFactors, dir);
-  EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
-  EXPECT_EQ(run.console, kColumn30 + "Iteration:    6\n");
-  EXPECT_EQ(run.report.Text().find("Failed to Converge"), std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(dir + "case.fac"));
-}
-
 TEST(EndsAfterExtraction, NoRotationAndNoScores) {
   RunOptions options = Unrotated(ExtractionOptions("PFA", 6, 1));
   EXPECT_TRUE(EndsAfterExtraction(options));

@@ -71,22 +71,6 @@ TEST(HyperplaneCount, CountsTheEdgeOfTheBand) {
             "Hyperplane Count (%) for Factor  1 =   0 (.00)\n");
 }
 
-TEST(HyperplaneSection, BannersAndBlankLines) {
-  const Matrix a = FromRows({{0.1, 0.9}, {0.8, 0.05}, {0.7, 0.3}});
-  OutputFile out;
-  out.OpenInMemory(11);
-  HyperplaneSection(a, 3, 2, 0.2, out);
-  EXPECT_EQ(out.Text(),
-            "\n\n"
-            "0===========HYPERPLANE COUNT====================0\n"
-            "\n"
-            "Hyperplane Count (%) for Factor  1 =   1 (.33)\n"
-            "Hyperplane Count (%) for Factor  2 =   1 (.33)\n"
-            "\n\n"
-            "0==============================================0\n"
-            "\n");
-}
-
 TEST(Moment, CorrectionTermOverTwoAndPauseBelowTwoValues) {
   const double data[] = {1.0, 2.0, 3.0, 4.0};
   double variance = 0.0;
@@ -116,61 +100,6 @@ TEST(ObjectiveFunction, SumOfVariancesOfSquares) {
   EXPECT_DOUBLE_EQ(ObjectiveFunction(a, 3, 2), 2.0 / 3.0);
 }
 
-TEST(PatternPlotSection, TitleInAnEightyCharacterRecord) {
-  RunOptions options = testing::SmallRunOptions(2, 2, "VARIMAX");
-  const Matrix a = FromRows({{0.5, 0.1}, {0.2, 0.6}});
-  OutputFile out;
-  out.OpenInMemory(11);
-  PatternPlotSection(options, "Factor Pattern Plots:  Varimax Rotation", a, 2, 2, out);
-  EXPECT_EQ(out.Text(), "");
-  options.PlotMode = PadRight("LOADINGS", kPlotModeWidth);
-  PatternPlotSection(options, "Factor Pattern Plots:  Varimax Rotation", a, 2, 2, out);
-  const std::vector<std::string> lines = Lines(out.Text());
-  ASSERT_GT(lines.size(), 1u);
-  EXPECT_EQ(lines[0], PadRight("Factor Pattern Plots:  Varimax Rotation", 80));
-}
-
-TEST(ListSortedItems, HeadersSignsAndTexts) {
-  // Rows as a sort leaves them: items 3, 1 on factor 1; 2, 4 on factor 2;
-  // 5 on factor 3. Item 1 loads exactly 0 everywhere: it stays under
-  // factor 1, since factor 2 is not larger, and shows "FALSE".
-  const Matrix a = FromRows({{0.80, 0.10, 0.00},
-                             {0.00, 0.00, 0.00},
-                             {0.10, -0.70, 0.20},
-                             {0.05, 0.60, 0.10},
-                             {0.10, 0.00, -0.50}});
-  const std::vector<int> order = {3, 1, 2, 4, 5};
-  std::vector<std::string> texts;
-  for (const char* t : {"one", "two", "three", "four", "five"}) {
-    texts.push_back(PadRight(t, kItemTextWidth));
-  }
-  OutputFile out;
-  out.OpenInMemory(11);
-  ListSortedItems(a, 5, 3, order, texts, out);
-  const std::vector<std::string> lines = Lines(out.Text());
-  const std::vector<std::string> expected = {
-      "",
-      "",
-      " SORTED ITEMS",
-      "",
-      "FACTOR:    1",
-      "TRUE   0.800  ITEM: " + PadRight("three", 200),
-      "FALSE   0.000  ITEM: " + PadRight("one", 200),
-      "",
-      "FACTOR:    2",
-      "FALSE  -0.700  ITEM: " + PadRight("two", 200),
-      "TRUE   0.600  ITEM: " + PadRight("four", 200),
-      // Row 5 is larger on factor 3 than on factor 2: an empty line and a
-      // new header come before it.
-      "",
-      "FACTOR:    3",
-      "FALSE  -0.500  ITEM: " + PadRight("five", 200),
-      "",
-      "",
-  };
-  EXPECT_EQ(lines, expected);
-}
-
 TEST(ListSortedItems, SkippedFactorIsNotSeenAtOnce) {
   // Factor 2 is empty: row 2 (main factor 3) shows 0.1 on factor 2 against
   // 0.2 on factor 1, so it stays under factor 1.
@@ -185,30 +114,6 @@ TEST(ListSortedItems, SkippedFactorIsNotSeenAtOnce) {
   EXPECT_EQ(lines[4], "FACTOR:    1");
   EXPECT_EQ(lines[5].substr(0, 19), "TRUE   0.900  ITEM:");
   EXPECT_EQ(lines[6].substr(0, 19), "TRUE   0.200  ITEM:");
-}
-
-TEST(SaveFactorFile, FacAndPhiOnlyWhenAskedFor) {
-  const std::string dir = ::testing::TempDir() + "vq_solution_" + std::to_string(::getpid()) + "/";
-  std::filesystem::create_directories(dir);
-  const auto read = [&](const char* name) {
-    std::stringstream text;
-    text << std::ifstream(dir + name).rdbuf();
-    return text.str();
-  };
-  RunOptions options = testing::SmallRunOptions(2, 2, "PROMAX");
-  const Matrix loadings = FromRows({{0.5, -0.25}, {0.125, 0.75}});
-  const Matrix phi = FromRows({{1.0, 0.3}, {0.3, 1.0}});
-  SaveFactorFile(options, loadings, dir, "run.in");
-  SavePhiFile(options, phi, dir, "run.in");
-  EXPECT_FALSE(std::filesystem::exists(dir + "run.fac"));
-  EXPECT_FALSE(std::filesystem::exists(dir + "run.phi"));
-  options.SaveResults = "T";
-  options.SaveCodes = {"COR", "FAC"};
-  SaveFactorFile(options, loadings, dir, "run.in");
-  SavePhiFile(options, phi, dir, "run.in");
-  EXPECT_EQ(read("run.fac"), "   1   0.5000 -0.2500\n   2   0.1250  0.7500\n");
-  EXPECT_EQ(read("run.phi"), " 1.000000000  0.300000000\n 0.300000000  1.000000000\n");
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -160,54 +160,6 @@ struct TwoItems {
   }
 };
 
-TEST(RegressionScores, ReportConsoleAndScoresOfASmallExample) {
-  // R becomes the unit matrix, so the weights are the loadings. The raw
-  // estimates are (-1.5, -1.3, 1.3, 1.5) / sqrt(5/3), whose standard
-  // deviation is sqrt(7.88 / 5) = 1.25538...; the validity is 1 / that.
-  TwoItems example;
-  ConsoleCapture capture;
-  example.Estimate(false, kPfa);
-  EXPECT_EQ(capture.Out(), kColumn30 + "Computing factor scores\n\n");
-  EXPECT_EQ(example.report.Text(),
-            "\n\n"
-            " Standardized regression weights for estimating the factors\n"
-            "          1\n"
-            " 1    0.800\n"
-            " 2    0.600\n"
-            "\n\n"
-            " Correlations of Factors with Factor Score Estimates\n"
-            "          1\n"
-            "      0.797\n");
-  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
-  const double d = std::sqrt(7.88 / 5.0);
-  const double raw[] = {-1.5, -1.3, 1.3, 1.5};
-  for (int s = 0; s < 4; ++s) {
-    EXPECT_NEAR(example.scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
-  }
-}
-
-TEST(BartlettScores, ReportLineTablesAndAValidityOfOneOverTheDeviation) {
-  // Unique variances 0.36 and 0.64. Weights 0.8/0.36/c and 0.6/0.64/c with
-  // c = 2.340277...: 0.94955 (0.950 in print) and 0.40059. The raw estimates
-  // are +-1.62463 and +-1.07567, standard deviation 1.23231, validity 0.81148.
-  TwoItems example;
-  ConsoleCapture capture;
-  example.Estimate(true, kPfa);
-  EXPECT_EQ(example.report.Text(),
-            "\n\n"
-            "Bartlett method, Maximum Likelihood, and Weighted Least Squares\n"
-            "\n\n"
-            " Standardized regression weights for estimating the factors\n"
-            "          1\n"
-            " 1    0.950\n"
-            " 2    0.401\n"
-            "\n\n"
-            " Correlations of Factors with Factor Score Estimates\n"
-            "          1\n"
-            "      0.811\n");
-  EXPECT_EQ(example.r.values, (std::vector<double>{1.0, 0.0, 0.0, 1.0}));
-}
-
 TEST(ScoreConsole, ComponentsForPcaAndNoLineForOtherModels) {
   const std::pair<std::string, std::string> cases[] = {
       {"PCA ", kColumn30 + "Computing component scores\n\n"}, {"XYZ ", ""}};
