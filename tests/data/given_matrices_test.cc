@@ -89,28 +89,6 @@ TEST(ReadCorrelations, ATokenThatIsNoNumber) {
   EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), "CO", 2, r); }), 59);
 }
 
-TEST(ReadCorrelations, MissingFileUnderDichotomousCoding) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "DI", 2, r); }), 0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(25, ' ') + "FATAL ERROR! Input correlation matrix not found\n\n\n" +
-                kPauseAndStop);
-}
-
-TEST(ReadCorrelations, MissingFileUnderOtherCodings) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "OR", 2, r); }), 29);
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", "CO", 2, r); }), 29);
-  EXPECT_EQ(capture.Out(), "");
-  EXPECT_EQ(capture.Err(),
-            "severe (29): file not found, unit 10, file no_such_cor.dat\n"
-            "severe (29): file not found, unit 10, file no_such_cor.dat\n");
-}
-
 TEST(ReadCorrelations, WarnsAboutAnUnusualMatrixAndKeepsIt) {
   ScratchFile file("cor_odd.dat", "1 .5 .2\n.4 1 .1\n.2 .1 .9\n");
   ConsoleCapture capture;
@@ -164,16 +142,6 @@ TEST(ReadPattern, FewerFieldsThanFactorsEndsShortOfARecord) {
   EXPECT_EQ(StopCode([&] { ReadPattern(source, file.path(), "(F4.2)", 3, 2, pattern); }), 24);
 }
 
-TEST(ReadPattern, MissingFile) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix pattern;
-  EXPECT_EQ(StopCode([&] { ReadPattern(source, "no_such.fld", "(2F4.2)", 3, 2, pattern); }), 0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(25, ' ') + "FATAL ERROR! Factor Pattern file not found\n\n\n" +
-                kPauseAndStop);
-}
-
 TEST(ReadPhi, MValuesPerRow) {
   ScratchFile file("phi.dat", "1 .3\n.3 1\n");
   RecordSource source;
@@ -193,16 +161,6 @@ TEST(ReadPhi, AnEmptyValueLeavesTheElementAsItWas) {
   EXPECT_EQ(phi(0, 0), 1.0);
   EXPECT_EQ(phi(0, 1), 0.5);
   EXPECT_EQ(phi(1, 0), 0.3);
-}
-
-TEST(ReadPhi, MissingFile) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix phi;
-  EXPECT_EQ(StopCode([&] { ReadPhi(source, "no_such.phi", 2, phi); }), 0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(26, ' ') + "FATAL ERROR! Factor correlation file not found\n\n\n" +
-                kPauseAndStop);
 }
 
 }  // namespace
