@@ -268,17 +268,6 @@ TEST_F(ScoreRun, AFaultLeavesNoUnfinishedScoreFile) {
   EXPECT_FALSE(fs::exists(ScoreFile()));
 }
 
-TEST_F(ScoreRun, ThePlotFollowsTheScoresWhenAsked) {
-  const Matrix loadings = ItemOrderLoadings();
-  const std::string without = Run(Options("VARIMAX", "REG", "LOADINGS"), {nullptr, &loadings});
-  const std::string with = Run(Options("VARIMAX", "REG", "SCORES"), {nullptr, &loadings});
-  EXPECT_EQ(without.find("Factor Score Plot"), std::string::npos);
-  const std::size_t plot = with.find(" Factor Score Plot");
-  ASSERT_NE(plot, std::string::npos);
-  EXPECT_EQ(with.substr(0, without.size()), without);
-  EXPECT_NE(with.find("Factor X =   1   Factor Y =  2", plot), std::string::npos);
-}
-
 TEST_F(ScoreRun, NothingHappensWithoutScores) {
   PhaseData data;
   EXPECT_EQ(Run(Options("VARIMAX", "NOSCORE", "LOADINGS"), {}, data), "");
