@@ -224,5 +224,31 @@ TEST(Mutations, EveryMutatedRunEndsByOneOfTheWaysOfEnding) {
   fs::remove_all(ScratchFolder("mutation"));
 }
 
+// The demo's command file cut at the start and in the middle of every line.
+// Cut between lines, the run reads on to the file's end, the missing
+// >LABELS: line too, which is only looked for after the correlations; cut
+// inside a line, it ends by one of the ways of ending.
+TEST(Mutations, ACommandFileCutAnywhereEndsByOneOfTheWaysOfEnding) {
+  const fs::path folder = ScratchFolder("cut");
+  CopyExample("demo", folder);
+  const std::string whole = ReadWholeFile(folder / "demo.in");
+  std::vector<std::size_t> starts = {0};
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    if (whole[i] == '\n') starts.push_back(i + 1);
+  }
+  ASSERT_EQ(starts.size(), 14u);
+  for (std::size_t line = 0; line + 1 < starts.size(); ++line) {
+    for (const std::size_t cut : {starts[line], (starts[line] + starts[line + 1]) / 2}) {
+      WriteWholeFile(folder / "run.in", whole.substr(0, cut));
+      const RunResult result = RunProgram(folder, {"--seed", "1", "run.in"});
+      EXPECT_EQ(JudgeEnding(result), "") << "cut at byte " << cut;
+      if (cut == starts[line]) {
+        EXPECT_EQ(result.errors, "severe (24): end-of-file during read, unit 12, file run.in\n")
+            << "cut at byte " << cut;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vq::badinput

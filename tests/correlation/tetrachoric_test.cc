@@ -413,5 +413,38 @@ TEST(Tetrachoric, ConcurrentCallsGiveTheSameResult) {
   }
 }
 
+// Where the density at the thresholds is at most 0.02, each Newton step is
+// cut to 1 / 5.5 of its length, so that the error shrinks by a factor of
+// about 1 - 1 / 5.5 a pass and the iteration stops at the first change of r
+// of at most 0.0001. It then ends on the side of the root it came from, at
+// between 4.5 (1 - 1 / 5.5) and 4.5 times 0.0001 from the root, which a
+// bisection of G01HAF finds. Where the density is larger (about 0.026 at
+// 0.75), the steps are whole and the iteration ends at the root.
+TEST(Tetrachoric, ShortenedNewtonStepsEndAtAKnownDistanceFromTheRoot) {
+  for (const double truth : {0.3, 0.6, 0.75}) {
+    for (const double start : {0.0, 0.5, 0.95}) {
+      int ifail = kIfailHard;
+      const double c11 = G01HAF(1.9, 2.1, truth, ifail);
+      double low = -0.999, high = 0.999;
+      for (int step = 0; step < 100; ++step) {
+        const double middle = 0.5 * (low + high);
+        (G01HAF(1.9, 2.1, middle, ifail) < c11 ? low : high) = middle;
+      }
+      const double root = 0.5 * (low + high);
+      double previous_r = 0.0;
+      bool settled = false;
+      const double r = TetrachoricNewton(start, 1.9, 2.1, c11, previous_r, settled);
+      EXPECT_TRUE(settled);
+      if (truth == 0.75) {
+        EXPECT_NEAR(r, root, 1e-7) << "from " << start;
+        continue;
+      }
+      EXPECT_EQ(r < root, start < root) << truth << " from " << start;
+      EXPECT_GT(std::fabs(r - root), 3.6e-4) << truth << " from " << start;
+      EXPECT_LT(std::fabs(r - root), 4.6e-4) << truth << " from " << start;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vq

@@ -167,16 +167,6 @@ TEST(ReadPattern, FewerFieldsThanFactorsEndsShortOfARecord) {
   EXPECT_EQ(StopCode([&] { ReadPattern(source, file.path(), "(F4.2)", 3, 2, pattern); }), 24);
 }
 
-TEST(ReadPattern, MissingFile) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix pattern;
-  EXPECT_EQ(StopCode([&] { ReadPattern(source, "no_such.fld", "(2F4.2)", 3, 2, pattern); }), 0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(25, ' ') + "FATAL ERROR! Factor Pattern file not found\n\n\n" +
-                kPauseAndStop);
-}
-
 TEST(ReadPhi, MValuesPerRow) {
   ScratchFile file("phi.dat", "1 .3\n.3 1\n");
   RecordSource source;
@@ -196,16 +186,6 @@ TEST(ReadPhi, AnEmptyValueLeavesTheElementAsItWas) {
   EXPECT_EQ(phi(0, 0), 1.0);
   EXPECT_EQ(phi(0, 1), 0.5);
   EXPECT_EQ(phi(1, 0), 0.3);
-}
-
-TEST(ReadPhi, MissingFile) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix phi;
-  EXPECT_EQ(StopCode([&] { ReadPhi(source, "no_such.phi", 2, phi); }), 0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(26, ' ') + "FATAL ERROR! Factor correlation file not found\n\n\n" +
-                kPauseAndStop);
 }
 
 }  // namespace

@@ -1,5 +1,10 @@
+// The list-directed and column reads of the command file and the list files:
+// a table of inputs and what the items get, then reads that go on over more
+// than one statement.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -16,75 +21,90 @@ RecordSource Text(const std::string& text, int unit = 12) {
   return source;
 }
 
-// Runs a list read that must fail and returns its error number.
-int ListError(const std::string& text, std::vector<ListItem> items) {
+// One list read of `text` into the items of `kinds` ("I" an integer, "R" a
+// real, "T<width>" a text, blank-separated), each set to -1 or "?" first, so
+// that an item the read leaves alone shows. Gives the items as the read left
+// them, "|"-separated, then "#" and the read's error number (0 for none).
+std::string ListRead(const std::string& text, const std::string& kinds) {
+  std::vector<std::string> words;
+  for (std::size_t at = 0; at < kinds.size();) {
+    const std::size_t end = std::min(kinds.find(' ', at), kinds.size());
+    words.push_back(kinds.substr(at, end - at));
+    at = end + 1;
+  }
+  std::vector<int> integers(words.size(), -1);
+  std::vector<double> reals(words.size(), -1.0);
+  std::vector<std::string> texts(words.size(), "?");
+  std::vector<ListItem> items;
+  for (std::size_t k = 0; k < words.size(); ++k) {
+    if (words[k] == "I") items.push_back(IntegerItem(integers[k]));
+    if (words[k] == "R") items.push_back(RealItem(reals[k]));
+    if (words[k][0] == 'T') items.push_back(TextItem(texts[k], std::stoi(words[k].substr(1))));
+  }
   RecordSource source = Text(text);
-  return TryReadList(source, items);
+  const int error = TryReadList(source, items);
+  std::string shown;
+  for (std::size_t k = 0; k < words.size(); ++k) {
+    char number[32];
+    if (words[k] == "I") std::snprintf(number, sizeof number, "%d", integers[k]);
+    if (words[k] == "R") std::snprintf(number, sizeof number, "%.15g", reals[k]);
+    shown += (k ? "|" : "") + (words[k][0] == 'T' ? texts[k] : std::string(number));
+  }
+  return shown + "#" + std::to_string(error);
 }
 
-TEST(ListRead, FieldsOfTheDataLine) {
-  RecordSource source = Text(">DATA: items.dat 8 250\n>NEXT\n");
-  std::string keyword, file;
-  int p = 0, n = 0;
-  ReadList(source, {{TextItem(keyword, 6), TextItem(file, 50), IntegerItem(p), IntegerItem(n)}});
-  EXPECT_EQ(keyword, ">DATA:");
-  EXPECT_EQ(file, "items.dat" + std::string(41, ' '));
-  EXPECT_EQ(p, 8);
-  EXPECT_EQ(n, 250);
-  std::string next;
-  ReadColumns(source, {{TextItem(next, 5)}});
-  EXPECT_EQ(next, ">NEXT");
-}
-
-TEST(ListRead, WordsAreCutOrPaddedToTheirWidth) {
-  RecordSource source = Text(">METRIC: CONTINUOUS ORDINAL sm\n");
-  std::string keyword, coding, form, smoothing;
-  ReadList(
-      source,
-      {{TextItem(keyword, 8), TextItem(coding, 2), TextItem(form, 4), TextItem(smoothing, 2)}});
-  EXPECT_EQ(coding, "CO");
-  EXPECT_EQ(form, "ORDI");
-  EXPECT_EQ(smoothing, "sm");
-}
-
-TEST(ListRead, SeparatorsAreBlanksTabsAndOneComma) {
-  RecordSource source = Text("1\t2 , 3,4   ,\t5\n");
-  std::vector<double> v(5, -1.0);
-  ReadList(source,
-           {{RealItem(v[0]), RealItem(v[1]), RealItem(v[2]), RealItem(v[3]), RealItem(v[4])}});
-  EXPECT_EQ(v, (std::vector<double>{1, 2, 3, 4, 5}));
-}
-
-TEST(ListRead, TwoCommasLeaveTheItemBetweenThemUnchanged) {
-  RecordSource source = Text("1,,3\n");
-  double a = -1, b = -7, c = -1;
-  ReadList(source, {{RealItem(a), RealItem(b), RealItem(c)}});
-  EXPECT_EQ(a, 1.0);
-  EXPECT_EQ(b, -7.0);
-  EXPECT_EQ(c, 3.0);
-}
-
-TEST(ListRead, LeadingCommaIsAnEmptyValue) {
-  RecordSource source = Text(" ,2\n");
-  int a = 9, b = 9;
-  ReadList(source, {{IntegerItem(a), IntegerItem(b)}});
-  EXPECT_EQ(a, 9);
-  EXPECT_EQ(b, 2);
-}
-
-TEST(ListRead, RecordEndCountsAsABlank) {
-  // The comma that opens the second record belongs to the separator of 1.
-  RecordSource source = Text("1\n,2\n");
-  double a = 0, b = 0;
-  ReadList(source, {{RealItem(a), RealItem(b)}});
-  EXPECT_EQ(a, 1.0);
-  EXPECT_EQ(b, 2.0);
-  // A comma at the end and another at the start make an empty value.
-  RecordSource other = Text("1,\n,2 3\n");
-  double c = -5;
-  ReadList(other, {{RealItem(a), RealItem(c), RealItem(b)}});
-  EXPECT_EQ(c, -5.0);
-  EXPECT_EQ(b, 2.0);
+TEST(ListRead, Table) {
+  const std::string x2049(2049, 'x');
+  const struct {
+    std::string text, kinds, expected;
+  } rows[] = {
+      // Fields of the data line; words cut or padded to their width.
+      {">DATA: items.dat 8 250\n", "T6 T12 I I", ">DATA:|items.dat   |8|250#0"},
+      {">METRIC: CONTINUOUS ORDINAL sm\n", "T8 T2 T4 T2", ">METRIC:|CO|ORDI|sm#0"},
+      // Separators: blanks, tabs and one comma; two commas or a leading one
+      // leave an item as it was; a record end counts as a blank.
+      {"1\t2 , 3,4   ,\t5\n", "R R R R R", "1|2|3|4|5#0"},
+      {"1,,3\n", "R R R", "1|-1|3#0"},
+      {" ,2\n", "I I", "-1|2#0"},
+      {"1\n,2\n", "R R", "1|2#0"},
+      {"1,\n,2 3\n", "R R R", "1|-1|2#0"},
+      // A slash ends the statement, and an unquoted file name.
+      {"1 2/ 3\n4\n", "I I I", "1|2|-1#0"},
+      {">DATA: dir/items.dat 8 250\n", "T6 T5 I I", ">DATA:|dir  |-1|-1#0"},
+      // Quoted texts: doubled quotes, over record ends, blanks and
+      // backslashes kept.
+      {"'it''s a file' \"say \"\"hi\"\"\" 'two\nlines' 7\n",
+       "T14 T10 T8 I",
+       "it's a file   |say \"hi\"  |twolines|7#0"},
+      {"'C:\\data\\my items.dat'\n", "T22", "C:\\data\\my items.dat  #0"},
+      // Numbers: integers truncate real tokens toward zero; real forms;
+      // repeat counts, of a quoted text too; the integer range's ends.
+      {"10.7 -2.9 3.0 1e3 2E-1 +4\n", "I I I I I I", "10|-2|3|1000|0|4#0"},
+      {"0.0001 -1.5D2 .5 7. 2.5e-1 1+2 3q1 42\n",
+       "R R R R R R R R",
+       "0.0001|-150|0.5|7|0.25|100|30|42#0"},
+      {"3*0.5 2* 7\n", "R R R R R R", "0.5|0.5|0.5|-1|-1|7#0"},
+      {"2*'a b' c\n", "T3 T3 T3", "a b|a b|c  #0"},
+      {"-2147483648 2147483647\n", "I I", "-2147483648|2147483647#0"},
+      // An unquoted text holds at most 2,049 characters.
+      {x2049 + "yz\n", "T2049 T3", x2049 + "|yz #0"},
+      // Faults; the items before one keep what they got.
+      {">ROTATE: PROMAX x\n", "T8 T8 I", ">ROTATE:|PROMAX  |-1#59"},
+      {"abc\n", "R", "-1#59"},
+      {"T\n", "I", "-1#59"},
+      {"'1.5'\n", "R", "-1#59"},
+      {"0*5\n", "R", "-1#59"},
+      {"'ab'cd\n", "T4", "?#59"},
+      {"12x\n", "R", "-1#64"},
+      {"1.2.3\n", "R", "-1#64"},
+      {"-\n", "R", "-1#64"},
+      {"1e400\n", "R", "-1#64"},
+      {"3000000000\n", "I", "-1#64"},
+      {"1 2\n", "R R R", "1|2|-1#24"},
+      {"", "R", "-1#24"},
+      {"'open\n", "T4", "?#24"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(ListRead(row.text, row.kinds), row.expected) << row.text;
 }
 
 TEST(ListRead, GoesOnOverBlankRecordsAndDropsTheRestOfTheLast) {
@@ -106,120 +126,6 @@ TEST(ListRead, SlashEndsTheStatement) {
   EXPECT_EQ(c, -3);
   ReadList(source, {{IntegerItem(c)}});
   EXPECT_EQ(c, 4);
-}
-
-TEST(ListRead, SlashEndsAnUnquotedFileName) {
-  RecordSource source = Text(">DATA: dir/items.dat 8 250\n");
-  std::string keyword, file;
-  int p = -1, n = -1;
-  ReadList(source, {{TextItem(keyword, 6), TextItem(file, 50), IntegerItem(p), IntegerItem(n)}});
-  EXPECT_EQ(std::string(Trim(file)), "dir");
-  EXPECT_EQ(p, -1);
-  EXPECT_EQ(n, -1);
-}
-
-TEST(ListRead, QuotedTextWithDoubledQuotesAndOverRecordEnds) {
-  RecordSource source = Text("'it''s a file' \"say \"\"hi\"\"\" 'two\nlines' 7\n");
-  std::string a, b, c;
-  int k = 0;
-  ReadList(source, {{TextItem(a, 14), TextItem(b, 10), TextItem(c, 8), IntegerItem(k)}});
-  EXPECT_EQ(a, "it's a file   ");
-  EXPECT_EQ(b, "say \"hi\"  ");
-  EXPECT_EQ(c, "twolines");
-  EXPECT_EQ(k, 7);
-}
-
-TEST(ListRead, QuotedBackslashesColonsAndBlanksStay) {
-  RecordSource source = Text("'C:\\data\\my items.dat'\n");
-  std::string file;
-  ReadList(source, {{TextItem(file, 22)}});
-  EXPECT_EQ(file, "C:\\data\\my items.dat  ");
-}
-
-TEST(ListRead, IntegerItemsTruncateRealTokensTowardZero) {
-  RecordSource source = Text("10.7 -2.9 3.0 1e3 2E-1 +4\n");
-  std::vector<int> v(6);
-  ReadList(source,
-           {{IntegerItem(v[0]),
-             IntegerItem(v[1]),
-             IntegerItem(v[2]),
-             IntegerItem(v[3]),
-             IntegerItem(v[4]),
-             IntegerItem(v[5])}});
-  EXPECT_EQ(v, (std::vector<int>{10, -2, 3, 1000, 0, 4}));
-}
-
-TEST(ListRead, RealForms) {
-  RecordSource source = Text("0.0001 -1.5D2 .5 7. 2.5e-1 1+2 3q1 42\n");
-  std::vector<double> v(8);
-  std::vector<ListItem> items;
-  for (double& x : v) items.push_back(RealItem(x));
-  ReadList(source, items);
-  EXPECT_EQ(v, (std::vector<double>{0.0001, -150.0, 0.5, 7.0, 0.25, 100.0, 30.0, 42.0}));
-}
-
-TEST(ListRead, RepeatCounts) {
-  RecordSource source = Text("3*0.5 2* 7\n");
-  std::vector<double> v(6, -1.0);
-  std::vector<ListItem> items;
-  for (double& x : v) items.push_back(RealItem(x));
-  ReadList(source, items);
-  EXPECT_EQ(v, (std::vector<double>{0.5, 0.5, 0.5, -1.0, -1.0, 7.0}));
-}
-
-TEST(ListRead, RepeatOfAQuotedText) {
-  RecordSource source = Text("2*'a b' c\n");
-  std::string x, y, z;
-  ReadList(source, {{TextItem(x, 3), TextItem(y, 3), TextItem(z, 3)}});
-  EXPECT_EQ(x, "a b");
-  EXPECT_EQ(y, "a b");
-  EXPECT_EQ(z, "c  ");
-}
-
-TEST(ListRead, UnquotedTextIsAtMost2049Characters) {
-  const std::string longer(2049, 'x');
-  RecordSource source = Text(longer + "yz\n");
-  std::string a, b;
-  ReadList(source, {{TextItem(a, 3000), TextItem(b, 3)}});
-  EXPECT_EQ(a, longer + std::string(951, ' '));
-  EXPECT_EQ(b, "yz ");
-}
-
-TEST(ListRead, Errors) {
-  double x = 0;
-  int k = 0;
-  std::string t;
-  EXPECT_EQ(ListError("abc\n", {RealItem(x)}), kSevereListSyntax);
-  EXPECT_EQ(ListError("T\n", {IntegerItem(k)}), kSevereListSyntax);
-  EXPECT_EQ(ListError("'1.5'\n", {RealItem(x)}), kSevereListSyntax);
-  EXPECT_EQ(ListError("0*5\n", {RealItem(x)}), kSevereListSyntax);
-  EXPECT_EQ(ListError("'ab'cd\n", {TextItem(t, 4)}), kSevereListSyntax);
-  EXPECT_EQ(ListError("12x\n", {RealItem(x)}), kSevereConversion);
-  EXPECT_EQ(ListError("1.2.3\n", {RealItem(x)}), kSevereConversion);
-  EXPECT_EQ(ListError("-\n", {RealItem(x)}), kSevereConversion);
-  EXPECT_EQ(ListError("1e400\n", {RealItem(x)}), kSevereConversion);
-  EXPECT_EQ(ListError("3000000000\n", {IntegerItem(k)}), kSevereConversion);
-  EXPECT_EQ(ListError("1 2\n", {RealItem(x), RealItem(x), RealItem(x)}), kSevereEndOfFile);
-  EXPECT_EQ(ListError("", {RealItem(x)}), kSevereEndOfFile);
-  EXPECT_EQ(ListError("'open\n", {TextItem(t, 4)}), kSevereEndOfFile);
-}
-
-TEST(ListRead, IntegerRangeEnds) {
-  RecordSource source = Text("-2147483648 2147483647\n");
-  int a = 0, b = 0;
-  ReadList(source, {{IntegerItem(a), IntegerItem(b)}});
-  EXPECT_EQ(a, -2147483647 - 1);
-  EXPECT_EQ(b, 2147483647);
-}
-
-TEST(ListRead, ItemsBeforeAFaultKeepWhatTheyGot) {
-  RecordSource source = Text(">ROTATE: PROMAX x\n");
-  std::string keyword, word;
-  int power = -1;
-  EXPECT_EQ(TryReadList(source, {{TextItem(keyword, 8), TextItem(word, 8), IntegerItem(power)}}),
-            kSevereListSyntax);
-  EXPECT_EQ(word, "PROMAX  ");
-  EXPECT_EQ(power, -1);
 }
 
 TEST(ListRead, SevereLineNamesUnitAndFile) {

@@ -243,39 +243,6 @@ TEST(ReadItemData, TheFirstFaultInRecordOrderEndsTheRead) {
   SetThreadCount(0);
 }
 
-TEST(OpenRawData, AMissingFileIsCreatedEmptyAndTheFirstReadFails) {
-  ScratchFile file("created_raw.dat");
-  ConsoleCapture capture;
-  RecordSource source;
-  OpenRawData(source, file.path());
-  EXPECT_TRUE(source.is_open());
-  EXPECT_TRUE(std::ifstream(file.path()).good());
-  Matrix data;
-  std::vector<double> ids;
-  try {
-    ReadItemData(source, "(F1.0)", 1, 0, data, ids);
-    FAIL() << "no stop";
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.exit_code, 24);
-  }
-  EXPECT_EQ(capture.Err(),
-            "severe (24): end-of-file during read, unit 10, file " + file.path() + "\n");
-}
-
-TEST(OpenRawData, AnOpenThatFailsPausesAndStops) {
-  ConsoleCapture capture;
-  RecordSource source;
-  try {
-    OpenRawData(source, ScratchPath("no_such_folder") + "/items.dat");
-    FAIL() << "no stop";
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.kind, RunStopped::Kind::kPlainStop);
-  }
-  EXPECT_EQ(capture.Out(),
-            "\n\n" + std::string(28, ' ') + "FATAL ERROR! Problem opening Raw Data File\n\n\n" +
-                kPauseAndStop);
-}
-
 Matrix Columns(const std::vector<std::vector<double>>& columns) {
   Matrix m(static_cast<int>(columns[0].size()), static_cast<int>(columns.size()));
   for (int j = 0; j < m.cols; ++j) {
@@ -363,22 +330,6 @@ TEST(ReadGuessing, ValuesInAnyLineLayout) {
   EXPECT_EQ(source.unit(), 45);
 }
 
-TEST(ReadGuessing, MissingAndShortFiles) {
-  ConsoleCapture capture;
-  RecordSource source;
-  std::vector<double> guessing;
-  bool has_guessing = false;
-  EXPECT_THROW(ReadGuessing(source, "no_such_guess.dat", 3, guessing, has_guessing), RunStopped);
-  EXPECT_FALSE(has_guessing);
-  ScratchFile file("short_guess.dat", "0.25 0.2\n");
-  RecordSource other;
-  EXPECT_THROW(ReadGuessing(other, file.path(), 3, guessing, has_guessing), RunStopped);
-  EXPECT_EQ(capture.Err(),
-            "severe (29): file not found, unit 45, file no_such_guess.dat\n"
-            "severe (24): end-of-file during read, unit 45, file " +
-                file.path() + "\n");
-}
-
 TEST(ReadItemTexts, OneLineOfTwoHundredColumnsPerVariable) {
   ScratchFile file("items.txt", "First item text\r\nSecond\n" + std::string(250, 'x') + "\n");
   ConsoleCapture capture;
@@ -389,19 +340,6 @@ TEST(ReadItemTexts, OneLineOfTwoHundredColumnsPerVariable) {
   EXPECT_EQ(texts[1], "Second" + std::string(194, ' '));
   EXPECT_EQ(texts[2], std::string(200, 'x'));
   EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Items read sucessfully\n");
-}
-
-TEST(ReadItemTexts, MissingAndShortFiles) {
-  ConsoleCapture capture;
-  std::vector<std::string> texts;
-  EXPECT_THROW(ReadItemTexts("no_such_items.txt", 2, texts), RunStopped);
-  ScratchFile file("short_items.txt", "only one\n");
-  EXPECT_THROW(ReadItemTexts(file.path(), 2, texts), RunStopped);
-  EXPECT_EQ(capture.Err(),
-            "severe (29): file not found, unit 99, file no_such_items.txt\n"
-            "severe (24): end-of-file during read, unit 99, file " +
-                file.path() + "\n");
-  EXPECT_EQ(capture.Out(), "");
 }
 
 }  // namespace

@@ -18,9 +18,17 @@
 # holds more than one command file, `example` names the one to run instead
 # (examples/continuous/labels.in). Optional files: `args` (command-line
 # options, e.g. --seed 1 for a random start), `stdin` (answers at the pause
-# prompt), and the folder expected/. When `args` starts with a subcommand
-# (`check`), the program is started as `velquorin check ... FILE.in`, without
-# --threads, which only a run takes.
+# prompt), `setup` (a bash script run in the scratch folder once the inputs
+# are there and before the run, for inputs too large or too odd to commit:
+# lines of 100,000 characters, a folder where a file is expected, a named
+# pipe, an example's file edited), `command` (the command-file argument in
+# place of the case's *.in; an empty file for none), and the folder expected/.
+#
+# Every file in the scratch folder before the run is an input: the run must
+# leave it as it was. Every other file is an output. The scratch folder's own
+# path, wherever it shows in the console or error text, reads <scratch>.
+# When `args` starts with a subcommand (`check`), the program is started as
+# `velquorin check ... FILE.in`, without --threads, which only a run takes.
 #
 #   run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>
 #
@@ -77,7 +85,7 @@ list_inputs() {
     (cd "$input_dir" && git ls-files --cached --others --exclude-standard .)
   else
     (cd "$input_dir" && find . -type f)
-  fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|\.gitignore\)$' |
+  fi | grep -v -e '^\(\./\)\?expected/' -e '\(^\|/\)\(example\|args\|stdin\|setup\|command\|\.gitignore\)$' |
     sed -e 's|^\./||' -e 's|^|./|' | grep -vxF -f <(echo "$expected_files")
 }
 inputs=$(list_inputs | sort)
@@ -88,11 +96,18 @@ if [ -f "$case_dir/args" ]; then
 fi
 stdin_file=/dev/null
 [ -f "$case_dir/stdin" ] && stdin_file="$case_dir/stdin"
+command_given=0
+command_words=()
+if [ -f "$case_dir/command" ]; then
+  command_given=1
+  read -r -a command_words < "$case_dir/command"
+fi
 
 # Runs the case with $1 threads in $2: the inputs are copied there, the run
-# leaves console.txt, stderr.txt and status beside its own files.
+# leaves console.txt, stderr.txt and status beside its own files; the inputs
+# are listed in $2.inputs, with their checksums in $2.sums.
 run_once() {
-  local threads=$1 scratch=$2 command_file
+  local threads=$1 scratch=$2 command_file physical
   rm -rf "$scratch"
   mkdir -p "$scratch"
   while read -r f; do
@@ -100,21 +115,43 @@ run_once() {
     mkdir -p "$scratch/$(dirname "$f")"
     cp "$input_dir/$f" "$scratch/$f"
   done <<< "$inputs"
-  if [ -n "$command_name" ]; then
-    command_file=./$command_name
+  if [ -f "$case_dir/setup" ]; then
+    if ! (cd "$scratch" && bash -e "$case_dir/setup"); then
+      echo "the setup of $case_dir failed"
+      exit 1
+    fi
+  fi
+  (cd "$scratch" && find . -type f | sort) > "$scratch.inputs"
+  (cd "$scratch" && find . -type f -print0 | xargs -0 -r md5sum) > "$scratch.sums"
+  if [ $command_given = 1 ]; then
+    command_file=("${command_words[@]}")
+  elif [ -n "$command_name" ]; then
+    command_file=("./$command_name")
   else
-    command_file=$(cd "$scratch" && ls ./*.in | head -n 1)
+    command_file=("$(cd "$scratch" && ls ./*.in | head -n 1)")
   fi
   local leading=(--threads "$threads")
   [ "${args[0]:-}" = check ] && leading=()
-  (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "$command_file" \
+  (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "${command_file[@]}" \
      < "$stdin_file" > console.txt 2> stderr.txt)
   echo $? > "$scratch/status"
+  physical=$(cd "$scratch" && pwd -P)
+  sed -i "s|$physical|<scratch>|g" "$scratch/console.txt" "$scratch/stderr.txt"
 }
 
 # The files a run left beside its inputs, one ./name a line, sorted.
 list_outputs() {
-  (cd "$1" && find . -type f | sort) | grep -vxF -f <(echo "$inputs")
+  (cd "$1" && find . -type f | sort) | grep -vxF -f "$1.inputs"
+}
+
+# Says which inputs the run in $1 changed, and returns 1 if it changed any.
+inputs_kept() {
+  local changed
+  [ -s "$1.sums" ] || return 0
+  changed=$(cd "$1" && md5sum -c --quiet "$1.sums" 2>&1) && return 0
+  echo "the run changed its inputs:"
+  echo "$changed"
+  return 1
 }
 
 # Compares the files of folder $1 that $3 lists with those of folder $2;
@@ -143,6 +180,9 @@ done
 # The runs with one and with two threads must agree on every file.
 first="$work/threads${thread_counts[0]}"
 status=0
+for threads in "${thread_counts[@]}"; do
+  inputs_kept "$work/threads$threads" || status=1
+done
 for threads in "${thread_counts[@]:1}"; do
   other="$work/threads$threads"
   if [ "$(list_outputs "$first")" != "$(list_outputs "$other")" ]; then
@@ -159,7 +199,7 @@ done
 
 if [ $update = 1 ]; then
   if [ $status != 0 ]; then
-    echo "not updated: $case_dir (the run depends on the thread count)"
+    echo "not updated: $case_dir (the runs disagree or changed their inputs)"
     exit 1
   fi
   rm -rf "$case_dir/expected"

@@ -127,43 +127,6 @@ TEST(DOWFRQ, NoObservationIsATerminalError) {
   ResetImslState();
 }
 
-TEST(DVHSTP, LargestCountSixAsPrinted) {
-  std::vector<double> counts(41, 0.0);
-  const int bars[] = {15, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 28};
-  const int heights[] = {1, 1, 2, 3, 5, 6, 6, 4, 3, 2, 1, 1};
-  std::vector<double> residuals;
-  for (int k = 0; k < 12; ++k) {
-    // Midpoints of the classes, as the tally would find them.
-    for (int n = 0; n < heights[k]; ++n) residuals.push_back((bars[k] - 21) * 0.05);
-  }
-  std::vector<double> div;
-  DOWFRQ(static_cast<int>(residuals.size()), residuals.data(), 41, 1, kLow, kHigh, div, counts);
-  const std::vector<std::string> expected = {
-      "1",
-      "                                Distribution of Residuals:  R - R^hat",
-      "  "
-      "Frequency-----------------------------------------------------------------------------------"
-      "----",
-      "     6  *                                          I I                                      "
-      "   *",
-      "     5  *                                        I I I                                      "
-      "   *",
-      "     4  *                                        I I I I                                    "
-      "   *",
-      "     3  *                                      I I I I I I                                  "
-      "   *",
-      "     2  *                                    I I I I I I I I                                "
-      "   *",
-      "     1  *                              I   I I I I I I I I I I   I                          "
-      "   *",
-      "  "
-      "--------------------------------------------------------------------------------------------"
-      "----",
-      "  Class            5        10        15        20        25        30        35        40",
-  };
-  EXPECT_EQ(Histogram(counts), expected);
-}
-
 // Levels of the rows of a histogram, from the top.
 std::vector<int> Levels(const std::vector<std::string>& lines) {
   std::vector<int> levels;

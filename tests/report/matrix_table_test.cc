@@ -60,66 +60,12 @@ struct Table {
   }
 };
 
-// A matrix from its rows.
-Matrix FromRows(const std::vector<std::vector<double>>& rows) {
-  Matrix a(static_cast<int>(rows.size()), static_cast<int>(rows[0].size()));
-  for (int i = 0; i < a.rows; ++i) {
-    for (int j = 0; j < a.cols; ++j) a(i, j) = rows[i][j];
-  }
-  return a;
-}
-
 Matrix Filled(int rows, int cols) {
   Matrix a(rows, cols);
   for (int j = 0; j < cols; ++j) {
     for (int i = 0; i < rows; ++i) a(i, j) = (i + 1) + (j + 1) / 100.0;
   }
   return a;
-}
-
-// Small tables printed whole: the layout example of the inter-factor
-// correlations, label and title rules, empty matrices and edit descriptors.
-TEST(X04CBF, SmallTablesWhole) {
-  const std::string fs_title = "Correlations of Factors with Factor Score Estimates";
-  const std::string blank(15, ' ');
-  struct Case {
-    Table t;
-    std::string text;
-  } cases[] = {
-      {{FromRows({{1.0, 0.312}, {0.312, 1.0}}), "F8.3", "PROMAX: Inter-factor Correlations"},
-       " PROMAX: Inter-factor Correlations\n"
-       "          1       2\n"
-       " 1    1.000   0.312\n"
-       " 2    0.312   1.000\n"},
-      // Column labels: the first 8 characters, right edge on R + 1 + 8 = 10.
-      {{Filled(1, 2), "F8.3", "", 'N', {}, 'C', {"LONGLABEL_ABCDE", "  "}},
-       "  LONGLABE\n     1.010   1.020\n"},
-      // A blank row label takes two positions, one further than no label.
-      {{Matrix(1, 2, 0.95), "F8.3", fs_title, 'C', {blank}},
-       " " + fs_title + "\n          1       2\n      0.950   0.950\n"},
-      {{Matrix(1, 2, 0.95), "F8.3", fs_title, 'N'},
-       " " + fs_title + "\n         1       2\n     0.950   0.950\n"},
-      // Titles wrap in pieces of W - 1; a blank title prints no line.
-      {{Filled(1, 1), "F8.3", "ABCDEFGHIJKLMNOPQRSTUVW   ", 'I', {}, 'I', {}, 12},
-       " ABCDEFGHIJK\n LMNOPQRSTUV\n W\n          1\n 1    1.010\n"},
-      {{Filled(1, 1), "F8.3", "ABCDEFGHIJKLMNOPQRSTUV", 'I', {}, 'I', {}, 12},
-       " ABCDEFGHIJK\n LMNOPQRSTUV\n          1\n 1    1.010\n"},
-      {{Filled(1, 1), "F8.3", "      ", 'I', {}, 'I', {}, 12}, "          1\n 1    1.010\n"},
-      {{Filled(1, 1), "F8.3", "AB", 'I', {}, 'I', {}, 130, 3},
-       "    AB\n             1\n    1    1.010\n"},
-      {{Matrix(0, 3), "F8.3", "Unrotated Factor Loadings"}, " Unrotated Factor Loadings\n"},
-      {{Matrix(4, 0), "F8.3", "Unrotated Factor Loadings"}, " Unrotated Factor Loadings\n"},
-      // No minus on a zero, asterisks when too wide, halves away from zero.
-      {{FromRows({{-0.0001, -0.312, 12345.0, 2.5}}), "F8.3", "", 'N', {}, 'N'},
-       "     0.000  -0.312********   2.500\n"},
-      {{Matrix(1, 1, 1.5), "F10.3", "", 'N', {}, 'N'}, "       1.500\n"},
-      {{Matrix(1, 1, 1.5), "F8.2", "", 'N', {}, 'N'}, "      1.50\n"},
-  };
-  for (const Case& c : cases) {
-    std::string text;
-    for (const std::string& line : c.t.Print()) text += line + "\n";
-    EXPECT_EQ(text, c.text);
-  }
 }
 
 TEST(X04CBF, FifteenCharacterLabelsGiveFourteenColumnsABlock) {

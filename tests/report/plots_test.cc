@@ -52,48 +52,6 @@ char Cell(const std::vector<std::string>& lines, int row, int column) {
   return position <= line.size() ? line[position - 1] : ' ';
 }
 
-TEST(FactorPatternPlots, FourPointsAsPrinted) {
-  std::vector<std::string> lines = PatternPlot({0.6, 0.1, -0.3, 0.7}, {0.2, 0.8, 0.6, 0.1});
-  ASSERT_EQ(lines.size(), 4u + 41u + 1u + 2u + 1u + 1u + 5u);
-  EXPECT_EQ(lines[0], "1");
-  EXPECT_EQ(lines[1], std::string(35, ' ') + "Factor Pattern Plot");
-  EXPECT_EQ(lines[2], "");
-  EXPECT_EQ(lines[3], "");
-  const std::vector<std::string> top = {
-      "         1.00 +::::::::::::::+::::::::::::::+::::::::::::::+::::::::::::::+",
-      "              .                             I                             .",
-      "              .                             I                             .",
-      "              .                             I                             .",
-      "              .                             I  X                          .",
-      "         0.75 +                             I                             +",
-  };
-  for (int k = 0; k < 6; ++k) EXPECT_EQ(lines[kFirstGridLine + k], top[k]) << k;
-  const std::vector<std::string> middle = {
-      "         0.25 +                             I                             +",
-      " F            .                             I                 X           .",
-      " a            .                             I                             .",
-      " c            .                             I                    X        .",
-      " t            .                             I                             .",
-      " o       0.00 +-----------------------------------------------------------+",
-      " r            .                             I                             .",
-      "              .                             I                             .",
-      " Y            .                             I                             .",
-  };
-  for (int k = 0; k < 9; ++k) EXPECT_EQ(lines[kFirstGridLine + 15 + k], middle[k]) << k;
-  // (-0.3, 0.6): column 31 - 9 = 22, row 11 - 2 = 9.
-  EXPECT_EQ(lines[kFirstGridLine + 8],
-            "              .                    X        I                             .");
-  EXPECT_EQ(lines[kFirstGridLine + 40],
-            "        -1.00 +::::::::::::::+::::::::::::::+::::::::::::::+::::::::::::::+");
-  EXPECT_EQ(lines[45],
-            "            -1.00          -0.50          0.00           0.50           1.00");
-  EXPECT_EQ(lines[46], "");
-  EXPECT_EQ(lines[47], "");
-  EXPECT_EQ(lines[48], std::string(40, ' ') + "Factor X");
-  EXPECT_EQ(lines[49], "Factor X =   1   Factor Y =  2");
-  for (int k = 50; k < 55; ++k) EXPECT_EQ(lines[k], "") << k;
-}
-
 TEST(FactorPatternPlots, BordersAndMarks) {
   std::vector<std::string> lines = PatternPlot({0.0}, {-2.0});
   // The y labels of all nine marks, and nothing else in the margin but the

@@ -51,39 +51,6 @@ void ExpectPlot(const std::vector<std::string>& lines,
   }
 }
 
-TEST(G01AGF, TwelveEigenvaluesAsPrinted) {
-  // Read off the rows of the printed plot: one value a rank, summing to 12.
-  std::vector<double> y = {4.8, 2.0, 1.05, 0.95, 0.8, 0.55, 0.5, 0.45, 0.3, 0.25, 0.25, 0.1};
-  const std::vector<std::string> expected = {
-      "            +....+....+....+....+....+....+....+....+....+....+....+....+....+.",
-      "       5.000+                                                                 +",
-      "            .    1                                                            .",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "       3.750+                                                                 +",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "       2.500+                                                                 +",
-      "            .                                                                 .",
-      "            .         1                                                       .",
-      "            .                                                                 .",
-      "            .                                                                 .",
-      "       1.250+                                                                 +",
-      "            .              1    1                                             .",
-      "            .                        1                                        .",
-      "            .                             1    1    1                         .",
-      "            .                                            1    1    1          .",
-      "       0.000+....+....+....+....+....+....+....+....+....+....+....+....1....++",
-      "            +....+....+....+....+....+....+....+....+....+....+....+....+....+.",
-      "           0.000     2.000     4.000     6.000     8.000    10.000    12.000",
-      "                1.000     3.000     5.000     7.000     9.000    11.000    13.000",
-  };
-  EXPECT_EQ(EigenvaluePlot(y), expected);
-}
-
 TEST(G01AGF, SortsYDescendingInPlace) {
   std::vector<double> y = {1.0, 5.0, -2.0, 1.0};
   std::vector<int> isort;

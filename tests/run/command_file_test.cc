@@ -432,18 +432,6 @@ TEST(CommandFile, LabelsGoOnOverLinesAndKeepTheirCase) {
   EXPECT_EQ(parsed.options.Labels,
             (std::vector<std::string>{Pad("first", 15), Pad("Second", 15), Pad("third item", 15)}));
 }
-TEST(CommandFile, FileEndingEarlyIsASevereReadError) {
-  ParseOutcome parsed = ParseText(">TITLE: t\n>DATA: c.dat 3 100\n>OUTFILE: r.out SHORT\n");
-  EXPECT_TRUE(parsed.stopped);
-  EXPECT_EQ(parsed.kind, RunStopped::Kind::kSevere);
-  EXPECT_EQ(parsed.exit_code, 24);
-  EXPECT_EQ(parsed.err, "severe (24): end-of-file during read, unit 12, file test.in\n");
-  EXPECT_EQ(parsed.out, "");
-  parsed = ParseText("");
-  EXPECT_EQ(parsed.exit_code, 24);
-  parsed = ParseText("* only a comment\n");
-  EXPECT_EQ(parsed.exit_code, 24);
-}
 TEST(CommandFile, UnreadableCountIsASevereReadError) {
   ParseOutcome parsed = ParseText(With(1, ">DATA: corr.dat three 100"));
   EXPECT_EQ(parsed.kind, RunStopped::Kind::kSevere);
@@ -458,38 +446,6 @@ TEST(CommandFile, OverLongLines) {
   ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
   EXPECT_EQ(parsed.options.Title, " " + std::string(79, 'x'));
   EXPECT_EQ(parsed.options.PlotMode, ParsePlotMode("LLLLLLLL"));
-}
-// Every command file, however damaged, ends in a parse that returns or a
-// stop; never in a crash or a hang. The mutations are deterministic.
-TEST(CommandFile, DamagedFilesEndCleanly) {
-  const std::string base = Join(BaseLines());
-  std::uint32_t state = 12345u;
-  auto next = [&state]() {
-    state = state * 1103515245u + 12345u;
-    return (state >> 8) & 0xffffffu;
-  };
-  for (int trial = 0; trial < 400; ++trial) {
-    std::string text = base;
-    if (trial % 4 == 0) {
-      text.resize(next() % (text.size() + 1));  // cut anywhere
-    } else {
-      const int changes = 1 + static_cast<int>(next() % 6);
-      for (int change = 0; change < changes; ++change) {
-        const std::size_t at = next() % text.size();
-        text[at] = static_cast<char>(next() % 256);  // any byte, NUL included
-      }
-    }
-    // Raw data would be opened in the working directory; keep to given matrices.
-    for (std::size_t at = text.find("RAW"); at != std::string::npos; at = text.find("RAW"))
-      text[at] = 'X';
-    ParseOutcome parsed = ParseText(text);
-    if (parsed.stopped) {
-      EXPECT_TRUE(parsed.kind == RunStopped::Kind::kPlainStop ||
-                  parsed.kind == RunStopped::Kind::kTextStop ||
-                  parsed.kind == RunStopped::Kind::kSevere)
-          << "trial " << trial;
-    }
-  }
 }
 
 }  // namespace

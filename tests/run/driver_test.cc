@@ -1,8 +1,10 @@
+// The driver's small decisions that no golden case reaches at their edges:
+// the table width at the page limit, which codings smooth and save the
+// smoothed matrix, and the stem of a numbered command file. Whole runs are
+// golden cases (tests/golden).
 #include "run/driver.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
