@@ -2,14 +2,20 @@
 
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "aids/aids_report.h"
+#include "aids/likelihood_fit.h"
+#include "aids/parallel_analysis.h"
+#include "aids/velicer_map.h"
 #include "correlation/correlations.h"
 #include "correlation/polychoric.h"
 #include "correlation/smoothing.h"
@@ -20,6 +26,7 @@
 #include "frame/console.h"
 #include "frame/progress.h"
 #include "kernels/failure.h"
+#include "kernels/parallel.h"
 #include "kernels/pearson.h"
 #include "report/run_outputs.h"
 #include "rotation/random_start.h"
@@ -47,6 +54,7 @@ struct Run {
   RunArrays arrays;
   CorrelationOptions correlation;
   CorrelationWriteOptions correlation_output;
+  int aids_data_sets = 0;  // --aids[=N]; 0: no aids
 };
 
 // The report and the saved-file namer of the run.
@@ -74,8 +82,9 @@ void CheckMemory(double doubles) {
 // report named like a file the run reads (in any spelling of its path)
 // would destroy that file: the command file, the data or given matrix, the
 // item texts, the guessing vector or the factor correlations.
-void CheckReportIsNoInput(const RunOptions& options, const RecordSource& command_file) {
-  const std::filesystem::path report{std::string(TrimRight(options.OutFile))};
+bool NamesAnInput(const std::filesystem::path& output,
+                  const RunOptions& options,
+                  const RecordSource& command_file) {
   std::vector<std::string> inputs = {command_file.FullName(),
                                      std::string(TrimRight(options.DataFile))};
   if (options.HasItemFile) inputs.emplace_back(TrimRight(options.ItemFile));
@@ -83,11 +92,28 @@ void CheckReportIsNoInput(const RunOptions& options, const RecordSource& command
   if (options.HasPhiFile) inputs.emplace_back(TrimRight(options.PhiFile));
   for (const std::string& input : inputs) {
     std::error_code error;
-    if (!input.empty() && std::filesystem::equivalent(report, input, error) && !error) {
-      ConsoleLine(30, "FATAL ERROR: >OUTFILE: names an input file of this run");
-      ConsoleEmptyLines(2);
-      PauseAndStop();
-    }
+    if (!input.empty() && std::filesystem::equivalent(output, input, error) && !error) return true;
+  }
+  return false;
+}
+
+void CheckReportIsNoInput(const RunOptions& options, const RecordSource& command_file) {
+  const std::filesystem::path report{std::string(TrimRight(options.OutFile))};
+  if (NamesAnInput(report, options, command_file)) {
+    ConsoleLine(30, "FATAL ERROR: >OUTFILE: names an input file of this run");
+    ConsoleEmptyLines(2);
+    PauseAndStop();
+  }
+}
+
+// The aids file is written over as the report is, so the same guard holds
+// for its name (a data file called like the report with ".aids").
+void CheckAidsFileIsNoInput(const RunOptions& options, const RecordSource& command_file) {
+  const std::filesystem::path aids{AidsFilePath(TrimRight(options.OutFile))};
+  if (NamesAnInput(aids, options, command_file)) {
+    ConsoleLine(30, "FATAL ERROR: the aids file of >OUTFILE: names an input file of this run");
+    ConsoleEmptyLines(2);
+    PauseAndStop();
   }
 }
 
@@ -101,6 +127,14 @@ void CheckCounts(const RunOptions& options) {
 }
 
 }  // namespace
+
+std::string AidsFilePath(std::string_view report_path) {
+  const std::filesystem::path report{std::string(report_path)};
+  std::filesystem::path aids = report;
+  aids.replace_extension(".aids");
+  if (aids == report) aids += ".aids";
+  return aids.string();
+}
 
 void OutOfMemory() { AllocationFault("FATAL ERROR: Not enough memory for the arrays of this run"); }
 
@@ -382,6 +416,110 @@ void FactorAnalysis(Run& run) {
   run.arrays.Extraction = std::move(result);
 }
 
+// --- The aids (--aids) ----------------------------------------------------------------
+
+// The run's own estimator for the permuted data sets. The scores are the
+// run's as they were estimated: already split at the medians under "MD"
+// (so the copy is not split again), the run's guessing vector under "DC",
+// ipsatized under "IP". Each call is held to one thread: the data sets are
+// what is spread over the threads here.
+CorrelationFunction AidsEstimator(const Run& run) {
+  const int n = run.options.SubjectCount;
+  const int p = run.options.VariableCount;
+  const Coding coding = run.correlation.coding;
+  if (coding == Coding::kMedianSplit || coding == Coding::kDichotomous ||
+      coding == Coding::kGuessing) {
+    TetrachoricOptions options = run.correlation.tetrachoric;
+    options.median_split = false;
+    const std::vector<double> guessing = run.inputs.Guessing;
+    return [n, p, options, guessing](const Matrix& data) {
+      ScopedThreadCount one_thread(1);
+      return EstimateTetrachorics(data, n, p, options, guessing, SilentProgress()).correlations;
+    };
+  }
+  if (coding == Coding::kOrdered) {
+    const PolychoricSearch search = run.correlation.polychoric;
+    return [n, p, search](const Matrix& data) {
+      ScopedThreadCount one_thread(1);
+      return EstimatePolychorics(data, n, p, search, SilentProgress()).correlations;
+    };
+  }
+  return [n, p](const Matrix& data) {
+    std::vector<double> means, deviations;
+    Matrix products, correlations;
+    int ifail = kIfailHard;
+    G02BAF(n, p, data, means, deviations, products, correlations, ifail);
+    return correlations;
+  };
+}
+
+// One part of the aids; a part that cannot be computed for this run's
+// matrix (too few variables or subjects, an eigensolution that fails) is
+// left out of the file with a console line saying why, and the others stay.
+template <typename Compute>
+auto AidsPart(std::string_view name, Compute compute) -> std::optional<decltype(compute())> {
+  try {
+    return compute();
+  } catch (const std::invalid_argument& error) {
+    ConsoleLine(30, std::string(name) + " left out: " + error.what());
+  } catch (const std::runtime_error& error) {
+    ConsoleLine(30, std::string(name) + " left out: " + error.what());
+  }
+  return std::nullopt;
+}
+
+// Writes the whole text at once, so that the file exists only once every
+// figure is in; a write that fails removes it rather than leave part of it.
+void WriteAidsFile(const std::string& path, const std::string& text) {
+  OutputFile file;
+  file.Open(kAidsUnit, path);
+  try {
+    file.WriteLines(text);
+    file.Close();
+  } catch (const RunStopped&) {
+    std::error_code error;
+    std::filesystem::remove(path, error);
+    throw;
+  }
+}
+
+// The aids on the run's final matrix (smoothed when the run smoothed it):
+// parallel analysis where there are scores to permute, MAP, and with
+// `with_fit` the likelihood fit of the extracted solution. Only under
+// --aids; nothing of the run's other output changes.
+void AidsOfTheRun(Run& run, bool with_fit) {
+  if (run.aids_data_sets <= 0) return;
+  const Matrix& r = run.arrays.CorrelationMatrix;
+  AidsFigures figures;
+  // A line of its own, so that the counter below does not overwrite the
+  // extraction's last counter line.
+  ConsoleLine(30, "Computing the aids");
+  if (run.correlation.from_raw_data) {
+    ParallelAnalysisOptions options;
+    options.data_sets = run.aids_data_sets;
+    options.seed = static_cast<std::uint64_t>(run.context.Seed.fixed ? run.context.Seed.value
+                                                                     : kDefaultAidsSeed);
+    options.threads = ThreadCount();
+    const std::string total = std::to_string(options.data_sets);
+    auto progress = [&total](int done) {
+      ConsoleOverwrite(30, "Parallel analysis: data set " + std::to_string(done) + " of " + total);
+    };
+    const CorrelationFunction estimator = AidsEstimator(run);
+    figures.parallel = AidsPart("Parallel analysis", [&] {
+      return RunParallelAnalysis(run.arrays.ItemData, r, estimator, options, progress);
+    });
+  } else {
+    ConsoleLine(30, "Parallel analysis left out: a given matrix has no scores to permute");
+  }
+  figures.map = AidsPart("MAP", [&] { return VelicerMap(r); });
+  if (with_fit) {
+    figures.fit = AidsPart("Likelihood fit", [&] {
+      return FitLikelihood(r, run.arrays.Extraction.Loadings, run.options.SubjectCount);
+    });
+  }
+  WriteAidsFile(AidsFilePath(TrimRight(run.options.OutFile)), FormatAidsReport(figures));
+}
+
 // --- The rotation road ------------------------------------------------------------
 
 void RotationRoad(Run& run) {
@@ -508,10 +646,27 @@ void RunAnalysis(const ProgramArguments& arguments) {
   run.correlation = MakeCorrelationOptions(run.options);
   run.correlation_output = MakeCorrelationWriteOptions(run.options);
   CheckReportIsNoInput(run.options, run.files.CommandFile);
+  run.aids_data_sets = arguments.aids_data_sets;
+  if (run.aids_data_sets > 0) {
+    // A given pattern has no correlation matrix, and the triplet test asks
+    // a question of its own.
+    if (run.options.Model == Model::kRotate || run.options.Model == Model::kTriplet) {
+      ConsoleLine(30, "No aids for this model: they come with a factor analysis");
+      run.aids_data_sets = 0;
+    } else {
+      CheckAidsFileIsNoInput(run.options, run.files.CommandFile);
+    }
+  }
   // Counts that can give no arrays stop the run before the report exists,
   // so that such a run leaves no empty report behind.
   CheckCounts(run.options);
   run.files.Report.Open(kReportUnit, std::string(TrimRight(run.options.OutFile)));
+  if (run.aids_data_sets > 0) {
+    // An aids file of an earlier run goes with the report it belonged to,
+    // so that a run that stops before its aids leaves none behind.
+    std::error_code error;
+    std::filesystem::remove(AidsFilePath(TrimRight(run.options.OutFile)), error);
+  }
   NoteUnmetScoreRequests(run.options, ConsoleProgress(), run.arrays.Scores.notes);
 
   if (run.options.Model == Model::kRotate) {
@@ -524,10 +679,12 @@ void RunAnalysis(const ProgramArguments& arguments) {
       return;
     }
     if (run.options.FactorCount <= 0 || run.options.Model == Model::kCorrelations) {
+      AidsOfTheRun(run, false);
       EndOfRun(run);
       return;
     }
     FactorAnalysis(run);
+    AidsOfTheRun(run, true);
   }
   RotateAndFinish(run);
 }

@@ -30,6 +30,16 @@
 namespace vq {
 
 constexpr int kReportUnit = 11;
+// The aids file (--aids), written once its figures are all computed.
+constexpr int kAidsUnit = 41;
+// The seed of parallel analysis when the command line gives none: fixed, so
+// that the aids file of a run is the same each time it is made.
+constexpr long kDefaultAidsSeed = 1;
+
+// The aids file's path: the report's path with its extension replaced by
+// ".aids" (added when it has none), or ".aids" added to a report that is
+// itself named "*.aids".
+std::string AidsFilePath(std::string_view report_path);
 
 // The arrays of one run, owned by the driver and handed to the phases. p is
 // VariableCount, m FactorCount, N SubjectCount. An array is allocated by the

@@ -19,6 +19,8 @@
 namespace vq {
 namespace {
 
+// What a faulty command line is answered with; it names the options of the
+// first form as they were before --aids, which --help adds.
 const char kUsage[] =
     "usage: velquorin [--seed N] [--threads N] [--strict] [command-file.in]\n"
     "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
@@ -37,13 +39,36 @@ const char kUsage[] =
     "  --help      this text\n"
     "  --version   the program's version\n";
 
+// What --help prints: the usage with every option of a run.
+const char kHelp[] =
+    "usage: velquorin [--seed N] [--threads N] [--strict] [--aids[=N]] [command-file.in]\n"
+    "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
+    "       velquorin check [--all] command-file.in\n"
+    "\n"
+    "Runs the factor analysis described by the command file and writes its\n"
+    "report and saved result files. Without a command file, asks for one.\n"
+    "init writes a commented command file for a data file; check looks a\n"
+    "command file and its data over without running it.\n"
+    "\n"
+    "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
+    "  --threads N threads for the correlation estimators and the triplet\n"
+    "              test (default: every core); results never depend on N\n"
+    "  --aids[=N]  also write the aids file (report's name, extension .aids):\n"
+    "              parallel analysis on N permuted data sets (default 100),\n"
+    "              Velicer's MAP and the likelihood fit of the solution;\n"
+    "              seeded by --seed (default 1)\n"
+    "  --strict    check the command file first and refuse to start on an\n"
+    "              error; a stop of the run exits with a status other than 0\n"
+    "  --help      this text\n"
+    "  --version   the program's version\n";
+
 }  // namespace
 
 int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
   for (int i = 1; i < argc; ++i) {
     std::string_view arg = argv[i];
     if (arg == "--help") {
-      std::fputs(kUsage, stdout);
+      std::fputs(kHelp, stdout);
       return 0;
     }
     if (arg == "--version") {
@@ -52,6 +77,22 @@ int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
     }
     if (arg == "--strict") {
       arguments.strict = true;
+      continue;
+    }
+    if (arg == "--aids") {
+      arguments.aids_data_sets = kDefaultAidsDataSets;
+      continue;
+    }
+    if (arg.substr(0, 7) == "--aids=") {
+      const std::string value(arg.substr(7));
+      char* end = nullptr;
+      errno = 0;
+      const long sets = std::strtol(value.c_str(), &end, 10);
+      if (value.empty() || *end != '\0' || errno == ERANGE || sets < 1 || sets > kMaxAidsDataSets) {
+        std::fprintf(stderr, "velquorin: --aids=N needs a number from 1 to %d\n", kMaxAidsDataSets);
+        return 2;
+      }
+      arguments.aids_data_sets = static_cast<int>(sets);
       continue;
     }
     if (arg == "--seed") {

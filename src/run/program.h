@@ -15,7 +15,13 @@ struct ProgramArguments {
   bool has_seed = false;     // --seed N: fixed seed for random starts
   long seed = 0;
   bool strict = false;  // --strict: a stop ends with a status of its own
+  // --aids[=N]: the aids file with N permuted data sets for parallel
+  // analysis (kDefaultAidsDataSets without N); 0: no aids.
+  int aids_data_sets = 0;
 };
+
+constexpr int kDefaultAidsDataSets = 100;
+constexpr int kMaxAidsDataSets = 100000;
 
 // Exit statuses under --strict (without it every stop by the program ends
 // with 0, as a run always has). Severe errors keep their number and a
