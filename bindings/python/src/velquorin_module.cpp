@@ -6,11 +6,16 @@
 // The interpreter's lock is released while the engine runs, so other Python
 // threads go on; the facade takes one engine call at a time. A bad argument
 // the facade refuses (std::invalid_argument) becomes a ValueError.
+#include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "api/analysis.h"
 #include "api/host.h"
 
 namespace py = pybind11;
@@ -44,6 +49,59 @@ py::dict RunFile(const std::string& path, int threads, py::object seed) {
   return OutcomeDict(outcome);
 }
 
+using ColumnMajor = py::array_t<double, py::array::f_style | py::array::forcecast>;
+
+py::array_t<double> Square(const std::vector<double>& values, int items) {
+  ColumnMajor matrix({items, items});
+  std::copy(values.begin(), values.end(), matrix.mutable_data());
+  return matrix;
+}
+
+// The correlations of the scores `x` (subjects by items, any layout; copied
+// column-major) by the estimator `kind`: "pearson", "polychoric" or
+// "tetrachoric".
+py::dict Correlations(const std::string& kind,
+                      ColumnMajor x,
+                      const std::vector<std::string>& labels,
+                      const std::vector<double>& guessing,
+                      bool median_split,
+                      int threads) {
+  if (x.ndim() != 2)
+    throw std::invalid_argument("the scores must be a 2-d array, subjects by items");
+  vq::api::Scores scores;
+  scores.subjects = static_cast<int>(x.shape(0));
+  scores.items = static_cast<int>(x.shape(1));
+  scores.values.assign(x.data(), x.data() + x.size());
+  scores.labels = labels;
+  vq::api::RunSettings settings;
+  settings.threads = threads;
+  vq::api::CorrelationResult result;
+  {
+    py::gil_scoped_release unlocked;
+    if (kind == "pearson") {
+      result = vq::api::Pearson(scores, settings);
+    } else if (kind == "polychoric") {
+      result = vq::api::Polychoric(scores, settings);
+    } else {
+      result = vq::api::Tetrachoric(scores, guessing, median_split, settings);
+    }
+  }
+  py::dict outcome;
+  outcome["ending"] = vq::api::EndingName(result.stop.ending);
+  outcome["status"] = result.stop.status;
+  outcome["message"] = result.stop.message;
+  outcome["warnings"] = result.warnings;
+  const bool finished = result.stop.ending == vq::api::Ending::kFinished;
+  outcome["r"] =
+      finished ? py::object(Square(result.values, result.items)) : py::object(py::none());
+  outcome["se"] = result.standard_errors.empty()
+                      ? py::object(py::none())
+                      : py::object(Square(result.standard_errors, result.items));
+  outcome["proportions"] =
+      py::array_t<double>(result.proportions.size(), result.proportions.data());
+  return outcome;
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_core, module) {
@@ -54,4 +112,13 @@ PYBIND11_MODULE(_core, module) {
              py::arg("threads"),
              py::arg("seed"),
              "Runs a command file quietly; returns the outcome as a dict.");
+  module.def("correlations",
+             &Correlations,
+             py::arg("kind"),
+             py::arg("x"),
+             py::arg("labels"),
+             py::arg("guessing"),
+             py::arg("median_split"),
+             py::arg("threads"),
+             "Correlations of scores (subjects by items); returns the outcome as a dict.");
 }

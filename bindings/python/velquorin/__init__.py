@@ -121,3 +121,138 @@ def run(command_file, threads=None, seed=None, verbose=False):
         ending=outcome["ending"],
         status=outcome["status"],
     )
+
+
+def _correlation_stop(outcome):
+    error = VelquorinError.__new__(VelquorinError)
+    RuntimeError.__init__(error, outcome["message"] or "the estimator ended: " + outcome["ending"])
+    error.message = str(error)
+    error.ending = outcome["ending"]
+    error.status = outcome["status"]
+    error.report = None
+    error.saved_files = []
+    error.console = ""
+    error.errors = ""
+    error.warnings = list(outcome["warnings"])
+    return error
+
+
+def _scores(x):
+    """The scores as a float array and the labels of a DataFrame's columns."""
+    labels = []
+    if hasattr(x, "columns") and hasattr(x, "to_numpy"):
+        labels = [str(c) for c in x.columns]
+        x = x.to_numpy(dtype=float)
+    import numpy as np
+
+    array = np.asarray(x)
+    if array.dtype.kind not in "biuf":
+        raise ValueError("the scores must be numeric")
+    if array.ndim != 2:
+        raise ValueError("the scores must be a 2-d array, subjects by items")
+    return np.asfortranarray(array, dtype=float), labels
+
+
+def _labelled(matrix, labels):
+    if not labels or matrix is None:
+        return matrix
+    import pandas as pd
+
+    return pd.DataFrame(matrix, index=labels, columns=labels)
+
+
+def _correlations(kind, x, threads, guessing=(), median_split=False):
+    array, labels = _scores(x)
+    outcome = _core.correlations(
+        kind, array, labels, [float(g) for g in guessing], bool(median_split), _threads(threads)
+    )
+    if outcome["ending"] != "finished":
+        raise _correlation_stop(outcome)
+    for message in outcome["warnings"]:
+        _log.warning("%s", message)
+    return outcome, labels
+
+
+_SCORES_DOC = """
+    Args:
+        x: scores, subjects by items: a 2-d numpy array (any layout) or a
+            pandas DataFrame, whose column names become the labels. Missing
+            scores (NaN) are refused with ValueError: the engine's only
+            missing code is a score of 99 in an ordered item's highest place
+            (polychoric), which counts in no category.
+        threads: 1 to 1024, None for every core; never changes a number. The
+            interpreter's lock is released while the engine runs.
+
+    Raises:
+        VelquorinError: the engine stopped; the message is the program's.
+        ValueError: scores or arguments the engine cannot take.
+"""
+
+
+def pearson(x, threads=None):
+    """Pearson product-moment correlations of the columns of ``x``.
+
+    The numbers the program saves in its ``cor`` file for the coding "CO",
+    bit for bit. A column without variance has a row and column of 0.
+
+    Returns:
+        an items-by-items numpy array, or a DataFrame labelled by the
+        columns where a DataFrame came in.
+    """
+    outcome, labels = _correlations("pearson", x, threads)
+    return _labelled(outcome["r"], labels)
+
+
+def polychoric(x, threads=None):
+    """Polychoric correlations of ordered item scores (at most 14 categories).
+
+    Two-step maximum likelihood, each pair's r searched in [-0.9, 0.9]; a
+    pair on a bound is logged as a warning (logger "velquorin"). The numbers
+    the program saves for the coding "OR", bit for bit.
+
+    Returns:
+        an items-by-items numpy array, or a labelled DataFrame.
+    """
+    outcome, labels = _correlations("polychoric", x, threads)
+    return _labelled(outcome["r"], labels)
+
+
+def tetrachoric(x, guessing=None, median_split=False, threads=None, full=False):
+    """Tetrachoric correlations of dichotomous item scores.
+
+    The keyed score is the highest score of the first item. The numbers the
+    program saves for the codings "DI", "DC" (``guessing``) and "CD"
+    (``median_split``), bit for bit.
+
+    Args (besides x and threads):
+        guessing: None, or one chance of a correct guess an item, in [0, 1):
+            the tables are corrected for guessing.
+        median_split: split each item at its median first.
+        full: return a dict with "r", "se" (standard errors), "proportions"
+            (each item's proportion of keyed subjects) and "warnings".
+
+    Returns:
+        an items-by-items numpy array (a labelled DataFrame where a DataFrame
+        came in), or with ``full`` the dict above.
+    """
+    if guessing is None:
+        guessing = ()
+    outcome, labels = _correlations("tetrachoric", x, threads, guessing, median_split)
+    if not full:
+        return _labelled(outcome["r"], labels)
+    proportions = outcome["proportions"]
+    if labels:
+        import pandas as pd
+
+        proportions = pd.Series(proportions, index=labels)
+    return {
+        "r": _labelled(outcome["r"], labels),
+        "se": _labelled(outcome["se"], labels),
+        "proportions": proportions,
+        "warnings": list(outcome["warnings"]),
+    }
+
+
+for _function in (pearson, polychoric, tetrachoric):
+    _function.__doc__ = _function.__doc__.rstrip() + "\n" + _SCORES_DOC
+__all__ += ["pearson", "polychoric", "tetrachoric"]
