@@ -5,6 +5,7 @@
 
 #include "cli/check.h"
 #include "cli/init.h"
+#include "cli/run_outputs_front.h"
 #include "run/program.h"
 
 namespace vq {
@@ -29,7 +30,7 @@ int RunStrict(const ProgramArguments& arguments) {
                  arguments.command_file.c_str());
     return kStrictCheckFailed;
   }
-  return RunProgram(arguments);
+  return RunWithOutputs(arguments);
 }
 
 }  // namespace
@@ -43,7 +44,7 @@ int DispatchCommand(int argc, char** argv) {
   const int status = ParseProgramArguments(argc, argv, arguments);
   if (status >= 0) return status;
   if (arguments.strict) return RunStrict(arguments);
-  return RunProgram(arguments);
+  return RunWithOutputs(arguments);
 }
 
 }  // namespace vq

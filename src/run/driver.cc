@@ -17,6 +17,7 @@
 #include "aids/parallel_analysis.h"
 #include "aids/velicer_map.h"
 #include "correlation/correlations.h"
+#include "correlation/pair_order.h"
 #include "correlation/polychoric.h"
 #include "correlation/smoothing.h"
 #include "correlation/tetrachoric.h"
@@ -34,6 +35,7 @@
 #include "run/command_file.h"
 #include "run/phase_options.h"
 #include "run/report_head.h"
+#include "run/run_record.h"
 #include "scores/score_phase.h"
 #include "text/edit_descriptors.h"
 #include "writers/correlation_writer.h"
@@ -55,11 +57,52 @@ struct Run {
   CorrelationOptions correlation;
   CorrelationWriteOptions correlation_output;
   int aids_data_sets = 0;  // --aids[=N]; 0: no aids
+  // Where the whole-run outputs (--json, --html) collect the results; null
+  // when none was asked for.
+  RunRecord* record = nullptr;
 };
 
 // The report and the saved-file namer of the run.
 RunOutputs OutputsOf(Run& run) {
   return RunOutputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
+}
+
+// The estimator's figures that only the report shows otherwise: item
+// proportions, thresholds and the pairs the report warns about.
+void RecordTetrachorics(Run& run, const TetrachoricResult& result) {
+  if (run.record == nullptr) return;
+  RunRecord& record = *run.record;
+  record.tetrachoric = true;
+  record.proportions = result.items.proportions;
+  record.tetrachoric_thresholds = result.thresholds;
+  record.fall_backs = result.fall_backs;
+  record.small_cell_pairs.clear();
+  for (std::size_t q = 0; q < result.tables.size(); ++q) {
+    if (!result.tables[q].small_cells) continue;
+    const PairPosition pair = PairAt(static_cast<std::int64_t>(q));
+    record.small_cell_pairs.push_back({pair.i, pair.j});
+  }
+}
+
+void RecordPolychorics(Run& run, const PolychoricResult& result) {
+  if (run.record == nullptr) return;
+  run.record->polychoric = true;
+  run.record->category_counts = result.category_count;
+  run.record->polychoric_thresholds = result.thresholds;
+  run.record->boundary = result.boundary;
+}
+
+// What the run holds in its arrays, copied at its end or at a stop.
+void RecordArrays(Run& run) {
+  if (run.record == nullptr) return;
+  RunRecord& record = *run.record;
+  if (record.parsed) record.options = run.options;
+  record.labels = run.arrays.ItemLabels;
+  record.means = run.arrays.Means;
+  record.standard_deviations = run.arrays.StandardDeviations;
+  record.rotation = run.arrays.Rotation;
+  record.scores = run.arrays.Scores;
+  if (record.scores.estimated) record.score_file = OutputsOf(run).SavedPath("fsc");
 }
 
 // --- Allocation ------------------------------------------------------------------
@@ -241,9 +284,11 @@ void Tetrachorics(Run& run) {
                              result);
   } catch (const RunStopped&) {
     WriteFallBackWarnings(result, outputs);
+    RecordTetrachorics(run, result);
     throw;
   }
   WriteFallBackWarnings(result, outputs);
+  RecordTetrachorics(run, result);
   WriteTetrachoricTables(result, files, outputs, ConsoleProgress());
   run.arrays.CorrelationMatrix = std::move(result.correlations);
 }
@@ -262,9 +307,11 @@ void Polychorics(Run& run) {
                         result);
   } catch (const RunStopped&) {
     WriteBoundaryWarnings(result.boundary, outputs);
+    RecordPolychorics(run, result);
     throw;
   }
   WriteBoundaryWarnings(result.boundary, outputs);
+  RecordPolychorics(run, result);
   run.arrays.CorrelationMatrix = std::move(result.correlations);
 }
 
@@ -336,6 +383,10 @@ void SmoothIfAsked(Run& run) {
   const int p = run.options.VariableCount;
   Matrix smoothed(p, p);
   SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
+  if (run.record != nullptr) {
+    run.record->smoothed = true;
+    run.record->raw_correlations = run.arrays.CorrelationMatrix;
+  }
   run.arrays.CorrelationMatrix = std::move(smoothed);
   SaveSmoothedMatrix(run.correlation_output, run.arrays.CorrelationMatrix, OutputsOf(run));
 }
@@ -360,6 +411,10 @@ void CorrelationRoad(Run& run) {
   AllocateCorrelationArrays(run.options, run.arrays);
   SmoothIfAsked(run);
   ReadLabelsIfAsked(run);
+  if (run.record != nullptr) {
+    run.record->has_correlations = true;
+    run.record->correlations = run.arrays.CorrelationMatrix;
+  }
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
   if (run.correlation_output.print_matrix) {
     RunOutputs outputs = OutputsOf(run);
@@ -381,9 +436,17 @@ void TripletTestOfTheRun(Run& run) {
                     summary);
   } catch (const RunStopped&) {
     WriteTripletReport(summary, outputs);
+    if (run.record != nullptr) {
+      run.record->has_triplets = true;
+      run.record->triplets = summary;
+    }
     throw;
   }
   WriteTripletReport(summary, outputs);
+  if (run.record != nullptr) {
+    run.record->has_triplets = true;
+    run.record->triplets = summary;
+  }
   if (run.correlation_output.save_triplets) SaveTripletFile(summary, outputs);
 }
 
@@ -408,7 +471,15 @@ void FactorAnalysis(Run& run) {
     FitModel(correlations, result);
   } catch (const RunStopped&) {
     WriteModelFit(result, write_options, outputs);
+    if (run.record != nullptr) {
+      run.record->has_extraction = true;
+      run.record->extraction = result;
+    }
     throw;
+  }
+  if (run.record != nullptr) {
+    run.record->has_extraction = true;
+    run.record->extraction = result;
   }
   WriteModelFit(result, write_options, outputs);
   WriteUnrotatedResults(result, write_options, outputs);
@@ -544,6 +615,10 @@ void RotationRoad(Run& run) {
                       given.Communalities,
                       given.FactorVariance);
   ReadLabelsIfAsked(run);
+  if (run.record != nullptr) {
+    run.record->has_extraction = true;
+    run.record->extraction = given;
+  }
   WriteReportHead(run.options, run.files.CommandFile, run.files.Report);
 }
 
@@ -631,18 +706,27 @@ void RotateAndFinish(Run& run) {
   EndOfRun(run);
 }
 
-}  // namespace
-
-void RunAnalysis(const ProgramArguments& arguments) {
-  ShowBanner();
-  Run run;
+// The run proper; RunAnalysis below keeps the record up to date around it.
+void AnalyseRun(const ProgramArguments& arguments, Run& run) {
   OpenCommandFile(arguments, run.files.CommandFile);
+  if (run.record != nullptr) run.record->command_file = run.files.CommandFile.FullName();
   // From here on a long step shows its time on a terminal.
   ConsoleHeartbeat heartbeat;
   run.context = MakeRunContext(arguments, run.files.CommandFile.FullName());
   if (run.context.Seed.fixed) SetRandomSeed(run.context.Seed.value);
 
   ParseCommandFile(run.files.CommandFile, run.options, run.inputs);
+  if (run.record != nullptr) {
+    run.record->parsed = true;
+    run.record->options = run.options;
+    const RunOptions& options = run.options;
+    std::vector<std::string>& files = run.record->input_files;
+    files = {run.files.CommandFile.FullName()};
+    if (!TrimRight(options.DataFile).empty()) files.emplace_back(TrimRight(options.DataFile));
+    if (options.HasItemFile) files.emplace_back(TrimRight(options.ItemFile));
+    if (options.HasGuessFile) files.emplace_back(TrimRight(options.GuessFile));
+    if (options.HasPhiFile) files.emplace_back(TrimRight(options.PhiFile));
+  }
   run.correlation = MakeCorrelationOptions(run.options);
   run.correlation_output = MakeCorrelationWriteOptions(run.options);
   CheckReportIsNoInput(run.options, run.files.CommandFile);
@@ -687,6 +771,21 @@ void RunAnalysis(const ProgramArguments& arguments) {
     AidsOfTheRun(run, true);
   }
   RotateAndFinish(run);
+}
+
+}  // namespace
+
+void RunAnalysis(const ProgramArguments& arguments, RunRecord* record) {
+  ShowBanner();
+  Run run;
+  run.record = record;
+  try {
+    AnalyseRun(arguments, run);
+  } catch (const RunStopped&) {
+    RecordArrays(run);
+    throw;
+  }
+  RecordArrays(run);
 }
 
 }  // namespace vq

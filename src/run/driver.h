@@ -75,9 +75,13 @@ struct RunFiles {
   RecordSource FactorCorrelations;  // stream 17, the ">PHI:" file with "FLD2"
 };
 
+struct RunRecord;
+
 // Runs one analysis. Returns at the normal end, after "Finished"; every
-// other end throws RunStopped (frame/console.h).
-void RunAnalysis(const ProgramArguments& arguments);
+// other end throws RunStopped (frame/console.h). A `record` (run/run_record.h)
+// is filled with each result as it comes and, at a stop, holds what came
+// before it; null runs without one.
+void RunAnalysis(const ProgramArguments& arguments, RunRecord* record = nullptr);
 
 // --- Pieces of the run, also used on their own -----------------------------
 

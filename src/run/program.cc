@@ -15,6 +15,7 @@
 #include "kernels/parallel.h"
 #include "run/command_file.h"
 #include "run/driver.h"
+#include "run/run_record.h"
 
 namespace vq {
 namespace {
@@ -114,6 +115,14 @@ int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
       arguments.seed = seed;
       continue;
     }
+    if (arg == "--json" || arg == "--html") {
+      if (i + 1 >= argc || argv[i + 1][0] == '\0') {
+        std::fprintf(stderr, "velquorin: %s needs a file name\n", argv[i]);
+        return 2;
+      }
+      (arg == "--json" ? arguments.json_file : arguments.html_file) = argv[++i];
+      continue;
+    }
     if (arg == "--threads") {
       const std::string value = i + 1 < argc ? argv[++i] : "";
       char* end = nullptr;
@@ -176,6 +185,8 @@ void OpenCommandFile(const ProgramArguments& arguments, RecordSource& command_fi
   }
 }
 
+const char* ProgramVersion() { return VELQUORIN_VERSION; }
+
 int StrictExitStatus(const RunStopped& stop) {
   switch (stop.kind) {
     case RunStopped::Kind::kSevere:
@@ -192,19 +203,61 @@ int StrictExitStatus(const RunStopped& stop) {
   return kStrictOtherStop;
 }
 
-int RunProgram(const ProgramArguments& arguments) {
+namespace {
+
+const char* StopKindName(RunStopped::Kind kind) {
+  switch (kind) {
+    case RunStopped::Kind::kPlainStop:
+      return "plain";
+    case RunStopped::Kind::kTextStop:
+      return "text";
+    case RunStopped::Kind::kSevere:
+      return "severe";
+    case RunStopped::Kind::kCancelled:
+      return "cancelled";
+  }
+  return "plain";
+}
+
+// The stop of StopForMemory in the record; returns `status`.
+int RecordMemoryStop(RunRecord* record, int status) {
+  if (record != nullptr) {
+    record->stop.stopped = true;
+    record->stop.kind = "plain";
+    record->stop.message = "Not enough memory for the arrays of this run";
+    record->stop.exit_status = status;
+  }
+  return status;
+}
+
+}  // namespace
+
+int RunProgram(const ProgramArguments& arguments, RunRecord* record) {
+  if (record != nullptr) {
+    record->seed_fixed = arguments.has_seed;
+    record->seed = arguments.seed;
+    record->threads = ThreadCount();
+  }
   try {
-    RunAnalysis(arguments);
+    RunAnalysis(arguments, record);
   } catch (const RunStopped& stop) {
     ConsoleFlush();
     if (stop.kind == RunStopped::Kind::kPlainStop || stop.kind == RunStopped::Kind::kTextStop) {
       AskExitWindow();
     }
-    return arguments.strict ? StrictExitStatus(stop) : stop.exit_code;
+    const int status = arguments.strict ? StrictExitStatus(stop) : stop.exit_code;
+    if (record != nullptr) {
+      record->stop.stopped = true;
+      record->stop.kind = StopKindName(stop.kind);
+      record->stop.message = stop.text;
+      record->stop.exit_status = status;
+      record->stop.after_finished = stop.after_finished;
+    }
+    return status;
   } catch (const std::bad_alloc&) {
-    return StopForMemory(arguments.strict);
+    return RecordMemoryStop(record, StopForMemory(arguments.strict));
   } catch (const std::length_error&) {
-    return StopForMemory(arguments.strict);
+    return RecordMemoryStop(record, StopForMemory(arguments.strict));
   }
   ConsoleFlush();
   return 0;

@@ -14,7 +14,9 @@ struct ProgramArguments {
   std::string command_file;  // empty: ask on the terminal
   bool has_seed = false;     // --seed N: fixed seed for random starts
   long seed = 0;
-  bool strict = false;  // --strict: a stop ends with a status of its own
+  bool strict = false;    // --strict: a stop ends with a status of its own
+  std::string json_file;  // --json FILE: the run as one JSON document
+  std::string html_file;  // --html FILE: the run as one HTML page
   // --aids[=N]: the aids file with N permuted data sets for parallel
   // analysis (kDefaultAidsDataSets without N); 0: no aids.
   int aids_data_sets = 0;
@@ -22,6 +24,8 @@ struct ProgramArguments {
 
 constexpr int kDefaultAidsDataSets = 100;
 constexpr int kMaxAidsDataSets = 100000;
+
+struct RunRecord;
 
 // Exit statuses under --strict (without it every stop by the program ends
 // with 0, as a run always has). Severe errors keep their number and a
@@ -48,7 +52,13 @@ int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments);
 // Runs the analysis and returns the exit status: 0 for the normal end; a
 // severe error its number; a cancelled choice 1; every other stop 0, or
 // under `strict` the status of its kind (the constants above).
-int RunProgram(const ProgramArguments& arguments);
+// With a `record` (run/run_record.h), the run fills it with its results and
+// the command line's seed and thread count, and a stop adds its kind, text
+// and exit status.
+int RunProgram(const ProgramArguments& arguments, RunRecord* record = nullptr);
+
+// The program's version, as --version prints it.
+const char* ProgramVersion();
 
 // The status of a stopped run under --strict.
 int StrictExitStatus(const RunStopped& stop);

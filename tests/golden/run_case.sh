@@ -30,7 +30,7 @@
 # When `args` starts with a subcommand (`check`), the program is started as
 # `velquorin check ... FILE.in`, without --threads, which only a run takes.
 #
-#   run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>
+#   run_case.sh [--update | --json PREFIX] <velquorin binary> <case folder> <scratch folder>
 #
 # With --update (what `make golden-update` passes) the expected/ folder is
 # rewritten from the run with one thread instead, and only when the two runs
@@ -41,6 +41,14 @@ update=0
 if [ "${1:-}" = --update ]; then
   update=1
   shift
+fi
+# --json PREFIX (tests/json/validate_case.sh): each run also writes its JSON
+# document to PREFIX.threadsN.json, outside the scratch folder, so that the
+# comparison below also shows that --json leaves every other file as it was.
+json_prefix=
+if [ "${1:-}" = --json ]; then
+  json_prefix=$2
+  shift 2
 fi
 if [ $# -ne 3 ]; then
   echo "usage: run_case.sh [--update] <velquorin binary> <case folder> <scratch folder>" >&2
@@ -131,6 +139,7 @@ run_once() {
     command_file=("$(cd "$scratch" && ls ./*.in | head -n 1)")
   fi
   local leading=(--threads "$threads")
+  [ -n "$json_prefix" ] && leading+=(--json "$json_prefix.threads$threads.json")
   [ "${args[0]:-}" = check ] && leading=()
   (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "${command_file[@]}" \
      < "$stdin_file" > console.txt 2> stderr.txt)

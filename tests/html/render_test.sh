@@ -4,6 +4,11 @@
 # has every section, and a 1280 x 2000 screenshot is not blank.
 #
 #   render_test.sh SAMPLE_PAGE_PROGRAM demo|large|stopped WORK_DIR
+#   render_test.sh VELQUORIN run-demo|run-scores|run-triplet|run-stop WORK_DIR
+#
+# The run-* kinds are the program's own pages: `velquorin --html` on an
+# example (the demo, the regression scores, the triplet test, a given
+# pattern whose factor correlations are missing, which stops).
 #
 # Exits 77 (skipped) with one line when no Chromium is installed.
 set -euo pipefail
@@ -41,6 +46,12 @@ case $kind in
   demo) ids="settings scree loadings factor-correlations structure residuals scores triplets notes" ;;
   large) ids="settings scree loadings scores triplets notes" ;;
   stopped) ids="stop settings scree notes" ;;
+  run-demo) ids="settings scree loadings factor-correlations structure residuals notes"
+    example=demo command=demo.in ;;
+  run-scores) ids="settings scree loadings residuals scores notes"
+    example=scores command=reg.in ;;
+  run-triplet) ids="settings triplets notes" example=triplet command=trp.in ;;
+  run-stop) ids="stop settings notes" example=rotate_given command=phi_missing.in ;;
   *) echo "render_test.sh: unknown page kind '$kind'"; exit 2 ;;
 esac
 
@@ -51,7 +62,13 @@ trap 'rm -rf "$profile"' EXIT
 export HOME=${HOME:-$profile}
 
 page=$work/page.html
-"$program" "$page" "$kind"
+if [[ $kind == run-* ]]; then
+  mkdir -p "$work/run"
+  cp -r "$here/../../examples/$example/." "$work/run/"
+  (cd "$work/run" && "$program" --seed 1 --html "$page" "$command" < /dev/null > console.txt 2>&1) || true
+else
+  "$program" "$page" "$kind"
+fi
 "$python" "$here/check_page.py" page "$page"
 
 chromium_flags=(--headless --no-sandbox --disable-gpu --disable-quic --no-first-run

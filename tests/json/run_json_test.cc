@@ -1,0 +1,131 @@
+// The run document from hand-made records: what a section holds, what a run
+// that stopped early gives, numbers that are not finite, item numbers from
+// 1, and the whole-file write.
+#include "json/run_json.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace vq {
+namespace {
+
+using nlohmann::json;
+
+TEST(RunJsonTest, StopBeforeTheParseGivesNullSections) {
+  RunRecord record;
+  record.threads = 3;
+  record.command_file = "/no/such/run.in";
+  record.stop = {true, "cancelled", "", 1, false};
+  const json document = RunRecordToJson(record, "9.9");
+  EXPECT_EQ(document["format"], kRunJsonFormat);
+  EXPECT_EQ(document["program"]["version"], "9.9");
+  EXPECT_TRUE(document["command_line"]["seed"].is_null());
+  EXPECT_EQ(document["command_line"]["threads"], 3);
+  for (const char* section : {"settings", "correlations", "triplet_test", "extraction", "scores"}) {
+    EXPECT_TRUE(document[section].is_null()) << section;
+  }
+  EXPECT_TRUE(document["rotations"].empty());
+  EXPECT_EQ(document["stop"]["kind"], "cancelled");
+  EXPECT_EQ(document["stop"]["exit_status"], 1);
+}
+
+TEST(RunJsonTest, NumbersAtFullPrecisionAndNotFiniteAsNull) {
+  RunRecord record;
+  record.has_correlations = true;
+  record.correlations = Matrix(2, 2, 1.0);
+  record.correlations(0, 1) = 0.1 + 0.2;  // 0.30000000000000004
+  record.correlations(1, 0) = std::numeric_limits<double>::quiet_NaN();
+  record.boundary = {BoundaryPair{1, 0}};
+  record.small_cell_pairs = {{1, 0}};
+  const json document = RunRecordToJson(record, "1");
+  const json& matrix = document["correlations"]["matrix"];
+  EXPECT_EQ(matrix[0][1].get<double>(), 0.1 + 0.2);
+  EXPECT_TRUE(matrix[1][0].is_null());
+  // Text and back: the same double.
+  const json again = json::parse(document.dump());
+  EXPECT_EQ(again["correlations"]["matrix"][0][1].get<double>(), 0.1 + 0.2);
+  const json& warnings = document["correlations"]["warnings"];
+  ASSERT_EQ(warnings.size(), 2u);
+  EXPECT_EQ(warnings[0]["kind"], "boundary");
+  EXPECT_EQ(warnings[0]["items"], json::array({2, 1}));
+  EXPECT_EQ(warnings[1]["kind"], "small cells");
+}
+
+TEST(RunJsonTest, TripletsUpToTheLastTested) {
+  RunRecord record;
+  record.has_triplets = true;
+  record.triplets.triplet_count = 4;
+  record.triplets.triplets = {{1, 2, 3}, {1, 2, 4}, {1, 3, 4}, {2, 3, 4}};
+  record.triplets.chi_squares = {7.5, 0.25, 0, 0};
+  record.triplets.tested = 2;
+  const json document = RunRecordToJson(record, "1");
+  const json& triplets = document["triplet_test"]["triplets"];
+  ASSERT_EQ(triplets.size(), 2u);
+  EXPECT_EQ(triplets[1]["items"], json::array({1, 2, 4}));
+  EXPECT_EQ(triplets[0]["chi_square"], 7.5);
+  EXPECT_FALSE(document["triplet_test"]["complete"]);
+}
+
+TEST(RunJsonTest, RotationStagesInOrderWithTheirMatrices) {
+  RunRecord record;
+  RotatedSolution varimax;
+  varimax.method = Rotation::kVarimax;
+  varimax.item_order_loadings = Matrix(3, 2, 0.5);
+  varimax.rotation_matrix = Matrix(2, 2, 0.0);
+  RotatedSolution promax;
+  promax.method = Rotation::kPromax;
+  promax.oblique = true;
+  promax.item_order_loadings = Matrix(3, 2, 0.25);
+  promax.item_order_structure = Matrix(3, 2, 0.75);
+  promax.factor_correlations = Matrix(2, 2, 1.0);
+  promax.order = {3, 1, 2};
+  record.rotation.solutions = {varimax, promax};
+  const json rotations = RunRecordToJson(record, "1")["rotations"];
+  ASSERT_EQ(rotations.size(), 2u);
+  EXPECT_EQ(rotations[0]["method"], "VARIMAX");
+  EXPECT_TRUE(rotations[0].contains("rotation_matrix"));
+  EXPECT_FALSE(rotations[0].contains("structure"));
+  EXPECT_EQ(rotations[1]["method"], "PROMAX");
+  EXPECT_EQ(rotations[1]["structure"][2][1], 0.75);
+  EXPECT_EQ(rotations[1]["sort_order"], json::array({3, 1, 2}));
+}
+
+TEST(RunJsonTest, InputsCarryTheirDigest) {
+  const std::string path = ::testing::TempDir() + "run_json_input.dat";
+  std::ofstream(path) << "abc";
+  RunRecord record;
+  record.input_files = {path, path + ".missing"};
+  const json inputs = RunRecordToJson(record, "1")["inputs"];
+  EXPECT_EQ(inputs[0]["sha256"],
+            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_TRUE(inputs[1]["sha256"].is_null());
+  std::filesystem::remove(path);
+}
+
+TEST(WriteFileWholeTest, WritesAndLeavesNoTemporary) {
+  const std::filesystem::path folder = ::testing::TempDir() + "write_whole";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder);
+  const std::string path = (folder / "out.json").string();
+  std::ofstream(path) << "old";
+  EXPECT_EQ(WriteFileWhole(path, "new text"), "");
+  std::stringstream text;
+  text << std::ifstream(path).rdbuf();
+  EXPECT_EQ(text.str(), "new text");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+  // A folder that does not exist: a reason, and nothing left behind.
+  EXPECT_NE(WriteFileWhole((folder / "no" / "out.json").string(), "x"), "");
+  // A folder in the place of the file: the rename fails, the temporary goes.
+  std::filesystem::create_directories(folder / "taken");
+  EXPECT_NE(WriteFileWhole((folder / "taken").string(), "x"), "");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
+  std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace vq
