@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "aids/chi_square.h"
-#include "aids/spectra.h"
+#include "aids/reduced_eigenvalues.h"
 #include "kernels/lapack.h"
 
 namespace vq {

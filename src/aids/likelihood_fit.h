@@ -11,7 +11,7 @@
 //            estimates the extraction iterated with; the uniquenesses are
 //            1 - communality. (The peer prints its last iteration's
 //            communality estimates beside the loadings but fits with these.)
-//   S, Sigma are smoothed (spectra.h) first when not positive definite.
+//   S, Sigma are smoothed (reduced_eigenvalues.h) first when not positive definite.
 //   F      = tr(Sigma^-1 S) - log det(Sigma^-1 S) - p.
 //   df     = p(p-1)/2 - p m + m(m-1)/2.
 //   chi2   = F ((N - 1) - (2p + 5)/6 - 2m/3)   (Bartlett, 1950), at least 0.

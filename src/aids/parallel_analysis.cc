@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "aids/spectra.h"
+#include "aids/reduced_eigenvalues.h"
 
 namespace vq {
 namespace {

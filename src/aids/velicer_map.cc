@@ -4,7 +4,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "aids/spectra.h"
+#include "aids/reduced_eigenvalues.h"
 
 namespace vq {
 namespace {

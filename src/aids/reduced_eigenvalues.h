@@ -5,8 +5,8 @@
 //
 // Every function is a pure function of its arguments (LAPACK's reference
 // symmetric solver underneath), safe on several threads at once.
-#ifndef VELQUORIN_AIDS_SPECTRA_H_
-#define VELQUORIN_AIDS_SPECTRA_H_
+#ifndef VELQUORIN_AIDS_REDUCED_EIGENVALUES_H_
+#define VELQUORIN_AIDS_REDUCED_EIGENVALUES_H_
 
 #include <vector>
 
@@ -47,4 +47,4 @@ bool SmoothToPositiveDefinite(Matrix& r);
 
 }  // namespace vq
 
-#endif  // VELQUORIN_AIDS_SPECTRA_H_
+#endif  // VELQUORIN_AIDS_REDUCED_EIGENVALUES_H_

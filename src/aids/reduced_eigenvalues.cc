@@ -1,4 +1,4 @@
-#include "aids/spectra.h"
+#include "aids/reduced_eigenvalues.h"
 
 #include <algorithm>
 #include <cmath>
