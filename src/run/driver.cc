@@ -200,38 +200,6 @@ void CheckCorrelationArrays(const RunOptions& options) {
   CheckMemory((pearson ? 3.0 : 2.0) * pd * pd + pd * (pd - 1.0) / 2.0 + 9.0 * pd * md + md * md);
 }
 
-void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays) {
-  const int p = options.VariableCount;
-  const int m = options.FactorCount > 0 ? options.FactorCount : 0;
-  const bool pearson = IsPearsonCoding(options.Coding);
-  auto make = [](Matrix& matrix, int rows, int cols) {
-    if (matrix.rows != rows || matrix.cols != cols) matrix.Reset(rows, cols);
-  };
-  auto make_vector = [](std::vector<double>& vector, int size) {
-    if (vector.size() != static_cast<std::size_t>(size)) {
-      vector.assign(static_cast<std::size_t>(size), 0.0);
-    }
-  };
-  try {
-    make(arrays.CorrelationMatrix, p, p);
-    make(arrays.R, p, p);
-    if (pearson) {
-      make_vector(arrays.Means, p);
-      make_vector(arrays.StandardDeviations, p);
-      make(arrays.SumsOfProducts, p, p);
-    }
-    if (m > 0) {
-      make(arrays.Extraction.Loadings, p, m);
-      make_vector(arrays.Extraction.Communalities, p);
-      make_vector(arrays.Extraction.FactorVariance, m);
-    }
-  } catch (const std::bad_alloc&) {
-    OutOfMemory();
-  } catch (const std::length_error&) {
-    OutOfMemory();
-  }
-}
-
 void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays) {
   CheckCounts(options);
   const int p = options.VariableCount;
@@ -254,6 +222,21 @@ namespace {
 
 // --- The correlation road -----------------------------------------------------------
 
+// Runs `compute`, then `keep` (which writes and records what `compute` left
+// in its result). `keep` runs at a stop inside `compute` as well, before the
+// stop goes on, so that the report and the record hold what was computed up
+// to it.
+template <typename Compute, typename Keep>
+void ComputeThenKeep(Compute compute, Keep keep) {
+  try {
+    compute();
+  } catch (const RunStopped&) {
+    keep();
+    throw;
+  }
+  keep();
+}
+
 void ReadRawData(Run& run) {
   ReadItemData(run.inputs.DataFile,
                run.options.RecordFormat,
@@ -274,21 +257,20 @@ void Tetrachorics(Run& run) {
   TetrachoricResult result;
   result.items = FindTetrachoricItems(run.arrays.ItemData, n, run.options.VariableCount);
   WriteItemProportions(result.items, files, outputs);
-  try {
-    EstimateTetrachoricPairs(run.arrays.ItemData,
-                             n,
-                             result.items,
-                             run.correlation.tetrachoric,
-                             run.inputs.Guessing,
-                             ConsoleProgress(),
-                             result);
-  } catch (const RunStopped&) {
-    WriteFallBackWarnings(result, outputs);
-    RecordTetrachorics(run, result);
-    throw;
-  }
-  WriteFallBackWarnings(result, outputs);
-  RecordTetrachorics(run, result);
+  ComputeThenKeep(
+      [&] {
+        EstimateTetrachoricPairs(run.arrays.ItemData,
+                                 n,
+                                 result.items,
+                                 run.correlation.tetrachoric,
+                                 run.inputs.Guessing,
+                                 ConsoleProgress(),
+                                 result);
+      },
+      [&] {
+        WriteFallBackWarnings(result, outputs);
+        RecordTetrachorics(run, result);
+      });
   WriteTetrachoricTables(result, files, outputs, ConsoleProgress());
   run.arrays.CorrelationMatrix = std::move(result.correlations);
 }
@@ -298,20 +280,19 @@ void Tetrachorics(Run& run) {
 void Polychorics(Run& run) {
   RunOutputs outputs = OutputsOf(run);
   PolychoricResult result;
-  try {
-    EstimatePolychorics(run.arrays.ItemData,
-                        run.options.SubjectCount,
-                        run.options.VariableCount,
-                        run.correlation.polychoric,
-                        ConsoleProgress(),
-                        result);
-  } catch (const RunStopped&) {
-    WriteBoundaryWarnings(result.boundary, outputs);
-    RecordPolychorics(run, result);
-    throw;
-  }
-  WriteBoundaryWarnings(result.boundary, outputs);
-  RecordPolychorics(run, result);
+  ComputeThenKeep(
+      [&] {
+        EstimatePolychorics(run.arrays.ItemData,
+                            run.options.SubjectCount,
+                            run.options.VariableCount,
+                            run.correlation.polychoric,
+                            ConsoleProgress(),
+                            result);
+      },
+      [&] {
+        WriteBoundaryWarnings(result.boundary, outputs);
+        RecordPolychorics(run, result);
+      });
   run.arrays.CorrelationMatrix = std::move(result.correlations);
 }
 
@@ -402,13 +383,11 @@ void ReadLabelsIfAsked(Run& run) {
 // "LONG") the matrix itself.
 void CorrelationRoad(Run& run) {
   // The counts are checked first, as the order of the run's messages has
-  // it; the arrays are made only once the data are in (the estimators size
-  // the correlation matrix and its companions themselves), so that a count
-  // far beyond a small file ends at the file's end, not in arrays of the
-  // size it claims.
+  // it; no array is made ahead of its phase (each phase sizes what it
+  // returns), so that a count far beyond a small file ends at the file's
+  // end, not in arrays of the size it claims.
   CheckCorrelationArrays(run.options);
   ComputeCorrelationMatrix(run);
-  AllocateCorrelationArrays(run.options, run.arrays);
   SmoothIfAsked(run);
   ReadLabelsIfAsked(run);
   if (run.record != nullptr) {
@@ -427,26 +406,22 @@ void CorrelationRoad(Run& run) {
 void TripletTestOfTheRun(Run& run) {
   RunOutputs outputs = OutputsOf(run);
   TripletSummary summary;
-  try {
-    TestAllTriplets(run.arrays.ItemData,
-                    run.options.SubjectCount,
-                    run.options.VariableCount,
-                    run.arrays.CorrelationMatrix,
-                    ConsoleProgress(),
-                    summary);
-  } catch (const RunStopped&) {
-    WriteTripletReport(summary, outputs);
-    if (run.record != nullptr) {
-      run.record->has_triplets = true;
-      run.record->triplets = summary;
-    }
-    throw;
-  }
-  WriteTripletReport(summary, outputs);
-  if (run.record != nullptr) {
-    run.record->has_triplets = true;
-    run.record->triplets = summary;
-  }
+  ComputeThenKeep(
+      [&] {
+        TestAllTriplets(run.arrays.ItemData,
+                        run.options.SubjectCount,
+                        run.options.VariableCount,
+                        run.arrays.CorrelationMatrix,
+                        ConsoleProgress(),
+                        summary);
+      },
+      [&] {
+        WriteTripletReport(summary, outputs);
+        if (run.record != nullptr) {
+          run.record->has_triplets = true;
+          run.record->triplets = summary;
+        }
+      });
   if (run.correlation_output.save_triplets) SaveTripletFile(summary, outputs);
 }
 
@@ -467,21 +442,14 @@ void FactorAnalysis(Run& run) {
   result.InitialEigenvalues = ScreenEigenvalues(correlations);
   WriteEigenvalueScreen(result.InitialEigenvalues, write_options, outputs);
   ExtractFactors(correlations, options, progress, result);
-  try {
-    FitModel(correlations, result);
-  } catch (const RunStopped&) {
-    WriteModelFit(result, write_options, outputs);
-    if (run.record != nullptr) {
-      run.record->has_extraction = true;
-      run.record->extraction = result;
-    }
-    throw;
-  }
-  if (run.record != nullptr) {
-    run.record->has_extraction = true;
-    run.record->extraction = result;
-  }
-  WriteModelFit(result, write_options, outputs);
+  ComputeThenKeep([&] { FitModel(correlations, result); },
+                  [&] {
+                    WriteModelFit(result, write_options, outputs);
+                    if (run.record != nullptr) {
+                      run.record->has_extraction = true;
+                      run.record->extraction = result;
+                    }
+                  });
   WriteUnrotatedResults(result, write_options, outputs);
   run.arrays.R = result.WorkingMatrix;
   run.arrays.Extraction = std::move(result);
@@ -682,13 +650,8 @@ void FactorScoresOfTheRun(Run& run) {
   RunOutputs outputs(run.files.Report, run.context.RunDirectory, run.context.RunStem);
   ScoreFile file(outputs);
   ScoreResult& result = run.arrays.Scores;
-  try {
-    EstimateScores(data, choice, options, ConsoleProgress(), result);
-  } catch (const RunStopped&) {
-    WriteScoreTables(result, write_options, outputs);
-    throw;
-  }
-  WriteScoreTables(result, write_options, outputs);
+  ComputeThenKeep([&] { EstimateScores(data, choice, options, ConsoleProgress(), result); },
+                  [&] { WriteScoreTables(result, write_options, outputs); });
   file.Write(result);
   if (write_options.plot) WriteScorePlot(result, outputs);
 }

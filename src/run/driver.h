@@ -103,14 +103,6 @@ int CorrelationTableWidth(int page_width);
 // lines, a pause and a stop. Nothing is allocated.
 void CheckCorrelationArrays(const RunOptions& options);
 
-// Allocates the arrays of the correlation road by the counts of `options`
-// (after CheckCorrelationArrays): Pearson sums with "CO" and "IP", factor
-// arrays only when m is above 0; an array that already has its shape (one
-// an estimator has filled) is kept as it is. ItemData and SubjectIds are
-// the reader's: it makes them once the file has shown the N records the
-// count claims. An allocation that fails ends the run as above.
-void AllocateCorrelationArrays(const RunOptions& options, RunArrays& arrays);
-
 // Allocates the arrays of the rotation road: the p by m pattern and its
 // companions, m by m factor correlations. Failures as above.
 void AllocateRotationArrays(const RunOptions& options, RunArrays& arrays);
