@@ -492,8 +492,9 @@ void FactorAnalysis(Run& run) {
 // The run's own estimator for the permuted data sets. The scores are the
 // run's as they were estimated: already split at the medians under "MD"
 // (so the copy is not split again), the run's guessing vector under "DC",
-// ipsatized under "IP". Each call is held to one thread: the data sets are
-// what is spread over the threads here.
+// ipsatized under "IP" (and ipsatized again once permuted). Each call is
+// held to one thread: the data sets are what is spread over the threads
+// here.
 CorrelationFunction AidsEstimator(const Run& run) {
   const int n = run.options.SubjectCount;
   const int p = run.options.VariableCount;
@@ -515,11 +516,14 @@ CorrelationFunction AidsEstimator(const Run& run) {
       return EstimatePolychorics(data, n, p, search, SilentProgress()).correlations;
     };
   }
-  return [n, p](const Matrix& data) {
+  const bool ipsatized = coding == Coding::kIpsatized;
+  return [n, p, ipsatized](const Matrix& data) {
     std::vector<double> means, deviations;
     Matrix products, correlations;
+    Matrix scores = data;
+    if (ipsatized) IpsatizeRows(scores);
     int ifail = kIfailHard;
-    G02BAF(n, p, data, means, deviations, products, correlations, ifail);
+    G02BAF(n, p, scores, means, deviations, products, correlations, ifail);
     return correlations;
   };
 }
