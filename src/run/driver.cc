@@ -592,6 +592,7 @@ void AidsOfTheRun(Run& run, bool with_fit) {
       return FitLikelihood(r, run.arrays.Extraction.Loadings, run.options.SubjectCount);
     });
   }
+  if (run.record != nullptr) run.record->aids = figures;
   WriteAidsFile(AidsFilePath(TrimRight(run.options.OutFile)), FormatAidsReport(figures));
 }
 
