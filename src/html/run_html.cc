@@ -140,7 +140,9 @@ void AddExtraction(const RunRecord& record, HtmlReportModel& model) {
     residuals.class_edges.push_back(mid.back() + width / 2.0);
     for (double c : fit.ClassCounts) residuals.class_counts.push_back(std::llround(c));
   }
+  // The decimals of the report's lines.
   residuals.fit = {{"GFI", fit.Gfi, 4},
+                   {"Mean squared residual", fit.MeanSquaredResidual, 4},
                    {"RMSR", fit.Rmsr, 4},
                    {"Mean residual", fit.Mean, 4},
                    {"SD of residuals", fit.StandardDeviation, 4},
