@@ -382,11 +382,10 @@ void SmoothIfAsked(Run& run) {
   ConsoleLine(30, "Smoothing Correlations");
   const int p = run.options.VariableCount;
   Matrix smoothed(p, p);
+  // The smoothing leaves its eigenvectors in the matrix it is given.
+  if (run.record != nullptr) run.record->raw_correlations = run.arrays.CorrelationMatrix;
   SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
-  if (run.record != nullptr) {
-    run.record->smoothed = true;
-    run.record->raw_correlations = run.arrays.CorrelationMatrix;
-  }
+  if (run.record != nullptr) run.record->smoothed = true;
   run.arrays.CorrelationMatrix = std::move(smoothed);
   SaveSmoothedMatrix(run.correlation_output, run.arrays.CorrelationMatrix, OutputsOf(run));
 }
