@@ -402,7 +402,7 @@ std::string RenderAids(const AidsData& aids) {
   if (aids.factor_scree && !aids.factor_scree->observed.empty()) {
     const ScreeData& scree = *aids.factor_scree;
     out += Figure(
-        ScreePlotSvg(scree.observed, scree.reference),
+        ScreePlotSvg(scree.observed, scree.reference, false),
         "Scree plot: " + scree.title + ", " +
             Plural(static_cast<long long>(scree.observed.size()), "eigenvalue", "eigenvalues") +
             ", largest first. Dashed lines: the same of permuted data"

@@ -408,6 +408,7 @@ TEST(HtmlReportTest, RunPageWithFitFiguresAndAids) {
   EXPECT_NE(scree.find(">1.336<"), std::string::npos);
   const std::string section = Section(page, "aids");
   EXPECT_EQ(Occurrences(section, "<svg "), 1u);
+  EXPECT_EQ(section.find("unit-line"), std::string::npos);  // no eigenvalue 1 on a reduced scree
   EXPECT_NE(section.find("Suggested: 2 components, 2 factors."), std::string::npos);
   for (const char* cell : {">2.9070<",
                            ">-0.0100<",
