@@ -218,7 +218,6 @@ def check_report(checks, text, doc):
         else:
             compare_table(checks, part, text, r"Variance explained by each rotated factor",
                           position, [solution["variance_explained"]], 8, 3)
-            objective = text.find(r".*", position)
             for line in text.lines[position:]:
                 if line.startswith("Varimax Objective function = "):
                     checks.field(part, "objective", line[-6:].rjust(6), solution["objective"], 6, 4)
@@ -259,7 +258,8 @@ def check_report(checks, text, doc):
 
 
 def saved_numbers(path):
-    return [line.split() for line in open(path, encoding="latin-1").read().split("\n") if line.strip()]
+    lines = open(path, encoding="latin-1").read().split("\n")
+    return [line.split() for line in lines if line.strip()]
 
 
 def check_saved(checks, run_folder, doc):
@@ -299,7 +299,9 @@ def check_saved(checks, run_folder, doc):
         # The last solution written: its rows as the report printed them.
         last = solutions[-1] if solutions else None
         loadings = last["loadings"] if last else ext["loadings"]
-        order = [k - 1 for k in last["sort_order"]] if last and last["sort_order"] and settings.get("sort") else range(len(loadings))
+        order = range(len(loadings))
+        if last and last["sort_order"] and settings.get("sort"):
+            order = [k - 1 for k in last["sort_order"]]
         matrix("fac file", saved("fac"), [loadings[k] for k in order], 8, 4, skip=1)
     oblique = [s for s in solutions if s["oblique"]]
     if oblique and saved("phi"):
@@ -320,8 +322,9 @@ def check_aids(checks, path, aids):
             fields = lines[start + k].split()
             for (lines_key, key), printed in zip(keys, fields[1:]):
                 value = parallel[lines_key][key][k]
-                checks.same("aids file", f"{lines_key} {key} {k + 1}", printed,
-                            "--" if value is None else "%.4f" % value if abs(round(value, 4)) > 0 else "0.0000")
+                # "%.4f" as the file has it, without the sign of a zero.
+                expected = "--" if value is None else ("%.4f" % value).replace("-0.0000", "0.0000")
+                checks.same("aids file", f"{lines_key} {key} {k + 1}", printed, expected)
     fit = aids["likelihood_fit"]
     if fit:
         for label, key, digits in (("Discrepancy F", "objective", 5), ("RMSEA   ", "rmsea", 4),
@@ -338,17 +341,19 @@ def check_page(checks, path, text):
     section = re.search(r'<section id="residuals".*?</section>', page, re.S)
     if not section:
         return
-    figures = dict((html.unescape(name), value) for name, value in
-                   re.findall(r'<tr><td>([^<]*)</td><td class="num">([^<]*)</td></tr>', section.group(0)))
+    cells = r'<tr><td>([^<]*)</td><td class="num">([^<]*)</td></tr>'
+    figures = {html.unescape(name): value for name, value in re.findall(cells, section.group(0))}
     printed = {}
     for line in text.lines:
-        for name, pattern in (("GFI", r"GFI = (.*)"), ("Mean squared residual", r"Mean squared residual (.*)"),
+        for name, pattern in (("GFI", r"GFI = (.*)"),
+                              ("Mean squared residual", r"Mean squared residual (.*)"),
                               ("RMSR", r"Root Mean Squared Residual \(RMSR\) = (.*)"),
                               ("Mean residual", r"Mean residual = (.*)"),
                               ("SD of residuals", r"Standard deviation of residuals = (.*)"),
                               ("Skewness", r"Coefficient of skewness = (.*)"),
                               ("Kurtosis", r"Coefficient of kurtosis = (.*)"),
-                              ("Smallest residual", r" +MIN +(\S+)"), ("Largest residual", r" +MIN +\S+ +(\S+)")):
+                              ("Smallest residual", r" +MIN +(\S+)"),
+                              ("Largest residual", r" +MIN +\S+ +(\S+)")):
             match = re.match(pattern, line)
             if match and name not in printed:
                 printed[name] = match.group(1).strip()
