@@ -13,7 +13,14 @@ std::string Fixed(double value, int width, int decimals) {
   if (std::isnan(value)) return std::string(width > 2 ? width - 2 : 0, ' ') + "--";
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%*.*f", width, decimals, value);
-  return buffer;
+  // A value that rounds to zero shows no sign (a zero eigenvalue of a
+  // singular matrix comes out of the solver as +-1e-16).
+  std::string text = buffer;
+  const std::size_t minus = text.find('-');
+  if (minus != std::string::npos && text.find_first_of("123456789") == std::string::npos) {
+    text[minus] = ' ';
+  }
+  return text;
 }
 
 std::string Integer(long long value, int width) {

@@ -91,6 +91,23 @@ void PermuteColumns(Matrix& data, std::mt19937_64& generator) {
   }
 }
 
+void IpsatizeRows(Matrix& data) {
+  const int p = data.cols;
+  if (p < 1) return;
+  for (int row = 0; row < data.rows; ++row) {
+    double sum = 0.0;
+    for (int col = 0; col < p; ++col) sum += data(row, col);
+    const double mean = sum / p;
+    double squares = 0.0;
+    for (int col = 0; col < p; ++col) squares += (data(row, col) - mean) * (data(row, col) - mean);
+    const double deviation = p > 1 ? std::sqrt(squares / (p - 1)) : 0.0;
+    for (int col = 0; col < p; ++col) {
+      data(row, col) =
+          deviation > 0.0 ? (data(row, col) - mean) / deviation : data(row, col) - mean;
+    }
+  }
+}
+
 double QuantileType7(std::vector<double>& values, double level) {
   if (values.empty()) return std::numeric_limits<double>::quiet_NaN();
   std::sort(values.begin(), values.end());

@@ -83,6 +83,14 @@ std::uint64_t UniformIndex(std::mt19937_64& generator, std::uint64_t bound);
 // by Fisher-Yates from the last row down.
 void PermuteColumns(Matrix& data, std::mt19937_64& generator);
 
+// Ipsatizes each row of `data` (N x p) in place, as the run ipsatizes its
+// scores: the row's mean taken off and the rest divided by the row's
+// standard deviation (divisor p - 1). A row without variance is only
+// centred. Permuting ipsatized columns breaks their sum to zero, so that the
+// permuted data sets of an ipsatized run are ipsatized again: their
+// correlation matrices are then singular like the observed one.
+void IpsatizeRows(Matrix& data);
+
 // The quantile of `values` at `level` by linear interpolation between order
 // statistics, x[lo] + h (x[hi] - x[lo]) with position 1 + (n - 1) level:
 // Hyndman and Fan's definition 7, the default of R's quantile(). `values`

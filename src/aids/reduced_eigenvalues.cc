@@ -11,6 +11,9 @@ namespace vq {
 namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
+// A squared eigenvector element above this is a share of its direction and
+// not rounding noise (which is of the order of kEpsilon squared).
+constexpr double kNullWeight = 1e-8;
 
 bool AllFinite(const Matrix& a) {
   return std::all_of(
@@ -49,13 +52,27 @@ std::vector<double> SquaredMultipleCorrelations(const Matrix& r) {
   std::vector<double> smc(static_cast<std::size_t>(p));
   for (int item = 0; item < p; ++item) {
     double inverse_diagonal = 0.0;
+    double null_weight = 0.0;  // the item's share of the dropped directions
     for (int k = 0; k < p; ++k) {
       const double value = spectrum.values[k];
-      if (std::fabs(value) <= cutoff) continue;
       const double v = spectrum.vectors(item, k);
+      if (std::fabs(value) <= cutoff) {
+        null_weight += v * v;
+        continue;
+      }
       inverse_diagonal += v * v / value;
     }
-    smc[item] = std::clamp(1.0 - 1.0 / inverse_diagonal, 0.0, 1.0);
+    // An item with a share of a (near) null direction is a linear function
+    // of the others: its squared multiple correlation is 1, the limit of
+    // 1 - 1 / ((R + eI)^-1)_ii as e goes to 0, in which that direction's
+    // term grows without bound. The pseudo-inverse alone would leave the
+    // term out and give such an item a value near 0 (every item of
+    // ipsatized scores, whose reduced matrix then lost 1 at every position).
+    if (null_weight > kNullWeight) {
+      smc[item] = 1.0;
+    } else {
+      smc[item] = std::clamp(1.0 - 1.0 / inverse_diagonal, 0.0, 1.0);
+    }
   }
   return smc;
 }

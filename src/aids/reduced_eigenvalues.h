@@ -31,8 +31,10 @@ bool DecreasingSpectrum(const Matrix& a, bool vectors, SymmetricSpectrum& spectr
 // others, where R^+ is the pseudo-inverse of `r` that keeps the eigenvalues
 // of absolute value above sqrt(machine epsilon) times the largest: the
 // ordinary inverse for a well-conditioned matrix, and still defined for a
-// singular or indefinite one. Values are clamped to [0, 1]. Empty when the
-// eigensolver fails.
+// singular or indefinite one. A variable with a share (squared element above
+// 1e-8) of an eigenvector whose eigenvalue is dropped is an exact linear
+// function of the others and gets 1. Values are clamped to [0, 1]. Empty
+// when the eigensolver fails.
 std::vector<double> SquaredMultipleCorrelations(const Matrix& r);
 
 // `r` with its diagonal replaced by `diagonal` (size p).

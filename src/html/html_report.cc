@@ -157,6 +157,10 @@ bool HasPhi(const HtmlReportModel& m) {
 bool HasResiduals(const HtmlReportModel& m) {
   return m.residuals && (!m.residuals->class_counts.empty() || !m.residuals->fit.empty());
 }
+bool HasAids(const HtmlReportModel& m) {
+  return m.aids && (!m.aids->summary.empty() || !m.aids->tables.empty() ||
+                    (m.aids->factor_scree && !m.aids->factor_scree->observed.empty()));
+}
 bool HasScores(const HtmlReportModel& m) { return m.scores && !m.scores->plots.empty(); }
 bool HasTriplets(const HtmlReportModel& m) {
   return m.triplets && (!m.triplets->item_labels.empty() || m.triplets->pair_counts.rows > 0 ||
@@ -375,6 +379,39 @@ std::string RenderResiduals(const ResidualData& residuals) {
   return out + "</section>\n";
 }
 
+std::string RenderTextTable(const TextTable& table) {
+  std::string out;
+  if (!table.title.empty()) out += "<h3>" + Esc(table.title) + "</h3>\n";
+  out += "<table><thead><tr>";
+  for (std::size_t k = 0; k < table.heads.size(); ++k) {
+    out += k == 0 ? "<th>" + Esc(table.heads[k]) + "</th>"
+                  : "<th class=\"num\">" + Esc(table.heads[k]) + "</th>";
+  }
+  out += "</tr></thead><tbody>\n";
+  for (const std::vector<std::string>& row : table.rows) {
+    out += "<tr>";
+    for (std::size_t k = 0; k < row.size(); ++k) out += Cell(row[k], k > 0);
+    out += "</tr>\n";
+  }
+  return out + "</tbody></table>\n";
+}
+
+std::string RenderAids(const AidsData& aids) {
+  std::string out = SectionOpen("aids", "Number of factors and likelihood fit");
+  for (const std::string& line : aids.summary) out += "<p>" + Esc(line) + "</p>\n";
+  if (aids.factor_scree && !aids.factor_scree->observed.empty()) {
+    const ScreeData& scree = *aids.factor_scree;
+    out += Figure(
+        ScreePlotSvg(scree.observed, scree.reference, false),
+        "Scree plot: " + scree.title + ", " +
+            Plural(static_cast<long long>(scree.observed.size()), "eigenvalue", "eigenvalues") +
+            ", largest first. Dashed lines: the same of permuted data"
+            " (parallel analysis).");
+  }
+  for (const TextTable& table : aids.tables) out += RenderTextTable(table);
+  return out + "</section>\n";
+}
+
 std::string RenderScores(const ScoreData& scores) {
   std::string out = SectionOpen("scores", "Factor scores");
   if (!scores.method.empty()) out += "<p>Method: " + Esc(scores.method) + "</p>\n";
@@ -493,6 +530,7 @@ std::string RenderHtml(const HtmlReportModel& model) {
       {"factor-correlations", "Factor correlations", HasPhi(model)},
       {"structure", "Structure", HasTable(model.structure)},
       {"residuals", "Residuals", HasResiduals(model)},
+      {"aids", "Aids", HasAids(model)},
       {"scores", "Scores", HasScores(model)},
       {"triplets", "Triplet test", HasTriplets(model)},
       {"notes", "Notes", true},
@@ -536,6 +574,7 @@ std::string RenderHtml(const HtmlReportModel& model) {
         *model.structure, "structure", "Factor structure", "Item-factor correlation");
   }
   if (HasResiduals(model)) page += RenderResiduals(*model.residuals);
+  if (HasAids(model)) page += RenderAids(*model.aids);
   if (HasScores(model)) page += RenderScores(*model.scores);
   if (HasTriplets(model)) page += RenderTriplets(*model.triplets);
   page += RenderNotes(model.notes);

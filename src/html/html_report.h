@@ -117,6 +117,24 @@ struct TripletData {
   std::string criterion;  // how a triplet is called suspicious
 };
 
+// A table of cells already written as text (the figures of the aids with
+// the decimals of the aids file, "--" where one is not defined). The first
+// column is a name, the others numbers.
+struct TextTable {
+  std::string title;
+  std::vector<std::string> heads;
+  std::vector<std::vector<std::string>> rows;
+};
+
+// The aids to the number of factors and the fit (--aids): what was computed
+// and suggested, in sentences; the scree of the SMC-reduced matrix with its
+// parallel-analysis lines; the tables of figures.
+struct AidsData {
+  std::vector<std::string> summary;
+  std::optional<ScreeData> factor_scree;
+  std::vector<TextTable> tables;
+};
+
 enum class Severity { kNote, kWarning, kError };
 
 // A message of the run: what it said and where it said it ("report",
@@ -144,6 +162,7 @@ struct HtmlReportModel {
   std::optional<FactorCorrelations> factor_correlations;
   std::optional<LoadingTable> structure;
   std::optional<ResidualData> residuals;
+  std::optional<AidsData> aids;
   std::optional<ScoreData> scores;
   std::optional<TripletData> triplets;
   std::vector<Note> notes;
@@ -166,6 +185,7 @@ inline constexpr int kMaxScatterPoints = 2000;
 //   "factor-correlations"  when model.factor_correlations is m x m, m > 0
 //   "structure"            when model.structure has rows
 //   "residuals"            when model.residuals has classes or fit figures
+//   "aids"                 when model.aids has a summary, a plot or a table
 //   "scores"               when model.scores has plots
 //   "triplets"             when model.triplets has items
 //   "notes"                always (says "none" when the run had none)

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "html/html_text.h"
 #include "run/program.h"
 #include "text/edit_descriptors.h"
 
@@ -139,7 +140,9 @@ void AddExtraction(const RunRecord& record, HtmlReportModel& model) {
     residuals.class_edges.push_back(mid.back() + width / 2.0);
     for (double c : fit.ClassCounts) residuals.class_counts.push_back(std::llround(c));
   }
+  // The decimals of the report's lines.
   residuals.fit = {{"GFI", fit.Gfi, 4},
+                   {"Mean squared residual", fit.MeanSquaredResidual, 4},
                    {"RMSR", fit.Rmsr, 4},
                    {"Mean residual", fit.Mean, 4},
                    {"SD of residuals", fit.StandardDeviation, 4},
@@ -184,6 +187,134 @@ void AddLoadings(const RunRecord& record, HtmlReportModel& model) {
                                solution->factor_correlations};
   model.structure =
       Table(name + sorted + " Factor Structure", solution->structure, solution->order, labels, 0.0);
+}
+
+// A figure of the aids as the aids file prints it: `decimals` places, "--"
+// where it is not defined.
+std::string AidsFigure(double value, int decimals) {
+  return std::isnan(value) ? std::string("--") : html::FormatFixed(value, decimals);
+}
+
+std::vector<html::ReferenceLine> ParallelLines(const EigenvalueLines& lines, int data_sets) {
+  return {{"Mean of " + std::to_string(data_sets) + " permuted data sets", lines.mean},
+          {"95th percentile of the permuted data sets", lines.percentile}};
+}
+
+void AddParallelAnalysis(const ParallelAnalysisResult& parallel,
+                         HtmlReportModel& model,
+                         html::AidsData& aids) {
+  // The report's scree is of the same matrix as the components line.
+  if (!model.eigenvalues) {
+    model.eigenvalues = html::ScreeData{.title = "Eigenvalues of the correlation matrix",
+                                        .observed = parallel.components.observed};
+  }
+  model.eigenvalues->reference = ParallelLines(parallel.components, parallel.data_sets);
+  aids.factor_scree =
+      html::ScreeData{.title = "Eigenvalues of the SMC-reduced correlation matrix",
+                      .observed = parallel.factors.observed,
+                      .reference = ParallelLines(parallel.factors, parallel.data_sets)};
+  aids.summary.push_back(
+      "Parallel analysis (Horn, 1965): " + std::to_string(parallel.data_sets) +
+      " data sets of permuted item scores (" + std::to_string(parallel.observations) +
+      " subjects, " + std::to_string(parallel.variables) + " variables), seed " +
+      std::to_string(parallel.seed) +
+      ". Suggested: " + std::to_string(parallel.components.suggested) + " components, " +
+      std::to_string(parallel.factors.suggested) + " factors.");
+  html::TextTable table{"Parallel analysis",
+                        {"Position",
+                         "Components: observed",
+                         "mean",
+                         "95th percentile",
+                         "Factors: observed",
+                         "mean",
+                         "95th percentile"},
+                        {}};
+  for (int k = 0; k < parallel.variables; ++k) {
+    const auto at = [k](const std::vector<double>& values) {
+      return k < static_cast<int>(values.size()) ? AidsFigure(values[k], 4) : std::string("--");
+    };
+    table.rows.push_back({std::to_string(k + 1),
+                          at(parallel.components.observed),
+                          at(parallel.components.mean),
+                          at(parallel.components.percentile),
+                          at(parallel.factors.observed),
+                          at(parallel.factors.mean),
+                          at(parallel.factors.percentile)});
+  }
+  aids.tables.push_back(std::move(table));
+}
+
+void AddMap(const MapResult& map, html::AidsData& aids) {
+  aids.summary.push_back("Velicer's MAP test: " + std::to_string(map.suggested_squared) +
+                         " components by the squared partial correlations (Velicer, 1976), " +
+                         std::to_string(map.suggested_fourth) +
+                         " by their fourth powers (Velicer, Eaton and Fava, 2000).");
+  html::TextTable table{"Minimum average partial (MAP) test",
+                        {"Components removed (m)", "Mean r\u00b2", "Mean r\u2074"},
+                        {}};
+  for (std::size_t m = 0; m < map.squared.size() && m < map.fourth.size(); ++m) {
+    table.rows.push_back(
+        {std::to_string(m), AidsFigure(map.squared[m], 6), AidsFigure(map.fourth[m], 6)});
+  }
+  aids.tables.push_back(std::move(table));
+}
+
+void AddLikelihoodFit(const LikelihoodFit& fit, html::AidsData& aids) {
+  std::string smoothed;
+  if (fit.smoothed_correlations)
+    smoothed += " The correlation matrix was smoothed to be positive definite.";
+  if (fit.smoothed_model)
+    smoothed += " The reproduced matrix was smoothed to be positive definite.";
+  aids.summary.push_back(
+      "Likelihood fit of the unrotated solution: " + std::to_string(fit.factors) + " factors, " +
+      std::to_string(fit.variables) + " variables, " + std::to_string(fit.observations) +
+      " subjects." + smoothed);
+  const std::string p_value = !std::isnan(fit.p_value) && fit.p_value < 0.00005
+                                  ? std::string("< 0.0001")
+                                  : AidsFigure(fit.p_value, 4);
+  aids.tables.push_back({"Likelihood fit",
+                         {"Figure", "Value", "df", "p-value"},
+                         {{"Discrepancy F", AidsFigure(fit.objective, 5), "", ""},
+                          {"Chi-square (Bartlett corrected)",
+                           AidsFigure(fit.chi_square, 3),
+                           std::to_string(fit.df),
+                           p_value},
+                          {"Null model chi-square",
+                           AidsFigure(fit.null_chi_square, 3),
+                           std::to_string(fit.null_df),
+                           ""},
+                          {"RMSEA", AidsFigure(fit.rmsea, 4), "", ""},
+                          {"RMSEA 90% interval, lower", AidsFigure(fit.rmsea_lower, 4), "", ""},
+                          {"RMSEA 90% interval, upper", AidsFigure(fit.rmsea_upper, 4), "", ""},
+                          {"Tucker-Lewis index", AidsFigure(fit.tli, 4), "", ""},
+                          {"BIC", AidsFigure(fit.bic, 3), "", ""}}});
+  html::TextTable variance{
+      "Variance accounted for",
+      {"Factor", "SS loadings", "Proportion", "Cumulative", "Explained", "Cumulative"},
+      {}};
+  const FactorVariance& v = fit.variance;
+  for (std::size_t k = 0; k < v.ss_loadings.size(); ++k) {
+    const auto at = [k](const std::vector<double>& values) {
+      return k < values.size() ? AidsFigure(values[k], 4) : std::string("--");
+    };
+    variance.rows.push_back({std::to_string(k + 1),
+                             at(v.ss_loadings),
+                             at(v.proportion),
+                             at(v.cumulative),
+                             at(v.proportion_explained),
+                             at(v.cumulative_explained)});
+  }
+  aids.tables.push_back(std::move(variance));
+}
+
+void AddAids(const RunRecord& record, HtmlReportModel& model) {
+  if (!record.aids) return;
+  const AidsFigures& figures = *record.aids;
+  html::AidsData aids;
+  if (figures.parallel) AddParallelAnalysis(*figures.parallel, model, aids);
+  if (figures.map) AddMap(*figures.map, aids);
+  if (figures.fit) AddLikelihoodFit(*figures.fit, aids);
+  model.aids = std::move(aids);
 }
 
 void AddScores(const RunRecord& record, HtmlReportModel& model) {
@@ -243,6 +374,7 @@ html::HtmlReportModel MakeRunHtmlModel(const RunRecord& record) {
   AddCorrelationNotes(record, model);
   if (record.has_extraction) AddExtraction(record, model);
   AddLoadings(record, model);
+  AddAids(record, model);
   AddScores(record, model);
   AddTriplets(record, model);
   if (record.stop.stopped) {

@@ -199,7 +199,8 @@ std::string SequentialColour(double fraction) {
 }
 
 std::string ScreePlotSvg(const std::vector<double>& observed,
-                         const std::vector<ReferenceLine>& reference) {
+                         const std::vector<ReferenceLine>& reference,
+                         bool unit_line) {
   if (observed.empty()) return {};
   const double width = 760, height = 400;
   const Frame frame{70, 16, width - 70 - 20, height - 16 - 58};
@@ -239,7 +240,8 @@ std::string ScreePlotSvg(const std::vector<double>& observed,
            y,
            "Eigenvalue number (rank)",
            "Eigenvalue (variance; one item = 1)");
-  if (y.d0 < 1.0 && y.d1 > 1.0) svg.Line(frame.left, y(1.0), frame.right(), y(1.0), "unit-line");
+  unit_line = unit_line && y.d0 < 1.0 && y.d1 > 1.0;
+  if (unit_line) svg.Line(frame.left, y(1.0), frame.right(), y(1.0), "unit-line");
 
   for (std::size_t k = 0; k < reference.size(); ++k) {
     const std::string points = Polyline(reference[k].values, x, y);
@@ -272,7 +274,7 @@ std::string ScreePlotSvg(const std::vector<double>& observed,
                        kReferenceDashes[k % kReferenceDashes.size()],
                        "series"});
   }
-  if (y.d0 < 1.0 && y.d1 > 1.0) entries.push_back({"Eigenvalue 1", "", "", "unit-line"});
+  if (unit_line) entries.push_back({"Eigenvalue 1", "", "", "unit-line"});
   std::size_t longest = 0;
   for (const Entry& entry : entries) {
     longest = std::max(longest, static_cast<std::size_t>(CharCount(entry.label)));

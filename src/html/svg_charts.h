@@ -32,10 +32,12 @@ std::string DivergingColour(double value);
 std::string SequentialColour(double fraction);
 
 // Observed eigenvalues against their rank as a line with markers, the
-// reference lines dashed in other colours, a dotted line at eigenvalue 1,
-// and a legend. Empty text when `observed` is empty.
+// reference lines dashed in other colours, with `unit_line` a dotted line at
+// eigenvalue 1 (the variance of one item, which means nothing for a reduced
+// matrix), and a legend. Empty text when `observed` is empty.
 std::string ScreePlotSvg(const std::vector<double>& observed,
-                         const std::vector<ReferenceLine>& reference);
+                         const std::vector<ReferenceLine>& reference,
+                         bool unit_line = true);
 
 // A shaded table: `values` (rows x cols) as cells coloured by the diverging
 // scale with the value printed in each (`decimals` places), row labels at the

@@ -238,6 +238,66 @@ json Scores(const ScoreResult& result, const std::string& file) {
               {"notes", result.notes}};
 }
 
+json Lines(const EigenvalueLines& lines) {
+  return json{{"observed", Numbers(lines.observed)},
+              {"mean", Numbers(lines.mean)},
+              {"percentile", Numbers(lines.percentile)},
+              {"suggested", lines.suggested}};
+}
+
+json ParallelAnalysis(const ParallelAnalysisResult& parallel) {
+  return json{{"data_sets", parallel.data_sets},
+              {"seed", parallel.seed},
+              {"subjects", parallel.observations},
+              {"variables", parallel.variables},
+              {"percentile_level", Number(parallel.percentile)},
+              {"components", Lines(parallel.components)},
+              {"factors", Lines(parallel.factors)}};
+}
+
+json Map(const MapResult& map) {
+  return json{{"squared", Numbers(map.squared)},
+              {"fourth_power", Numbers(map.fourth)},
+              {"suggested_squared", map.suggested_squared},
+              {"suggested_fourth_power", map.suggested_fourth}};
+}
+
+json LikelihoodFitSection(const LikelihoodFit& fit) {
+  const FactorVariance& variance = fit.variance;
+  return json{{"variables", fit.variables},
+              {"factors", fit.factors},
+              {"subjects", fit.observations},
+              {"smoothed_correlations", fit.smoothed_correlations},
+              {"smoothed_model", fit.smoothed_model},
+              {"objective", Number(fit.objective)},
+              {"chi_square", Number(fit.chi_square)},
+              {"df", fit.df},
+              {"p_value", Number(fit.p_value)},
+              {"rmsea", Number(fit.rmsea)},
+              {"rmsea_lower", Number(fit.rmsea_lower)},
+              {"rmsea_upper", Number(fit.rmsea_upper)},
+              {"tli", Number(fit.tli)},
+              {"bic", Number(fit.bic)},
+              {"null_objective", Number(fit.null_objective)},
+              {"null_chi_square", Number(fit.null_chi_square)},
+              {"null_df", fit.null_df},
+              {"variance",
+               {{"ss_loadings", Numbers(variance.ss_loadings)},
+                {"proportion", Numbers(variance.proportion)},
+                {"cumulative", Numbers(variance.cumulative)},
+                {"proportion_explained", Numbers(variance.proportion_explained)},
+                {"cumulative_explained", Numbers(variance.cumulative_explained)}}}};
+}
+
+// The aids as computed; a part the run could not compute is null.
+json Aids(const AidsFigures& aids) {
+  return json{
+      {"parallel_analysis", aids.parallel ? ParallelAnalysis(*aids.parallel) : json()},
+      {"map", aids.map ? Map(*aids.map) : json()},
+      {"likelihood_fit", aids.fit ? LikelihoodFitSection(*aids.fit) : json()},
+  };
+}
+
 }  // namespace
 
 json RunRecordToJson(const RunRecord& record, const std::string& program_version) {
@@ -267,6 +327,8 @@ json RunRecordToJson(const RunRecord& record, const std::string& program_version
   document["scores"] = record.scores.estimated || !record.scores.notes.empty()
                            ? Scores(record.scores, record.score_file)
                            : json();
+  // Only under --aids, so that a document without them stays as it was.
+  if (record.aids) document["aids"] = Aids(*record.aids);
   document["stop"] = record.stop.stopped ? json{{"kind", record.stop.kind},
                                                 {"message", record.stop.message},
                                                 {"exit_status", record.stop.exit_status},

@@ -363,11 +363,10 @@ void SmoothIfAsked(Run& run) {
   ConsoleLine(30, "Smoothing Correlations");
   const int p = run.options.VariableCount;
   Matrix smoothed(p, p);
+  // The smoothing leaves its eigenvectors in the matrix it is given.
+  if (run.record != nullptr) run.record->raw_correlations = run.arrays.CorrelationMatrix;
   SmoothCorrelations(run.arrays.CorrelationMatrix, p, smoothed);
-  if (run.record != nullptr) {
-    run.record->smoothed = true;
-    run.record->raw_correlations = run.arrays.CorrelationMatrix;
-  }
+  if (run.record != nullptr) run.record->smoothed = true;
   run.arrays.CorrelationMatrix = std::move(smoothed);
   SaveSmoothedMatrix(run.correlation_output, run.arrays.CorrelationMatrix, OutputsOf(run));
 }
@@ -460,8 +459,9 @@ void FactorAnalysis(Run& run) {
 // The run's own estimator for the permuted data sets. The scores are the
 // run's as they were estimated: already split at the medians under "MD"
 // (so the copy is not split again), the run's guessing vector under "DC",
-// ipsatized under "IP". Each call is held to one thread: the data sets are
-// what is spread over the threads here.
+// ipsatized under "IP" (and ipsatized again once permuted). Each call is
+// held to one thread: the data sets are what is spread over the threads
+// here.
 CorrelationFunction AidsEstimator(const Run& run) {
   const int n = run.options.SubjectCount;
   const int p = run.options.VariableCount;
@@ -483,11 +483,14 @@ CorrelationFunction AidsEstimator(const Run& run) {
       return EstimatePolychorics(data, n, p, search, SilentProgress()).correlations;
     };
   }
-  return [n, p](const Matrix& data) {
+  const bool ipsatized = coding == Coding::kIpsatized;
+  return [n, p, ipsatized](const Matrix& data) {
     std::vector<double> means, deviations;
     Matrix products, correlations;
+    Matrix scores = data;
+    if (ipsatized) IpsatizeRows(scores);
     int ifail = kIfailHard;
-    G02BAF(n, p, data, means, deviations, products, correlations, ifail);
+    G02BAF(n, p, scores, means, deviations, products, correlations, ifail);
     return correlations;
   };
 }
@@ -556,6 +559,7 @@ void AidsOfTheRun(Run& run, bool with_fit) {
       return FitLikelihood(r, run.arrays.Extraction.Loadings, run.options.SubjectCount);
     });
   }
+  if (run.record != nullptr) run.record->aids = figures;
   WriteAidsFile(AidsFilePath(TrimRight(run.options.OutFile)), FormatAidsReport(figures));
 }
 

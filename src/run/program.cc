@@ -40,9 +40,11 @@ const char kUsage[] =
     "  --help      this text\n"
     "  --version   the program's version\n";
 
-// What --help prints: the usage with every option of a run.
+// What --help prints: the usage with every option of a run and of the
+// subcommands.
 const char kHelp[] =
-    "usage: velquorin [--seed N] [--threads N] [--strict] [--aids[=N]] [command-file.in]\n"
+    "usage: velquorin [--seed N] [--threads N] [--strict] [--aids[=N]]\n"
+    "                 [--json FILE] [--html FILE] [command-file.in]\n"
     "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
     "       velquorin check [--all] command-file.in\n"
     "\n"
@@ -58,10 +60,20 @@ const char kHelp[] =
     "              parallel analysis on N permuted data sets (default 100),\n"
     "              Velicer's MAP and the likelihood fit of the solution;\n"
     "              seeded by --seed (default 1)\n"
+    "  --json FILE also write everything the run computed (also a run that\n"
+    "              stops) as one JSON document at full precision\n"
+    "  --html FILE also write the run as one self-contained HTML page\n"
     "  --strict    check the command file first and refuse to start on an\n"
     "              error; a stop of the run exits with a status other than 0\n"
     "  --help      this text\n"
-    "  --version   the program's version\n";
+    "  --version   the program's version\n"
+    "\n"
+    "init DATAFILE writes a commented command file STEM.in beside DATAFILE:\n"
+    "  --items P     the last P fields of each record are the items\n"
+    "  --out FILE.in the command file to write instead\n"
+    "  --force       write over an existing command file, report or copy\n"
+    "check command-file.in reads the first 200 data records through the\n"
+    "  record format (--all: every record) and reports faults, writing nothing\n";
 
 }  // namespace
 

@@ -9,9 +9,11 @@
 #define VELQUORIN_RUN_RUN_RECORD_H_
 
 #include <array>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "aids/aids_report.h"
 #include "correlation/polychoric.h"
 #include "correlation/tetrachoric.h"
 #include "correlation/triplet.h"
@@ -72,6 +74,9 @@ struct RunRecord {
   RotationResult rotation;
   ScoreResult scores;
   std::string score_file;  // the `fsc` file, when scores were written
+  // The aids (--aids), once computed: the parts that could be computed for
+  // the run. Empty without --aids, and when the run stopped before them.
+  std::optional<AidsFigures> aids;
 
   RunStopRecord stop;
 };

@@ -15,7 +15,8 @@ TEST(AidsReportTest, FixedColumnsWithNamedFigures) {
   parallel.data_sets = 100;
   parallel.seed = 7;
   parallel.components = {{1.6, 0.4}, {1.1, 0.9}, {1.15, 0.95}, 1};
-  parallel.factors = {{0.9, -0.1}, {0.1, -0.1}, {0.15, -0.05}, 1};
+  // A zero from the solver as -1e-17 shows no sign.
+  parallel.factors = {{0.9, -1e-17}, {0.1, -0.1}, {0.15, -0.05}, 1};
   figures.parallel = parallel;
   MapResult map;
   map.squared = {0.36, NAN};
@@ -45,7 +46,7 @@ TEST(AidsReportTest, FixedColumnsWithNamedFigures) {
           Components (full matrix)       Factors (SMC-reduced matrix)
 Position  Observed      Mean   Pctl 95    Observed      Mean   Pctl 95
        1    1.6000    1.1000    1.1500      0.9000    0.1000    0.1500
-       2    0.4000    0.9000    0.9500     -0.1000   -0.1000   -0.0500
+       2    0.4000    0.9000    0.9500      0.0000   -0.1000   -0.0500
 
 Suggested number of components:    1
 Suggested number of factors:       1

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "aids/reduced_eigenvalues.h"
+
 namespace vq {
 namespace {
 
@@ -69,6 +71,40 @@ TEST(ParallelAnalysisTest, QuantileIsTypeSeven) {
   for (Case& c : cases) EXPECT_DOUBLE_EQ(QuantileType7(c.values, c.level), c.expected);
   std::vector<double> empty;
   EXPECT_TRUE(std::isnan(QuantileType7(empty, 0.95)));
+}
+
+// Squared multiple correlations with known answers. A singular matrix keeps
+// the ordinary values for items outside its null directions and gives 1 to
+// the items that the others predict exactly (x3 = (x1 + x2) / sqrt 2 below;
+// every item of ipsatized scores).
+TEST(ParallelAnalysisTest, SquaredMultipleCorrelations) {
+  const double a = std::sqrt(0.5);
+  struct Case {
+    int p;
+    std::vector<double> upper;  // row by row, upper triangle without the diagonal
+    std::vector<double> expected;
+  };
+  const std::vector<Case> cases = {
+      {2, {0.5}, {0.25, 0.25}},
+      {3, {0.0, 0.0, 0.0}, {0.0, 0.0, 0.0}},
+      {3, {0.0, a, a}, {1.0, 1.0, 1.0}},
+      {5, {0, a, 0, 0, a, 0, 0, 0, 0, 0.5}, {1.0, 1.0, 1.0, 0.25, 0.25}},
+      // Four ipsatized items: equal correlations -1/3, rank 3.
+      {4, {-1.0 / 3, -1.0 / 3, -1.0 / 3, -1.0 / 3, -1.0 / 3, -1.0 / 3}, {1.0, 1.0, 1.0, 1.0}},
+  };
+  for (const Case& c : cases) {
+    Matrix r(c.p, c.p);
+    std::size_t next = 0;
+    for (int i = 0; i < c.p; ++i) {
+      r(i, i) = 1.0;
+      for (int j = i + 1; j < c.p; ++j) r(i, j) = r(j, i) = c.upper[next++];
+    }
+    const std::vector<double> smc = SquaredMultipleCorrelations(r);
+    ASSERT_EQ(smc.size(), c.expected.size());
+    for (std::size_t k = 0; k < smc.size(); ++k) {
+      EXPECT_NEAR(smc[k], c.expected[k], 1e-12) << "p " << c.p << " item " << k + 1;
+    }
+  }
 }
 
 TEST(ParallelAnalysisTest, LeadingCount) {

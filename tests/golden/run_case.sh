@@ -43,8 +43,9 @@ if [ "${1:-}" = --update ]; then
   shift
 fi
 # --json PREFIX (tests/json/validate_case.sh): each run also writes its JSON
-# document to PREFIX.threadsN.json, outside the scratch folder, so that the
-# comparison below also shows that --json leaves every other file as it was.
+# document to PREFIX.threadsN.json and its page to PREFIX.threadsN.html,
+# outside the scratch folder, so that the comparison below also shows that
+# --json and --html leave every other file as it was.
 json_prefix=
 if [ "${1:-}" = --json ]; then
   json_prefix=$2
@@ -139,7 +140,8 @@ run_once() {
     command_file=("$(cd "$scratch" && ls ./*.in | head -n 1)")
   fi
   local leading=(--threads "$threads")
-  [ -n "$json_prefix" ] && leading+=(--json "$json_prefix.threads$threads.json")
+  [ -n "$json_prefix" ] && leading+=(--json "$json_prefix.threads$threads.json"
+    --html "$json_prefix.threads$threads.html")
   [ "${args[0]:-}" = check ] && leading=()
   (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "${command_file[@]}" \
      < "$stdin_file" > console.txt 2> stderr.txt)

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "html/html_text.h"
+#include "html/run_html.h"
 #include "html/svg_charts.h"
 #include "sample_model.h"
 
@@ -27,6 +28,7 @@ const std::vector<std::string> kSectionIds = {"stop",
                                               "factor-correlations",
                                               "structure",
                                               "residuals",
+                                              "aids",
                                               "scores",
                                               "triplets",
                                               "notes"};
@@ -160,6 +162,13 @@ HtmlReportModel TripletOnlyModel() {
   return model;
 }
 
+// The demo with the aids: their section comes after the residuals.
+HtmlReportModel AidsModel() {
+  HtmlReportModel model = DemoModel();
+  model.aids = AidsData{{"Velicer's MAP test: 2 components."}, std::nullopt, {}};
+  return model;
+}
+
 // Parts present but empty count as absent.
 HtmlReportModel EmptyPartsModel() {
   HtmlReportModel model;
@@ -170,6 +179,7 @@ HtmlReportModel EmptyPartsModel() {
   model.residuals = ResidualData{};
   model.scores = ScoreData{};
   model.triplets = TripletData{};
+  model.aids = AidsData{};
   return model;
 }
 
@@ -183,6 +193,18 @@ TEST(HtmlReportTest, SectionsFollowTheModel) {
         "factor-correlations",
         "structure",
         "residuals",
+        "scores",
+        "triplets",
+        "notes"}},
+      {"aids",
+       AidsModel,
+       {"settings",
+        "scree",
+        "loadings",
+        "factor-correlations",
+        "structure",
+        "residuals",
+        "aids",
         "scores",
         "triplets",
         "notes"}},
@@ -329,6 +351,77 @@ TEST(HtmlReportTest, DemoNumbersAsInTheTextReport) {
   EXPECT_EQ(Occurrences(notes, "<li class=\"warning\">"), 2u);
   EXPECT_NE(notes.find("<span class=\"where\">[console]</span>"), std::string::npos);
   EXPECT_NE(notes.find("fallback inverse"), std::string::npos);
+}
+
+// The page of a run record: the fit figures with the report's decimals
+// (GFI = F6.4, the moments F8.4), and under --aids the parallel-analysis
+// lines on the scree with a legend, the scree of the reduced matrix and the
+// tables with the decimals of the aids file ("--" where not defined).
+TEST(HtmlReportTest, RunPageWithFitFiguresAndAids) {
+  RunRecord record;
+  record.has_extraction = true;
+  ExtractionResult& extraction = record.extraction;
+  extraction.InitialEigenvalues = {2.907, 2.320, 0.587};
+  ModelFit& fit = extraction.Fit;
+  fit.Residuals = Matrix(3, 3);
+  fit.Gfi = 0.99836;
+  fit.MeanSquaredResidual = 0.00043;
+  fit.Rmsr = 0.020949;
+  fit.Skewness = -0.81686;
+  fit.Smallest = -0.05564;
+  const std::string plain = RenderRunHtml(record);
+  EXPECT_FALSE(HasSection(plain, "aids"));
+  EXPECT_EQ(Section(plain, "scree").find("permuted"), std::string::npos);
+  const std::string residuals = Section(plain, "residuals");
+  for (const char* value : {">0.9984<", ">0.0004<", ">0.0209<", ">-0.8169<", ">-0.0556<"}) {
+    EXPECT_NE(residuals.find(value), std::string::npos) << value;
+  }
+
+  AidsFigures aids;
+  ParallelAnalysisResult parallel;
+  parallel.variables = 3;
+  parallel.observations = 250;
+  parallel.data_sets = 20;
+  parallel.seed = 1;
+  parallel.components = {{2.907, 2.320, 0.587}, {1.288, 1.171, 1.103}, {1.336, 1.213, 1.141}, 2};
+  parallel.factors = {{2.37, 1.72, -0.01}, {0.33, 0.20, 0.13}, {0.39, 0.27, 0.18}, 2};
+  aids.parallel = parallel;
+  MapResult map;
+  map.squared = {0.127878, NAN};
+  map.fourth = {0.0373664, NAN};
+  map.suggested_squared = map.suggested_fourth = 0;
+  aids.map = map;
+  LikelihoodFit likelihood;
+  likelihood.factors = 2;
+  likelihood.objective = 0.0555575;
+  likelihood.chi_square = 13.6679;
+  likelihood.df = 13;
+  likelihood.p_value = 1e-7;
+  likelihood.rmsea_upper = NAN;
+  likelihood.variance = {{2.3416}, {0.2927}, {0.2927}, {1.0}, {1.0}};
+  aids.fit = likelihood;
+  record.aids = aids;
+  const std::string page = RenderRunHtml(record);
+  const std::string scree = Section(page, "scree");
+  EXPECT_NE(scree.find(">Mean of 20 permuted data sets<"), std::string::npos);
+  EXPECT_NE(scree.find(">95th percentile of the permuted data sets<"), std::string::npos);
+  EXPECT_NE(scree.find(">1.336<"), std::string::npos);
+  const std::string section = Section(page, "aids");
+  EXPECT_EQ(Occurrences(section, "<svg "), 1u);
+  EXPECT_EQ(section.find("unit-line"), std::string::npos);  // no eigenvalue 1 on a reduced scree
+  EXPECT_NE(section.find("Suggested: 2 components, 2 factors."), std::string::npos);
+  for (const char* cell : {">2.9070<",
+                           ">-0.0100<",
+                           ">0.1800<",
+                           ">0.127878<",
+                           ">0.037366<",
+                           ">0.05556<",
+                           ">13.668<",
+                           ">&lt; 0.0001<",
+                           ">2.3416<"}) {
+    EXPECT_NE(section.find(cell), std::string::npos) << cell;
+  }
+  EXPECT_EQ(Occurrences(section, ">--<"), 2u + 1u);  // MAP at m = 1, the RMSEA bound
 }
 
 TEST(HtmlReportTest, PlotsHaveAxisTitlesWithUnits) {

@@ -4,11 +4,12 @@
 # has every section, and a 1280 x 2000 screenshot is not blank.
 #
 #   render_test.sh SAMPLE_PAGE_PROGRAM demo|large|stopped WORK_DIR
-#   render_test.sh VELQUORIN run-demo|run-scores|run-triplet|run-stop WORK_DIR
+#   render_test.sh VELQUORIN run-demo|run-scores|run-triplet|run-stop|run-aids WORK_DIR
 #
 # The run-* kinds are the program's own pages: `velquorin --html` on an
 # example (the demo, the regression scores, the triplet test, a given
-# pattern whose factor correlations are missing, which stops).
+# pattern whose factor correlations are missing, which stops; the demo with
+# the aids).
 #
 # Exits 77 (skipped) with one line when no Chromium is installed.
 set -euo pipefail
@@ -52,6 +53,8 @@ case $kind in
     example=scores command=reg.in ;;
   run-triplet) ids="settings triplets notes" example=triplet command=trp.in ;;
   run-stop) ids="stop settings notes" example=rotate_given command=phi_missing.in ;;
+  run-aids) ids="settings scree loadings factor-correlations structure residuals aids notes"
+    example=demo command=demo.in options=--aids=20 ;;
   *) echo "render_test.sh: unknown page kind '$kind'"; exit 2 ;;
 esac
 
@@ -65,7 +68,7 @@ page=$work/page.html
 if [[ $kind == run-* ]]; then
   mkdir -p "$work/run"
   cp -r "$here/../../examples/$example/." "$work/run/"
-  (cd "$work/run" && "$program" --seed 1 --html "$page" "$command" < /dev/null > console.txt 2>&1) || true
+  (cd "$work/run" && "$program" --seed 1 --html "$page" ${options:-} "$command" < /dev/null > console.txt 2>&1) || true
 else
   "$program" "$page" "$kind"
 fi

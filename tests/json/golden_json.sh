@@ -3,17 +3,20 @@
 # number as the same double, every text the same) but for the paths that
 # name the scratch folder.
 #
-#   golden_json.sh [--update] <velquorin binary> <example folder> <command file> <expected.json> <scratch>
+#   golden_json.sh [--update] <velquorin binary> <example folder> <command file> <expected.json> <scratch> [option...]
+#
+# Options after the scratch folder are passed to the run (--aids=20).
 #
 # Exits 77 (skipped) with one line where /usr/bin/python3 is missing.
 set -u
 update=0
 if [ "${1:-}" = --update ]; then update=1; shift; fi
 binary=$1 example=$2 command=$3 expected=$4 work=$5
+shift 5
 [ -x /usr/bin/python3 ] || { echo "skipped: no /usr/bin/python3"; exit 77; }
 rm -rf "$work" && mkdir -p "$work"
 cp -r "$example"/. "$work"/
-(cd "$work" && "$binary" --seed 1 --threads 1 --json run.json "$command" < /dev/null > console.txt 2>&1)
+(cd "$work" && "$binary" --seed 1 --threads 1 --json run.json "$@" "$command" < /dev/null > console.txt 2>&1)
 [ -f "$work/run.json" ] || { echo "no document"; exit 1; }
 if [ $update = 1 ]; then
   /usr/bin/python3 "$(dirname "$0")/normalise.py" "$work/run.json" > "$expected"

@@ -56,6 +56,31 @@ TEST(RunJsonTest, NumbersAtFullPrecisionAndNotFiniteAsNull) {
   EXPECT_EQ(warnings[1]["kind"], "small cells");
 }
 
+// The aids come only when the run computed them; a part it could not
+// compute is null, an undefined figure null too.
+TEST(RunJsonTest, AidsOnlyWhenComputed) {
+  RunRecord record;
+  EXPECT_FALSE(RunRecordToJson(record, "1").contains("aids"));
+  AidsFigures aids;
+  MapResult map;
+  map.squared = {0.36, std::numeric_limits<double>::quiet_NaN()};
+  map.fourth = {0.1296, std::numeric_limits<double>::quiet_NaN()};
+  aids.map = map;
+  LikelihoodFit fit;
+  fit.df = 5;
+  fit.rmsea_upper = std::numeric_limits<double>::quiet_NaN();
+  fit.variance.ss_loadings = {1.342009};
+  aids.fit = fit;
+  record.aids = aids;
+  const json document = RunRecordToJson(record, "1");
+  EXPECT_TRUE(document["aids"]["parallel_analysis"].is_null());
+  EXPECT_EQ(document["aids"]["map"]["squared"], json::parse("[0.36, null]"));
+  EXPECT_EQ(document["aids"]["map"]["suggested_fourth_power"], 0);
+  EXPECT_EQ(document["aids"]["likelihood_fit"]["df"], 5);
+  EXPECT_TRUE(document["aids"]["likelihood_fit"]["rmsea_upper"].is_null());
+  EXPECT_EQ(document["aids"]["likelihood_fit"]["variance"]["ss_loadings"][0], 1.342009);
+}
+
 TEST(RunJsonTest, TripletsUpToTheLastTested) {
   RunRecord record;
   record.has_triplets = true;
