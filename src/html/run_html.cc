@@ -118,7 +118,7 @@ void AddCorrelationNotes(const RunRecord& record, HtmlReportModel& model) {
 void AddExtraction(const RunRecord& record, HtmlReportModel& model) {
   const ExtractionResult& e = record.extraction;
   if (!e.InitialEigenvalues.empty())
-    model.eigenvalues = html::ScreeData{.observed = e.InitialEigenvalues};
+    model.eigenvalues = html::ScreeData{.observed = e.InitialEigenvalues, .reference = {}};
   if (!e.CommunalityHistory.empty() && e.PassLimitReached) {
     model.notes.push_back({Severity::kWarning, "Communalities failed to converge", "report"});
   }
@@ -206,7 +206,8 @@ void AddParallelAnalysis(const ParallelAnalysisResult& parallel,
   // The report's scree is of the same matrix as the components line.
   if (!model.eigenvalues) {
     model.eigenvalues = html::ScreeData{.title = "Eigenvalues of the correlation matrix",
-                                        .observed = parallel.components.observed};
+                                        .observed = parallel.components.observed,
+                                        .reference = {}};
   }
   model.eigenvalues->reference = ParallelLines(parallel.components, parallel.data_sets);
   aids.factor_scree =

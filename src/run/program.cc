@@ -20,10 +20,9 @@
 namespace vq {
 namespace {
 
-// What a faulty command line is answered with; it names the options of the
-// first form as they were before --aids, which --help adds.
-const char kUsage[] =
-    "usage: velquorin [--seed N] [--threads N] [--strict] [command-file.in]\n"
+// The usage texts are put together from these pieces, so that the short
+// one and --help cannot drift apart where they say the same.
+constexpr std::string_view kOtherForms =
     "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
     "       velquorin check [--all] command-file.in\n"
     "\n"
@@ -34,46 +33,47 @@ const char kUsage[] =
     "\n"
     "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
     "  --threads N threads for the correlation estimators and the triplet\n"
-    "              test (default: every core); results never depend on N\n"
+    "              test (default: every core); results never depend on N\n";
+
+constexpr std::string_view kLastOptions =
     "  --strict    check the command file first and refuse to start on an\n"
     "              error; a stop of the run exits with a status other than 0\n"
     "  --help      this text\n"
     "  --version   the program's version\n";
 
+// What a faulty command line is answered with; it names the options of the
+// first form as they were before --aids, which --help adds.
+std::string Usage() {
+  return std::string("usage: velquorin [--seed N] [--threads N] [--strict] [command-file.in]\n")
+      .append(kOtherForms)
+      .append(kLastOptions);
+}
+
 // What --help prints: the usage with every option of a run and of the
 // subcommands.
-const char kHelp[] =
-    "usage: velquorin [--seed N] [--threads N] [--strict] [--aids[=N]]\n"
-    "                 [--json FILE] [--html FILE] [command-file.in]\n"
-    "       velquorin init DATAFILE [--items P] [--out FILE.in] [--force]\n"
-    "       velquorin check [--all] command-file.in\n"
-    "\n"
-    "Runs the factor analysis described by the command file and writes its\n"
-    "report and saved result files. Without a command file, asks for one.\n"
-    "init writes a commented command file for a data file; check looks a\n"
-    "command file and its data over without running it.\n"
-    "\n"
-    "  --seed N    fixed seed for random starts of rotations (default: clock)\n"
-    "  --threads N threads for the correlation estimators and the triplet\n"
-    "              test (default: every core); results never depend on N\n"
-    "  --aids[=N]  also write the aids file (report's name, extension .aids):\n"
-    "              parallel analysis on N permuted data sets (default 100),\n"
-    "              Velicer's MAP and the likelihood fit of the solution;\n"
-    "              seeded by --seed (default 1)\n"
-    "  --json FILE also write everything the run computed (also a run that\n"
-    "              stops) as one JSON document at full precision\n"
-    "  --html FILE also write the run as one self-contained HTML page\n"
-    "  --strict    check the command file first and refuse to start on an\n"
-    "              error; a stop of the run exits with a status other than 0\n"
-    "  --help      this text\n"
-    "  --version   the program's version\n"
-    "\n"
-    "init DATAFILE writes a commented command file STEM.in beside DATAFILE:\n"
-    "  --items P     the last P fields of each record are the items\n"
-    "  --out FILE.in the command file to write instead\n"
-    "  --force       write over an existing command file, report or copy\n"
-    "check command-file.in reads the first 200 data records through the\n"
-    "  record format (--all: every record) and reports faults, writing nothing\n";
+std::string Help() {
+  return std::string(
+             "usage: velquorin [--seed N] [--threads N] [--strict] [--aids[=N]]\n"
+             "                 [--json FILE] [--html FILE] [command-file.in]\n")
+      .append(kOtherForms)
+      .append(
+          "  --aids[=N]  also write the aids file (report's name, extension .aids):\n"
+          "              parallel analysis on N permuted data sets (default 100),\n"
+          "              Velicer's MAP and the likelihood fit of the solution;\n"
+          "              seeded by --seed (default 1)\n"
+          "  --json FILE also write everything the run computed (also a run that\n"
+          "              stops) as one JSON document at full precision\n"
+          "  --html FILE also write the run as one self-contained HTML page\n")
+      .append(kLastOptions)
+      .append(
+          "\n"
+          "init DATAFILE writes a commented command file STEM.in beside DATAFILE:\n"
+          "  --items P     the last P fields of each record are the items\n"
+          "  --out FILE.in the command file to write instead\n"
+          "  --force       write over an existing command file, report or copy\n"
+          "check command-file.in reads the first 200 data records through the\n"
+          "  record format (--all: every record) and reports faults, writing nothing\n");
+}
 
 }  // namespace
 
@@ -81,7 +81,7 @@ int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
   for (int i = 1; i < argc; ++i) {
     std::string_view arg = argv[i];
     if (arg == "--help") {
-      std::fputs(kHelp, stdout);
+      std::fputs(Help().c_str(), stdout);
       return 0;
     }
     if (arg == "--version") {
@@ -148,7 +148,7 @@ int ParseProgramArguments(int argc, char** argv, ProgramArguments& arguments) {
       continue;
     }
     if (arg.size() > 1 && arg[0] == '-') {
-      std::fprintf(stderr, "velquorin: unknown option %s\n%s", argv[i], kUsage);
+      std::fprintf(stderr, "velquorin: unknown option %s\n%s", argv[i], Usage().c_str());
       return 2;
     }
     if (!arguments.command_file.empty()) {
