@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -189,37 +190,38 @@ std::vector<double> FileNumbers(const std::string& path) {
   return numbers;
 }
 
-// p by m `loadings` (column-major) as a `fac` file prints them: the rows in
-// the order of the file's item numbers, four decimals.
-std::vector<std::string> AsFac(const std::vector<double>& loadings,
-                               int p,
-                               const std::vector<double>& fac) {
+// The rows of p by m `loadings` (column-major), four decimals, sorted.
+std::vector<std::string> LoadingRows(const std::vector<double>& loadings, int p) {
   const int m = static_cast<int>(loadings.size()) / p;
   std::vector<std::string> rows;
   char field[32];
-  for (std::size_t row = 0; row < fac.size(); row += m + 1) {
-    const int item = static_cast<int>(fac[row]) - 1;
-    std::string text = std::to_string(item + 1);
+  for (int item = 0; item < p; ++item) {
+    std::string text;
     for (int k = 0; k < m; ++k) {
       std::snprintf(field, sizeof field, " %.4f", loadings[item + k * p]);
       text += field;
     }
     rows.push_back(text);
   }
+  std::sort(rows.begin(), rows.end());
   return rows;
 }
 
-std::vector<std::string> FacRows(const std::vector<double>& fac, int m) {
+// The rows of a `fac` file, sorted: it holds them as the report prints them
+// (sorted under "SORT"), each after its number in that order.
+std::vector<std::string> FacRows(const std::string& path, int m) {
+  const std::vector<double> fac = FileNumbers(path);
   std::vector<std::string> rows;
   char field[32];
   for (std::size_t row = 0; row < fac.size(); row += m + 1) {
-    std::string text = std::to_string(static_cast<int>(fac[row]));
+    std::string text;
     for (int k = 1; k <= m; ++k) {
       std::snprintf(field, sizeof field, " %.4f", fac[row + k]);
       text += field;
     }
     rows.push_back(text);
   }
+  std::sort(rows.begin(), rows.end());
   return rows;
 }
 
@@ -247,9 +249,8 @@ TEST(FactoringTest, FactorAnalysesEqualTheRunsSavedFiles) {
   ASSERT_EQ(unrotated.stop.ending, Ending::kFinished) << unrotated.stop.message;
   EXPECT_EQ(Nine(unrotated.residuals, 10),
             WithoutBlanks(FileText("tests/golden/principal_factors_smc/expected/pfa.rsd")));
-  const std::vector<double> fac =
-      FileNumbers("tests/golden/principal_factors_smc/expected/pfa.fac");
-  EXPECT_EQ(AsFac(unrotated.loadings, 10, fac), FacRows(fac, 2));
+  EXPECT_EQ(LoadingRows(unrotated.loadings, 10),
+            FacRows("tests/golden/principal_factors_smc/expected/pfa.fac", 2));
   EXPECT_TRUE(unrotated.has_likelihood);
 
   // Direct quartimin of polychorics (the fac and phi files).
@@ -263,9 +264,8 @@ TEST(FactoringTest, FactorAnalysesEqualTheRunsSavedFiles) {
   EXPECT_TRUE(oblique.oblique);
   EXPECT_EQ(Nine(oblique.phi, 3),
             WithoutBlanks(FileText("tests/golden/rot_oblimin/expected/oblimin.phi")));
-  const std::vector<double> oblimin_fac =
-      FileNumbers("tests/golden/rot_oblimin/expected/oblimin.fac");
-  EXPECT_EQ(AsFac(oblique.loadings, 9, oblimin_fac), FacRows(oblimin_fac, 3));
+  EXPECT_EQ(LoadingRows(oblique.loadings, 9),
+            FacRows("tests/golden/rot_oblimin/expected/oblimin.fac", 3));
 }
 
 TEST(FactoringTest, ScoresAfterPromaxFromARandomStartEqualTheRuns) {
