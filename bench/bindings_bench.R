@@ -77,7 +77,7 @@ cat("load average before: ", load_average(), "\n", sep = "")
 rows <- c(bench_case("bfi", na.omit(psych::bfi[, 1:25])),
           bench_case("simulated", simulated_items(20000, 60, 3, 0.6, 2026)))
 cat("load average after: ", load_average(), "\n\n", sep = "")
-cat("| Case | Items | Subjects | Estimator | Seconds | x velquorin | max |diff| |\n",
+cat("| Case | Items | Subjects | Estimator | Seconds | x velquorin | max \\|diff\\| |\n",
     "|---|---|---|---|---|---|---|\n", sep = "")
 cat(rows, sep = "\n")
 cat("\n")
