@@ -315,6 +315,43 @@ TEST(FactoringTest, SmoothingAndTripletsEqualTheRunsSavedFiles) {
   }
 }
 
+TEST(FactoringTest, ParallelAnalysisIsTheRunsAidsFile) {
+  const Scores demo = ReadExample("examples/demo/items.dat", 8, 4, 1);
+  RunSettings seeded = Threads(1);
+  seeded.has_seed = true;
+  seeded.seed = 1;
+  const ParallelResult one = ParallelAnalysis(demo, "polychoric", true, 20, 0.95, seeded);
+  seeded.threads = 2;
+  const ParallelResult two = ParallelAnalysis(demo, "polychoric", true, 20, 0.95, seeded);
+  ASSERT_EQ(one.stop.ending, Ending::kFinished) << one.stop.message;
+  EXPECT_EQ(one.percentile_factors, two.percentile_factors);
+  // The table of the aids file: position, then observed, mean and percentile
+  // of the components and of the factors, four decimals.
+  std::istringstream aids(FileText("tests/golden/aids_demo/expected/demo.aids"));
+  std::string line;
+  for (int skip = 0; skip < 5; ++skip) std::getline(aids, line);
+  for (int k = 0; k < 8; ++k) {
+    std::getline(aids, line);
+    const std::vector<double> lines[] = {one.observed_components,
+                                         one.mean_components,
+                                         one.percentile_components,
+                                         one.observed_factors,
+                                         one.mean_factors,
+                                         one.percentile_factors};
+    std::string ours = std::to_string(k + 1);
+    char field[32];
+    for (const std::vector<double>& values : lines) {
+      std::snprintf(field, sizeof field, " %.4f", values[k]);
+      ours += field;
+    }
+    std::istringstream fields(line);
+    std::string word, theirs;
+    while (fields >> word) theirs += (theirs.empty() ? "" : " ") + word;
+    EXPECT_EQ(ours, theirs);
+  }
+  EXPECT_EQ(one.suggested_factors, 2);
+}
+
 // --- The polychoric search beyond the run ------------------------------------------
 
 // Scores whose table is N times the cell probabilities of a bivariate normal
