@@ -219,7 +219,10 @@ void Analyse(const Matrix& correlations,
     result.rotation_sweeps = solution->sweeps.sweeps;
     result.rotation_converged = solution->sweeps.converged;
     result.hyperplane_counts = solution->hyperplane_counts;
-    if (!solution->sweeps.converged) {
+    // Varimax says so itself on the console, the other rotations do not.
+    const bool said =
+        !result.warnings.empty() && result.warnings.back() == "Rotation Failed to Converge";
+    if (!solution->sweeps.converged && !said) {
       result.warnings.push_back("the " + result.rotation + " rotation did not converge in " +
                                 std::to_string(solution->sweeps.sweeps) +
                                 " sweeps; its last solution is used");
