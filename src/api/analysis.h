@@ -61,9 +61,10 @@ struct Stop {
 //                    the pair's log likelihood at its estimate (thresholds
 //                    held), by a central second difference; NaN where the
 //                    curvature is not negative.
-//   thresholds:      polychoric and tetrachoric: each item's thresholds on
-//                    the normal scale, K - 1 for K categories (one for a
-//                    dichotomous item).
+//   thresholds:      polychoric: each item's K - 1 thresholds on the normal
+//                    scale between its K categories; tetrachoric: one an
+//                    item, the lower threshold of the iteration (the normal
+//                    quantile of its working proportion).
 //   proportions:     tetrachoric only: each item's proportion of keyed
 //                    subjects (the dff file).
 //   warnings:        non-fatal messages in pair order (a polychoric pair on
