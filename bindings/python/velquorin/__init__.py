@@ -9,6 +9,14 @@ raises :class:`VelquorinError` with the program's own message.
     result = velquorin.run("examples/demo/demo.in", seed=1)
     print(result.report)        # absolute path of the report
     print(result.saved_files)   # the saved matrices beside the command file
+
+The phases are functions on data too: ``pearson``, ``polychoric``,
+``tetrachoric``, ``smooth``, ``triplet_test``, ``fa``, ``scores`` and
+``parallel`` take numpy arrays or pandas DataFrames and give the numbers a
+run with the same settings saves:
+
+    f = velquorin.fa(frame, nfactors=3, rotate="promax")
+    print(f.loadings, f.phi, f.fit["rmsea"])
 """
 
 import logging
