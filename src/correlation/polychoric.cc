@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "correlation/bit_columns.h"
@@ -223,6 +224,7 @@ double GridLikelihood(double r,
                       const BorderCorners& border,
                       const PolychoricTable& table,
                       int ifail,
+                      bool strict_cells,
                       bool& failed) {
   double corner[kCategoryRows + 1][kCategoryRows + 1];
   const int sign_case = SignCase(r);
@@ -243,7 +245,11 @@ double GridLikelihood(double r,
     for (int b = 1; b <= k_i; ++b) {
       if (table.counts[a][b] == 0) continue;
       const double cell = corner[a][b] - corner[a - 1][b] - corner[a][b - 1] + corner[a - 1][b - 1];
-      if (cell > 0.0) likelihood += table.counts[a][b] * std::log(cell);
+      if (cell > 0.0) {
+        likelihood += table.counts[a][b] * std::log(cell);
+      } else if (strict_cells) {
+        return -std::numeric_limits<double>::infinity();
+      }
     }
   }
   return likelihood;
@@ -376,7 +382,8 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   // each half its predecessor's step apart, from half a step below the best.
   double step = search.first_step;
   double r = search.start;
-  double best_likelihood = kNoLikelihood;
+  double best_likelihood =
+      search.floor_likelihood ? kNoLikelihood : -std::numeric_limits<double>::infinity();
   double best_r = 0.0;
   int evaluations = 41;
   // The points already evaluated. A point met again (the clipped bound at
@@ -392,8 +399,16 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
       if (r <= search.lower_bound) r = search.lower_bound;
       if (std::find(seen, seen + seen_count, r) != seen + seen_count) continue;
       if (seen_count < kSearchPoints) seen[seen_count++] = r;
-      const double likelihood = GridLikelihood(
-          r, k_i, k_j, thresholds_j, thresholds_i, border, table, ifail, estimate.failed);
+      const double likelihood = GridLikelihood(r,
+                                               k_i,
+                                               k_j,
+                                               thresholds_j,
+                                               thresholds_i,
+                                               border,
+                                               table,
+                                               ifail,
+                                               search.strict_cells,
+                                               estimate.failed);
       // Strictly above: on a tie the earlier r stays.
       if (likelihood > best_likelihood) {
         best_likelihood = likelihood;

@@ -90,11 +90,25 @@ void CountPolychoricTable(const PolychoricCategories& categories,
 // The search of a pair's r: a sweep of 41 points from `start` + `first_step`
 // up, each clipped to [lower_bound, upper_bound], then passes of 5 points at
 // half the step before. The defaults are the run's.
+//
+// The run starts each search from a best log likelihood of -999999, so a
+// pair whose likelihood is below that everywhere (a large N with many
+// categories) keeps r = 0. `floor_likelihood` false starts from minus
+// infinity instead, so that the best point of the grid always wins.
+//
+// The run's likelihood skips a cell whose model probability is not above 0
+// even where the cell holds subjects; near r = +-1 (beyond the run's bounds)
+// such cells appear and the skipped terms would make a wrong r look best.
+// `strict_cells` makes a cell with subjects and no probability give a log
+// likelihood of minus infinity. The bindings set both for a search wider
+// than the run's; the run never does.
 struct PolychoricSearch {
   double lower_bound = -0.9;
   double upper_bound = 0.9;
   double start = -0.95;
   double first_step = 0.05;
+  bool floor_likelihood = true;
+  bool strict_cells = false;
 };
 
 // The search's result for one pair. `failed`: a G01HAF call under the quiet

@@ -13,8 +13,11 @@
 #'   It never changes a number.
 #' @return a list of class `velquorin_correlations`: `r` (the matrix, with
 #'   the labels as dimnames), `method`, `n` (subjects), `warnings` (the
-#'   run's non-fatal messages); tetrachoric adds `se` (standard errors) and
-#'   `proportions` (each item's proportion of keyed subjects). A stop of the
+#'   run's non-fatal messages); polychoric and tetrachoric add `se` (standard
+#'   errors of the estimates, from the curvature of each pair's log
+#'   likelihood for polychoric) and `thresholds` (a list: each item's
+#'   thresholds on the normal scale); tetrachoric adds `proportions` (each
+#'   item's proportion of keyed subjects). A stop of the
 #'   engine (e.g. an item with more than 14 categories) is an error of class
 #'   `velquorin_stop` carrying the program's words.
 #' @name correlations
@@ -26,8 +29,23 @@ vq_pearson <- function(x, threads = NULL) {
 }
 
 #' @rdname correlations
-vq_polychoric <- function(x, threads = NULL) {
-  vq_correlations("polychoric", x, threads, sys.call())
+#' @param bound the polychoric search runs over \[-bound, bound\]. The
+#'   default 0.9 is the run's (a pair on it is warned of); 0.999 lets strong
+#'   associations through. From 0.05 to 0.9999.
+#' @param likelihood_floor `TRUE` (the run): each pair's search starts from a
+#'   best log likelihood of -999999, so a pair whose likelihood is below it
+#'   everywhere stays at 0 (it happens with large samples and many
+#'   categories: at N = 250,000 with ten categories every pair). `FALSE`:
+#'   the best point of the search always wins.
+vq_polychoric <- function(x, bound = 0.9, likelihood_floor = TRUE, threads = NULL) {
+  if (!is.numeric(bound) || length(bound) != 1L || is.na(bound)) {
+    stop("'bound' must be one number from 0.05 to 0.9999")
+  }
+  if (!is.logical(likelihood_floor) || length(likelihood_floor) != 1L || is.na(likelihood_floor)) {
+    stop("'likelihood_floor' must be TRUE or FALSE")
+  }
+  vq_correlations("polychoric", x, threads, sys.call(), bound = bound,
+                  likelihood_floor = likelihood_floor)
 }
 
 #' @rdname correlations
@@ -64,12 +82,13 @@ score_matrix <- function(x) {
 }
 
 vq_correlations <- function(kind, x, threads, call, guessing = double(),
-                            median_split = FALSE) {
+                            median_split = FALSE, bound = 0.9, likelihood_floor = TRUE) {
   x <- score_matrix(x)
   threads <- check_threads(threads)
   labels <- colnames(x)
   if (is.null(labels)) labels <- character()
-  outcome <- .Call(velquorin_correlations, kind, x, labels, guessing, median_split, threads)
+  outcome <- .Call(velquorin_correlations, kind, x, labels, guessing, median_split,
+                   as.double(bound), likelihood_floor, threads)
   if (outcome$ending != "finished") {
     stop(velquorin_stop(outcome[c("ending", "status", "message", "warnings")], call))
   }
@@ -77,9 +96,12 @@ vq_correlations <- function(kind, x, threads, call, guessing = double(),
   names <- if (length(labels)) labels else paste0("V", seq_len(ncol(x)))
   dimnames(r) <- list(names, names)
   result <- list(r = r, method = kind, n = nrow(x), warnings = outcome$warnings)
-  if (kind == "tetrachoric") {
+  if (kind != "pearson") {
     dimnames(outcome$se) <- list(names, names)
     result$se <- outcome$se
+    result$thresholds <- stats::setNames(outcome$thresholds, names)
+  }
+  if (kind == "tetrachoric") {
     result$proportions <- stats::setNames(outcome$proportions, names)
   }
   for (warning in outcome$warnings) warning(warning, call. = FALSE)

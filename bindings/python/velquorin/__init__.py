@@ -9,6 +9,14 @@ raises :class:`VelquorinError` with the program's own message.
     result = velquorin.run("examples/demo/demo.in", seed=1)
     print(result.report)        # absolute path of the report
     print(result.saved_files)   # the saved matrices beside the command file
+
+The phases are functions on data too: ``pearson``, ``polychoric``,
+``tetrachoric``, ``smooth``, ``triplet_test``, ``fa``, ``scores`` and
+``parallel`` take numpy arrays or pandas DataFrames and give the numbers a
+run with the same settings saves:
+
+    f = velquorin.fa(frame, nfactors=3, rotate="promax")
+    print(f.loadings, f.phi, f.fit["rmsea"])
 """
 
 import logging
@@ -161,10 +169,19 @@ def _labelled(matrix, labels):
     return pd.DataFrame(matrix, index=labels, columns=labels)
 
 
-def _correlations(kind, x, threads, guessing=(), median_split=False):
+def _correlations(
+    kind, x, threads, guessing=(), median_split=False, bound=0.9, likelihood_floor=True
+):
     array, labels = _scores(x)
     outcome = _core.correlations(
-        kind, array, labels, [float(g) for g in guessing], bool(median_split), _threads(threads)
+        kind,
+        array,
+        labels,
+        [float(g) for g in guessing],
+        bool(median_split),
+        float(bound),
+        bool(likelihood_floor),
+        _threads(threads),
     )
     if outcome["ending"] != "finished":
         raise _correlation_stop(outcome)
@@ -203,18 +220,49 @@ def pearson(x, threads=None):
     return _labelled(outcome["r"], labels)
 
 
-def polychoric(x, threads=None):
+def polychoric(x, bound=0.9, likelihood_floor=True, threads=None, full=False):
     """Polychoric correlations of ordered item scores (at most 14 categories).
 
-    Two-step maximum likelihood, each pair's r searched in [-0.9, 0.9]; a
-    pair on a bound is logged as a warning (logger "velquorin"). The numbers
-    the program saves for the coding "OR", bit for bit.
+    Two-step maximum likelihood, each pair's r searched in [-bound, bound];
+    a pair on a bound is logged as a warning (logger "velquorin"). With the
+    defaults, the numbers the program saves for the coding "OR", bit for bit.
+
+    Args (besides x and threads):
+        bound: the search's bound, 0.05 to 0.9999. The run's is 0.9; 0.999
+            lets strong associations through.
+        likelihood_floor: True (the run): each search starts from a best log
+            likelihood of -999999, so a pair whose likelihood is below it
+            everywhere stays at 0 (large samples with many categories: at
+            N = 250,000 with ten categories every pair). False: the best
+            point of the search always wins.
+        full: return a dict with "r", "se" (standard errors from the
+            curvature of each pair's log likelihood), "thresholds" (each
+            item's thresholds on the normal scale) and "warnings".
 
     Returns:
-        an items-by-items numpy array, or a labelled DataFrame.
+        an items-by-items numpy array, or a labelled DataFrame; with
+        ``full`` the dict above.
     """
-    outcome, labels = _correlations("polychoric", x, threads)
-    return _labelled(outcome["r"], labels)
+    outcome, labels = _correlations(
+        "polychoric", x, threads, bound=bound, likelihood_floor=likelihood_floor
+    )
+    if not full:
+        return _labelled(outcome["r"], labels)
+    return _full(outcome, labels)
+
+
+def _full(outcome, labels):
+    import numpy as np
+
+    thresholds = [np.asarray(t, dtype=float) for t in outcome["thresholds"]]
+    if labels:
+        thresholds = dict(zip(labels, thresholds))
+    return {
+        "r": _labelled(outcome["r"], labels),
+        "se": _labelled(outcome["se"], labels),
+        "thresholds": thresholds,
+        "warnings": list(outcome["warnings"]),
+    }
 
 
 def tetrachoric(x, guessing=None, median_split=False, threads=None, full=False):
@@ -228,8 +276,9 @@ def tetrachoric(x, guessing=None, median_split=False, threads=None, full=False):
         guessing: None, or one chance of a correct guess an item, in [0, 1):
             the tables are corrected for guessing.
         median_split: split each item at its median first.
-        full: return a dict with "r", "se" (standard errors), "proportions"
-            (each item's proportion of keyed subjects) and "warnings".
+        full: return a dict with "r", "se" (standard errors), "thresholds",
+            "proportions" (each item's proportion of keyed subjects) and
+            "warnings".
 
     Returns:
         an items-by-items numpy array (a labelled DataFrame where a DataFrame
@@ -245,14 +294,16 @@ def tetrachoric(x, guessing=None, median_split=False, threads=None, full=False):
         import pandas as pd
 
         proportions = pd.Series(proportions, index=labels)
-    return {
-        "r": _labelled(outcome["r"], labels),
-        "se": _labelled(outcome["se"], labels),
-        "proportions": proportions,
-        "warnings": list(outcome["warnings"]),
-    }
+    result = _full(outcome, labels)
+    result["proportions"] = proportions
+    return result
 
 
 for _function in (pearson, polychoric, tetrachoric):
     _function.__doc__ = _function.__doc__.rstrip() + "\n" + _SCORES_DOC
 __all__ += ["pearson", "polychoric", "tetrachoric"]
+
+# The phases after the correlations (they use the helpers above).
+from .factoring import FactorAnalysis, FactorScores, fa, parallel, scores, smooth, triplet_test  # noqa: E402
+
+__all__ += ["fa", "scores", "smooth", "triplet_test", "parallel", "FactorAnalysis", "FactorScores"]

@@ -2,31 +2,6 @@
 # at their nine decimals), thread counts, stops in the program's words,
 # refusals, labels, and psych on its bfi items.
 
-example_scores <- function(path, items, id_width = 0) {
-  full <- file.path(source_dir(), "examples", path)
-  if (id_width == 0) return(unname(as.matrix(utils::read.table(full))[, -1]))
-  lines <- readLines(full)
-  lines <- lines[nzchar(trimws(lines))]
-  t(vapply(lines, function(line) {
-    as.double(strsplit(substr(line, id_width + 1, id_width + items), "")[[1]])
-  }, double(items), USE.NAMES = FALSE))
-}
-
-# A saved matrix without its blanks: the field width depends on the number
-# of items, and with nine decimals a value the digits and signs alone tell
-# the values apart.
-saved_text <- function(path) {
-  gsub(" ", "", readLines(file.path(source_dir(), "tests", "golden", path)), fixed = TRUE)
-}
-
-as_saved <- function(r) {
-  unname(apply(unclass(r), 1, function(row) paste(sprintf("%.9f", row), collapse = "")))
-}
-
-need_source <- function() {
-  if (!nzchar(source_dir())) skip("the repository is not at hand (set VELQUORIN_SOURCE_DIR)")
-}
-
 test_that("the correlations are the run's saved files, for one and two threads", {
   need_source()
   cases <- list(
