@@ -405,6 +405,12 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
     step = step / 2.0;
     evaluations = 5;
   }
+  estimate.points = seen_count;
+  const int grid_corners = (k_j + 1) * (k_i + 1);
+  const int inner_corners = (k_j - 1) * (k_i - 1);
+  estimate.evaluations = border.cached
+                             ? 3 * (grid_corners - inner_corners) + seen_count * inner_corners
+                             : seen_count * grid_corners;
   estimate.r = best_r;
   estimate.at_boundary = best_r == search.upper_bound || best_r == search.lower_bound;
   return estimate;

@@ -99,11 +99,16 @@ struct PolychoricSearch {
 
 // The search's result for one pair. `failed`: a G01HAF call under the quiet
 // indicator failed, so `r` is not to be used (the caller searches again
-// with the hard indicator, which reports and stops).
+// with the hard indicator, which reports and stops). `points`: the values
+// of r whose likelihood was computed; `evaluations`: the G01HAF calls the
+// search made (what a profile of the estimator counts; nothing reads them
+// in a run).
 struct PolychoricEstimate {
   double r = 0.0;
   bool at_boundary = false;
   bool failed = false;
+  int points = 0;
+  int evaluations = 0;
 };
 
 // The grid sweep and interval halving of one pair on its table (`counts`
