@@ -32,6 +32,10 @@ constexpr double kNoLikelihood = -999999.0;
 constexpr int kDistinctLimit = kCategoryRows + 1;
 // Points of the search: 41 in the sweep and 5 in each of at most 29 passes.
 constexpr int kSearchPoints = 41 + 29 * 5;
+// Words of a bit column counted at a time for a pair's table: 2 KiB of each
+// column, so that the columns of two five-category variables (16 KiB) stay
+// in the first-level cache while each cell of the block is counted.
+constexpr int kTableBlockWords = 256;
 // Pairs handed to a thread at a time: a pair costs a few hundred
 // microseconds at least, so a chunk is short enough for the console to move.
 constexpr int kPairChunk = 16;
@@ -171,7 +175,9 @@ void CodeVariable(const Matrix& item_data,
   }
   for (int row = 1; row <= k; ++row) {
     categories.counts(row, variable) = static_cast<double>(tally[row]);
+    categories.column_count[categories.first_bit_column[variable] + row - 1] = tally[row];
   }
+  categories.all_coded[variable] = tally[0] == 0 ? 1 : 0;
 }
 
 // The orthant probabilities of a pair's grid that lie on its border (a
@@ -212,26 +218,50 @@ bool FillBorderCorners(
   return ok;
 }
 
+// The inner corners of a pair's grid (rows 1 .. k_j - 1 by columns 1 ..
+// k_i - 1, row by row), whose probabilities change with every r, set up
+// once per pair.
+void AddInnerCorners(
+    int k_i, int k_j, const double* t, const double* u, BivariateNormalCorners& inner) {
+  inner.Clear();
+  for (int a = 1; a < k_j; ++a) {
+    for (int b = 1; b < k_i; ++b) inner.Add(t[a], u[b]);
+  }
+}
+
 // The log likelihood of the pair's counts at r, as PolychoricLikelihood
-// gives it, taking the border corners from `border` and skipping empty
-// cells (a 0 count adds an exact zero). `failed` is set when G01HAF fails.
+// gives it, taking the border corners from `border` and the inner ones from
+// `inner` (all corners by G01HAF where the border is not cached), and
+// skipping empty cells (a 0 count adds an exact zero). `failed` is set when
+// G01HAF fails.
 double GridLikelihood(double r,
                       int k_i,
                       int k_j,
                       const double* t,
                       const double* u,
                       const BorderCorners& border,
+                      const BivariateNormalCorners& inner,
                       const PolychoricTable& table,
                       int ifail,
                       bool& failed) {
   double corner[kCategoryRows + 1][kCategoryRows + 1];
-  const int sign_case = SignCase(r);
-  for (int a = 0; a <= k_j; ++a) {
-    const bool border_row = a == 0 || a == k_j;
-    for (int b = 0; b <= k_i; ++b) {
-      if (border.cached && (border_row || b == 0 || b == k_i)) {
-        corner[a][b] = border.value[sign_case][a][b];
-      } else {
+  if (border.cached) {
+    const int sign_case = SignCase(r);
+    double inner_value[BivariateNormalCorners::kCapacity];
+    int status = ifail;
+    inner.Evaluate(r, status, inner_value);
+    if (status != 0) failed = true;
+    int next = 0;
+    for (int a = 0; a <= k_j; ++a) {
+      const bool border_row = a == 0 || a == k_j;
+      for (int b = 0; b <= k_i; ++b) {
+        corner[a][b] = (border_row || b == 0 || b == k_i) ? border.value[sign_case][a][b]
+                                                          : inner_value[next++];
+      }
+    }
+  } else {
+    for (int a = 0; a <= k_j; ++a) {
+      for (int b = 0; b <= k_i; ++b) {
         int status = ifail;
         corner[a][b] = G01HAF(t[a], u[b], r, status);
         if (status != 0) failed = true;
@@ -288,6 +318,8 @@ void FindPolychoricCategories(const Matrix& item_data,
   }
   categories.bits.assign(
       static_cast<std::size_t>(categories.first_bit_column[p]) * categories.words, 0);
+  categories.column_count.assign(static_cast<std::size_t>(categories.first_bit_column[p]), 0);
+  categories.all_coded.assign(static_cast<std::size_t>(p), 0);
   ParallelChunks(
       p,
       4,
@@ -348,16 +380,46 @@ void CountPolychoricTable(const PolychoricCategories& categories,
                           int j,
                           PolychoricTable& table) {
   const int words = categories.words;
-  const std::uint64_t* bits_i =
-      categories.bits.data() + categories.first_bit_column[i] * static_cast<std::int64_t>(words);
-  const std::uint64_t* bits_j =
-      categories.bits.data() + categories.first_bit_column[j] * static_cast<std::int64_t>(words);
-  for (int a = 1; a <= categories.category_count[j]; ++a) {
-    const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words;
-    for (int b = 1; b <= categories.category_count[i]; ++b) {
-      const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words;
-      table.counts[a][b] = static_cast<int>(CountInBoth(column_j, column_i, words));
+  const int k_i = categories.category_count[i];
+  const int k_j = categories.category_count[j];
+  const std::int64_t first_i = categories.first_bit_column[i];
+  const std::int64_t first_j = categories.first_bit_column[j];
+  const std::uint64_t* bits_i = categories.bits.data() + first_i * words;
+  const std::uint64_t* bits_j = categories.bits.data() + first_j * words;
+  // The counts are whole numbers, so the table is the same whichever cells
+  // are counted and whichever are worked out from the others.
+  const bool derive_last = categories.all_coded[i] != 0 && categories.all_coded[j] != 0;
+  const int rows = derive_last ? k_j - 1 : k_j;
+  const int cols = derive_last ? k_i - 1 : k_i;
+  std::int64_t sums[kCategoryRows + 1][kCategoryRows + 1];
+  for (int a = 1; a <= rows; ++a) {
+    for (int b = 1; b <= cols; ++b) sums[a][b] = 0;
+  }
+  for (int begin = 0; begin < words; begin += kTableBlockWords) {
+    const int length = std::min(kTableBlockWords, words - begin);
+    for (int a = 1; a <= rows; ++a) {
+      const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words + begin;
+      for (int b = 1; b <= cols; ++b) {
+        const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words + begin;
+        sums[a][b] += CountInBoth(column_j, column_i, length);
+      }
     }
+  }
+  for (int a = 1; a <= rows; ++a) {
+    for (int b = 1; b <= cols; ++b) table.counts[a][b] = static_cast<int>(sums[a][b]);
+  }
+  if (!derive_last) return;
+  // Every subject of category a of j is in some category of i, and every
+  // subject of category b of i in some category of j.
+  for (int a = 1; a < k_j; ++a) {
+    std::int64_t rest = categories.column_count[first_j + a - 1];
+    for (int b = 1; b < k_i; ++b) rest -= table.counts[a][b];
+    table.counts[a][k_i] = static_cast<int>(rest);
+  }
+  for (int b = 1; b <= k_i; ++b) {
+    std::int64_t rest = categories.column_count[first_i + b - 1];
+    for (int a = 1; a < k_j; ++a) rest -= table.counts[a][b];
+    table.counts[k_j][b] = static_cast<int>(rest);
   }
 }
 
@@ -371,6 +433,8 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   PolychoricEstimate estimate;
   BorderCorners border;
   estimate.failed = !FillBorderCorners(k_i, k_j, thresholds_j, thresholds_i, ifail, border);
+  BivariateNormalCorners inner;
+  if (border.cached) AddInnerCorners(k_i, k_j, thresholds_j, thresholds_i, inner);
 
   // A sweep of 41 points from the lower bound up, then passes of 5 points,
   // each half its predecessor's step apart, from half a step below the best.
@@ -393,7 +457,7 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
       if (std::find(seen, seen + seen_count, r) != seen + seen_count) continue;
       if (seen_count < kSearchPoints) seen[seen_count++] = r;
       const double likelihood = GridLikelihood(
-          r, k_i, k_j, thresholds_j, thresholds_i, border, table, ifail, estimate.failed);
+          r, k_i, k_j, thresholds_j, thresholds_i, border, inner, table, ifail, estimate.failed);
       // Strictly above: on a tie the earlier r stays.
       if (likelihood > best_likelihood) {
         best_likelihood = likelihood;

@@ -50,6 +50,9 @@ struct PolychoricTable {
 //                       category: the column of category c (1..K) of
 //                       variable v starts at word
 //                       (first_bit_column[v] + c - 1) * words.
+//   column_count[first_bit_column[v] + c - 1]: subjects in category c of v.
+//   all_coded[v]:       1 when every subject is in a category of v (no 99
+//                       in the highest place), else 0.
 struct PolychoricCategories {
   Matrix scores;
   std::vector<int> category_count;
@@ -59,6 +62,8 @@ struct PolychoricCategories {
   int words = 0;
   std::vector<std::int64_t> first_bit_column;
   std::vector<std::uint64_t> bits;
+  std::vector<std::int64_t> column_count;
+  std::vector<unsigned char> all_coded;
 };
 
 // Categories, counts, codes, bit columns and thresholds of the p columns of
@@ -81,7 +86,11 @@ double PolychoricLikelihood(
 
 // The table of the pair (i, j) (0-based variables) from the bit columns of
 // `categories`: cell (a, b) counts the subjects in category a of j and b of
-// i. Cells outside 1..K are left as they were.
+// i. Cells outside 1..K are left as they were. The columns are read a block
+// of subjects at a time, a block that stays in the first-level cache while
+// all its cells are counted; where every subject is in a category of both
+// variables, the last row and column are the category counts less the
+// other cells.
 void CountPolychoricTable(const PolychoricCategories& categories,
                           int i,
                           int j,
