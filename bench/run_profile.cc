@@ -209,7 +209,7 @@ void ProfiledPolychorics(const Matrix& item_data,
   Progress& progress = ConsoleProgress();
   Stopwatch scan_clock;
   PolychoricCategories categories;
-  FindPolychoricCategories(item_data, n, p, categories);
+  FindPolychoricCategories(item_data, n, p, categories, false);
   rows.push_back(scan_clock.Row("category scan, codes, bit columns, thresholds"));
   result.category_count = categories.category_count;
   result.thresholds = categories.thresholds;

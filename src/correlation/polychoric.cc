@@ -143,7 +143,9 @@ void CodeVariable(const Matrix& item_data,
     if (whole >= 0) whole_category[whole] = static_cast<unsigned char>(row);
   }
   const double* column = item_data.Column(variable);
-  unsigned char* codes = categories.codes.data() + static_cast<std::size_t>(variable) * n;
+  unsigned char* codes = categories.codes.empty()
+                             ? nullptr
+                             : categories.codes.data() + static_cast<std::size_t>(variable) * n;
   std::uint64_t* bits =
       categories.bits.data() + categories.first_bit_column[variable] * categories.words;
   std::int64_t tally[kCategoryRows + 1] = {};
@@ -164,7 +166,7 @@ void CodeVariable(const Matrix& item_data,
           category = static_cast<int>(place - distinct) + 1;
         }
       }
-      codes[subject] = static_cast<unsigned char>(category);
+      if (codes != nullptr) codes[subject] = static_cast<unsigned char>(category);
       ++tally[category];
       word[category] |= std::uint64_t{1} << (subject - first);
     }
@@ -287,15 +289,14 @@ void ShowPolychoricPair(int i, int j, Progress& progress) {
                          " " + FormatI(j + 1, 3));
 }
 
-void FindPolychoricCategories(const Matrix& item_data,
-                              int n,
-                              int p,
-                              PolychoricCategories& categories) {
+void FindPolychoricCategories(
+    const Matrix& item_data, int n, int p, PolychoricCategories& categories, bool keep_codes) {
   categories.scores.Reset(kCategoryRows + 1, p, kNoCategory);
   categories.category_count.assign(p, 0);
   categories.counts.Reset(kCategoryRows + 1, p, 0.0);
   categories.thresholds.Reset(kCategoryRows, p, 0.0);
-  categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
+  categories.codes.clear();
+  if (keep_codes) categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
   categories.words = BitColumnWords(n);
 
   // The scans are independent, so they run on all threads; nothing is
@@ -508,7 +509,9 @@ void EstimatePolychorics(const Matrix& item_data,
   result.complete = false;
   result.boundary.clear();
   PolychoricCategories categories;
-  FindPolychoricCategories(item_data, n, p, categories);
+  // The pairs are counted from the bit columns: a byte per subject and
+  // variable (as much again as a tenth of the data) is not made.
+  FindPolychoricCategories(item_data, n, p, categories, false);
   result.category_count = categories.category_count;
   result.thresholds = categories.thresholds;
   Matrix& correlations = result.correlations;

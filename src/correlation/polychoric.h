@@ -67,14 +67,16 @@ struct PolychoricCategories {
 };
 
 // Categories, counts, codes, bit columns and thresholds of the p columns of
-// `item_data` (n by p). The variables are scanned on ThreadCount() threads;
+// `item_data` (n by p); with `keep_codes` false `codes` is left empty (the
+// tables need only the bit columns). The variables are scanned on ThreadCount() threads;
 // then, in variable order, the run stops ("FATAL ERROR: VARIABLE" I4 ...) at
 // the first variable with more than 14 categories or with no score other
 // than 99, and the thresholds come from G01FAF with the hard indicator.
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,
                               int p,
-                              PolychoricCategories& categories);
+                              PolychoricCategories& categories,
+                              bool keep_codes = true);
 
 // Fills `table.probabilities` for categories 1..k_j by 1..k_i at
 // correlation r and returns the log likelihood of `table.counts` (without

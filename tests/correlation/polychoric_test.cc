@@ -176,6 +176,16 @@ TEST(PolychoricCategories, TableFromBitColumnsCountsEverySubject) {
   FindPolychoricCategories(x, n, p, c);
   EXPECT_EQ(c.all_coded[0], 1);
   EXPECT_EQ(c.all_coded[2], 0);
+  // Without the codes everything else is the same.
+  PolychoricCategories bits_only;
+  FindPolychoricCategories(x, n, p, bits_only, false);
+  EXPECT_TRUE(bits_only.codes.empty());
+  EXPECT_EQ(bits_only.bits, c.bits);
+  EXPECT_EQ(bits_only.column_count, c.column_count);
+  EXPECT_EQ(bits_only.all_coded, c.all_coded);
+  EXPECT_EQ(bits_only.category_count, c.category_count);
+  EXPECT_EQ(bits_only.thresholds.values, c.thresholds.values);
+  EXPECT_EQ(bits_only.counts.values, c.counts.values);
   for (int i = 1; i < p; ++i) {
     for (int j = 0; j < i; ++j) {
       int expected[kCategoryRows + 1][kCategoryRows + 1] = {};
