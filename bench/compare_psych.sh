@@ -179,10 +179,10 @@ run_case() {
 }
 
 if [[ -n "$PEERS" ]]; then
-  echo "Velquorin against ${PEERS/,/ and }" \
-    "$(Rscript -e 'for (p in strsplit(commandArgs(TRUE), ",")[[1]])
-      cat(p, as.character(packageVersion(p)), "")' "$PEERS" 2>/dev/null)," \
-    "$CORES core(s), best of $REPEATS run(s)"
+  VERSIONS="$(Rscript -e 'peers <- strsplit(commandArgs(TRUE), ",")[[1]]
+    cat(paste(peers, sapply(peers, function(p) as.character(packageVersion(p)))),
+        sep = " and ")' "$PEERS" 2>/dev/null)"
+  echo "Velquorin against $VERSIONS, $CORES core(s), best of $REPEATS run(s)"
 else
   echo "Velquorin alone (no peer), $CORES core(s), best of $REPEATS run(s)"
 fi

@@ -98,6 +98,33 @@ void SumSeriesTerms(SeriesLanes& lanes) {
   }
 }
 
+// The quotients of the polar form for kSeriesBlock points at one rho (s =
+// sqrt(1 - rho^2)): from x, y and c = sqrt(x^2 + y^2 - 2 rho x y) the
+// radius r = c / s, u = |x| / r, v = |y| / r and the wedge arguments
+// d1 = (rho x - y) / c, d2 = (rho y - x) / c, lane by lane as G01HAF makes
+// them.
+struct QuotientLanes {
+  double x[kSeriesBlock];
+  double y[kSeriesBlock];
+  double c[kSeriesBlock];
+  double r[kSeriesBlock];
+  double u[kSeriesBlock];
+  double v[kSeriesBlock];
+  double d1[kSeriesBlock];
+  double d2[kSeriesBlock];
+};
+
+VQ_VECTOR_CLONES
+void PolarQuotients(double rho, double s, QuotientLanes& lanes) {
+  for (int j = 0; j < kSeriesBlock; ++j) {
+    lanes.r[j] = lanes.c[j] / s;
+    lanes.u[j] = std::fabs(lanes.x[j]) / lanes.r[j];
+    lanes.v[j] = std::fabs(lanes.y[j]) / lanes.r[j];
+    lanes.d1[j] = (rho * lanes.x[j] - lanes.y[j]) / lanes.c[j];
+    lanes.d2[j] = (rho * lanes.y[j] - lanes.x[j]) / lanes.c[j];
+  }
+}
+
 }  // namespace
 
 double G01HAF(double x, double y, double rho, int& ifail) {
@@ -233,13 +260,18 @@ void BivariateNormalCorners::EvaluateBlock(
   double* even = lanes.even;
   double exponential[kBlock];
   bool regular[kBlock], below1[kBlock], below2[kBlock];
+  // First the points G01HAF takes another way, and c for the others; an
+  // unused lane holds x = y = 0, c = 1.
+  QuotientLanes quotients;
+  for (int j = 0; j < kBlock; ++j) {
+    regular[j] = false;
+    quotients.x[j] = quotients.y[j] = 0.0;
+    quotients.c[j] = 1.0;
+  }
   for (int j = 0; j < count; ++j) {
     const int k = begin + j;
     const double x = x_[k];
     const double y = y_[k];
-    regular[j] = false;
-    exponential[j] = 0.0;
-    below1[j] = below2[j] = false;
     if (x == 0.0 && y == 0.0) {
       int status = kIfailQuiet;
       out[k] = G01HAF(x, y, rho, status);
@@ -251,19 +283,29 @@ void BivariateNormalCorners::EvaluateBlock(
       out[k] = G01HAF(x, y, rho, status);
       continue;
     }
-    const double c = std::sqrt(c_squared);
-    const double r = c / s;
+    regular[j] = true;
+    quotients.x[j] = x;
+    quotients.y[j] = y;
+    quotients.c[j] = std::sqrt(c_squared);
+  }
+  PolarQuotients(rho, s, quotients);
+  for (int j = 0; j < count; ++j) {
+    exponential[j] = 0.0;
+    below1[j] = below2[j] = false;
+    if (!regular[j]) continue;
+    const int k = begin + j;
+    const double r = quotients.r[j];
     const double e = -(r * 0.5 * r);
     if (e <= lnmin) {
+      regular[j] = false;
       int status = kIfailQuiet;
-      out[k] = G01HAF(x, y, rho, status);
+      out[k] = G01HAF(x_[k], y_[k], rho, status);
       continue;
     }
-    regular[j] = true;
-    const double u = std::fabs(x) / r;
-    const double v = std::fabs(y) / r;
-    const double d1 = (rho * x - y) / c;
-    const double d2 = (rho * y - x) / c;
+    const double u = quotients.u[j];
+    const double v = quotients.v[j];
+    const double d1 = quotients.d1[j];
+    const double d2 = quotients.d2[j];
     const double t1 = Sign(d1);
     const double t2 = Sign(d2);
     const double m1 = t1 * sx_[k];
