@@ -398,7 +398,28 @@ void CountPolychoricTable(const PolychoricCategories& categories,
   }
   for (int begin = 0; begin < words; begin += kTableBlockWords) {
     const int length = std::min(kTableBlockWords, words - begin);
-    for (int a = 1; a <= rows; ++a) {
+    int a = 1;
+    if (cols == 4) {
+      // Four columns of i to count (five categories each side, all coded,
+      // is the usual case): two rows of four cells at a time, each word of
+      // the six columns loaded once.
+      const std::uint64_t* columns_i[4];
+      for (int b = 1; b <= 4; ++b) {
+        columns_i[b - 1] = bits_i + static_cast<std::int64_t>(b - 1) * words + begin;
+      }
+      for (; a + 1 <= rows; a += 2) {
+        const std::uint64_t* columns_j[2] = {
+            bits_j + static_cast<std::int64_t>(a - 1) * words + begin,
+            bits_j + static_cast<std::int64_t>(a) * words + begin};
+        std::int64_t two_rows[2][4] = {};
+        CountTwoByFour(columns_j, columns_i, length, two_rows);
+        for (int b = 1; b <= 4; ++b) {
+          sums[a][b] += two_rows[0][b - 1];
+          sums[a + 1][b] += two_rows[1][b - 1];
+        }
+      }
+    }
+    for (; a <= rows; ++a) {
       const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words + begin;
       for (int b = 1; b <= cols; ++b) {
         const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words + begin;

@@ -168,7 +168,7 @@ TEST(PolychoricCategories, TableFromBitColumnsCountsEverySubject) {
     const int base = next(5);
     x(s, 0) = base;                                          // 5 categories
     x(s, 1) = std::min(4, std::max(0, base + next(3) - 1));  // 5, correlated
-    x(s, 2) = next(7) == 0 ? 99 : next(3);                   // 3 and a 99 on top
+    x(s, 2) = next(7) == 0 ? 99 : next(4);                   // 4 and a 99 on top
     x(s, 3) = 7;                                             // one category
     x(s, 4) = next(12);                                      // 12 categories
   }
