@@ -124,11 +124,12 @@ struct PolychoricEstimate {
 
 // The grid sweep and interval halving of one pair on its table (`counts`
 // read; `probabilities` left as they are) with k_i, k_j categories and
-// thresholds of variables i and j (rows 0..K). Bivariate probabilities come
-// from G01HAF under `ifail` (kIfailHard or kIfailQuiet), each point of the
-// grid once per evaluation, and those on the border of -999999 and +999999
-// once per pair. `at_boundary`: r is one of the bounds of `search`. A pure
-// function of its arguments, safe to run on several threads at once.
+// thresholds of variables i and j (rows 0..K). Bivariate probabilities are
+// G01HAF's under `ifail` (kIfailHard or kIfailQuiet): the inner points of
+// the grid once per value of r, as one set (BivariateNormalCorners, the same
+// doubles), and those on the border of -999999 and +999999 once per pair.
+// `at_boundary`: r is one of the bounds of `search`. A pure function of its
+// arguments, safe to run on several threads at once.
 PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         int k_i,
                                         int k_j,
