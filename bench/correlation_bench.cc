@@ -2,7 +2,16 @@
 // polychoric pair of 5 x 5 categories over 10,000 subjects, the polychoric
 // matrix of 50 five-category items and the tetrachoric matrix of 100
 // dichotomous items, each over 10,000 subjects, on 1 and 2 threads.
+//
+// With `--profile RUN.in [--threads N] [--seed N]` the program runs no
+// benchmark: it makes the run of the command file phase by phase and prints
+// the time of each phase (run_profile.h).
 #include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
 
 #include "correlation/polychoric.h"
 #include "correlation/tetrachoric.h"
@@ -12,6 +21,7 @@
 #include "kernels/failure.h"
 #include "kernels/parallel.h"
 #include "report/run_outputs.h"
+#include "run_profile.h"
 #include "writers/correlation_writer.h"
 
 namespace {
@@ -159,3 +169,54 @@ BENCHMARK(BM_TetrachoricMatrix)
     ->UseRealTime();
 
 }  // namespace
+
+// The profile's options, when the first argument asks for it: true with
+// `request` filled; false for a benchmark run.
+bool ProfileArguments(int argc, char** argv, vq::ProfileRequest& request, bool& bad) {
+  bad = false;
+  bool asked = false;
+  for (int k = 1; k < argc; ++k) {
+    const std::string_view argument = argv[k];
+    auto value = [&](std::string_view name, std::string& out) {
+      if (argument.substr(0, name.size() + 1) == std::string(name) + "=") {
+        out = std::string(argument.substr(name.size() + 1));
+        return true;
+      }
+      if (argument == name && k + 1 < argc) {
+        out = argv[++k];
+        return true;
+      }
+      return false;
+    };
+    std::string text;
+    if (value("--profile", text)) {
+      request.command_file = text;
+      asked = true;
+    } else if (value("--threads", text)) {
+      request.threads = std::atoi(text.c_str());
+    } else if (value("--seed", text)) {
+      request.has_seed = true;
+      request.seed = std::atol(text.c_str());
+    } else if (asked) {
+      bad = true;
+    }
+  }
+  return asked;
+}
+
+int main(int argc, char** argv) {
+  vq::ProfileRequest request;
+  bool bad = false;
+  if (ProfileArguments(argc, argv, request, bad)) {
+    if (bad || request.command_file.empty()) {
+      std::fprintf(stderr, "usage: correlation_bench --profile RUN.in [--threads N] [--seed N]\n");
+      return 2;
+    }
+    return vq::RunProfile(request);
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

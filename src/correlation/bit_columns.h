@@ -38,6 +38,14 @@ inline void SetBitsWhereEqual(const double* values, int n, double target, std::u
 // Bits past the last subject must be 0 in at least one of them.
 std::int64_t CountInBoth(const std::uint64_t* first, const std::uint64_t* second, int words);
 
+// Adds to sums[a][b] the number of subjects set in both first[a] and
+// second[b] (a < 2, b < 4; every column `words` words): the eight cells of
+// two rows of a table in one pass over the words, each word loaded once.
+void CountTwoByFour(const std::uint64_t* const first[2],
+                    const std::uint64_t* const second[4],
+                    int words,
+                    std::int64_t sums[2][4]);
+
 // Number of bits set in a column of `words` words.
 std::int64_t CountSet(const std::uint64_t* column, int words);
 

@@ -33,6 +33,10 @@ constexpr double kNoLikelihood = -999999.0;
 constexpr int kDistinctLimit = kCategoryRows + 1;
 // Points of the search: 41 in the sweep and 5 in each of at most 29 passes.
 constexpr int kSearchPoints = 41 + 29 * 5;
+// Words of a bit column counted at a time for a pair's table: 2 KiB of each
+// column, so that the columns of two five-category variables (16 KiB) stay
+// in the first-level cache while each cell of the block is counted.
+constexpr int kTableBlockWords = 256;
 // Pairs handed to a thread at a time: a pair costs a few hundred
 // microseconds at least, so a chunk is short enough for the console to move.
 constexpr int kPairChunk = 16;
@@ -140,7 +144,9 @@ void CodeVariable(const Matrix& item_data,
     if (whole >= 0) whole_category[whole] = static_cast<unsigned char>(row);
   }
   const double* column = item_data.Column(variable);
-  unsigned char* codes = categories.codes.data() + static_cast<std::size_t>(variable) * n;
+  unsigned char* codes = categories.codes.empty()
+                             ? nullptr
+                             : categories.codes.data() + static_cast<std::size_t>(variable) * n;
   std::uint64_t* bits =
       categories.bits.data() + categories.first_bit_column[variable] * categories.words;
   std::int64_t tally[kCategoryRows + 1] = {};
@@ -161,7 +167,7 @@ void CodeVariable(const Matrix& item_data,
           category = static_cast<int>(place - distinct) + 1;
         }
       }
-      codes[subject] = static_cast<unsigned char>(category);
+      if (codes != nullptr) codes[subject] = static_cast<unsigned char>(category);
       ++tally[category];
       word[category] |= std::uint64_t{1} << (subject - first);
     }
@@ -172,7 +178,9 @@ void CodeVariable(const Matrix& item_data,
   }
   for (int row = 1; row <= k; ++row) {
     categories.counts(row, variable) = static_cast<double>(tally[row]);
+    categories.column_count[categories.first_bit_column[variable] + row - 1] = tally[row];
   }
+  categories.all_coded[variable] = tally[0] == 0 ? 1 : 0;
 }
 
 // The orthant probabilities of a pair's grid that lie on its border (a
@@ -213,27 +221,51 @@ bool FillBorderCorners(
   return ok;
 }
 
+// The inner corners of a pair's grid (rows 1 .. k_j - 1 by columns 1 ..
+// k_i - 1, row by row), whose probabilities change with every r, set up
+// once per pair.
+void AddInnerCorners(
+    int k_i, int k_j, const double* t, const double* u, BivariateNormalCorners& inner) {
+  inner.Clear();
+  for (int a = 1; a < k_j; ++a) {
+    for (int b = 1; b < k_i; ++b) inner.Add(t[a], u[b]);
+  }
+}
+
 // The log likelihood of the pair's counts at r, as PolychoricLikelihood
-// gives it, taking the border corners from `border` and skipping empty
-// cells (a 0 count adds an exact zero). `failed` is set when G01HAF fails.
+// gives it, taking the border corners from `border` and the inner ones from
+// `inner` (all corners by G01HAF where the border is not cached), and
+// skipping empty cells (a 0 count adds an exact zero). `failed` is set when
+// G01HAF fails.
 double GridLikelihood(double r,
                       int k_i,
                       int k_j,
                       const double* t,
                       const double* u,
                       const BorderCorners& border,
+                      const BivariateNormalCorners& inner,
                       const PolychoricTable& table,
                       int ifail,
                       bool strict_cells,
                       bool& failed) {
   double corner[kCategoryRows + 1][kCategoryRows + 1];
-  const int sign_case = SignCase(r);
-  for (int a = 0; a <= k_j; ++a) {
-    const bool border_row = a == 0 || a == k_j;
-    for (int b = 0; b <= k_i; ++b) {
-      if (border.cached && (border_row || b == 0 || b == k_i)) {
-        corner[a][b] = border.value[sign_case][a][b];
-      } else {
+  if (border.cached) {
+    const int sign_case = SignCase(r);
+    double inner_value[BivariateNormalCorners::kCapacity];
+    int status = ifail;
+    inner.Evaluate(r, status, inner_value);
+    if (status != 0) failed = true;
+    int next = 0;
+    for (int a = 0; a <= k_j; ++a) {
+      const bool border_row = a == 0 || a == k_j;
+      for (int b = 0; b <= k_i; ++b) {
+        corner[a][b] = (border_row || b == 0 || b == k_i) ? border.value[sign_case][a][b]
+                                                          : inner_value[next++];
+      }
+    }
+  } else {
+    for (int a = 0; a <= k_j; ++a) {
+      for (int b = 0; b <= k_i; ++b) {
         int status = ifail;
         corner[a][b] = G01HAF(t[a], u[b], r, status);
         if (status != 0) failed = true;
@@ -263,15 +295,14 @@ void ShowPolychoricPair(int i, int j, Progress& progress) {
                          " " + FormatI(j + 1, 3));
 }
 
-void FindPolychoricCategories(const Matrix& item_data,
-                              int n,
-                              int p,
-                              PolychoricCategories& categories) {
+void FindPolychoricCategories(
+    const Matrix& item_data, int n, int p, PolychoricCategories& categories, bool keep_codes) {
   categories.scores.Reset(kCategoryRows + 1, p, kNoCategory);
   categories.category_count.assign(p, 0);
   categories.counts.Reset(kCategoryRows + 1, p, 0.0);
   categories.thresholds.Reset(kCategoryRows, p, 0.0);
-  categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
+  categories.codes.clear();
+  if (keep_codes) categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
   categories.words = BitColumnWords(n);
 
   // The scans are independent, so they run on all threads; nothing is
@@ -294,6 +325,8 @@ void FindPolychoricCategories(const Matrix& item_data,
   }
   categories.bits.assign(
       static_cast<std::size_t>(categories.first_bit_column[p]) * categories.words, 0);
+  categories.column_count.assign(static_cast<std::size_t>(categories.first_bit_column[p]), 0);
+  categories.all_coded.assign(static_cast<std::size_t>(p), 0);
   ParallelChunks(
       p,
       4,
@@ -354,16 +387,67 @@ void CountPolychoricTable(const PolychoricCategories& categories,
                           int j,
                           PolychoricTable& table) {
   const int words = categories.words;
-  const std::uint64_t* bits_i =
-      categories.bits.data() + categories.first_bit_column[i] * static_cast<std::int64_t>(words);
-  const std::uint64_t* bits_j =
-      categories.bits.data() + categories.first_bit_column[j] * static_cast<std::int64_t>(words);
-  for (int a = 1; a <= categories.category_count[j]; ++a) {
-    const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words;
-    for (int b = 1; b <= categories.category_count[i]; ++b) {
-      const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words;
-      table.counts[a][b] = static_cast<int>(CountInBoth(column_j, column_i, words));
+  const int k_i = categories.category_count[i];
+  const int k_j = categories.category_count[j];
+  const std::int64_t first_i = categories.first_bit_column[i];
+  const std::int64_t first_j = categories.first_bit_column[j];
+  const std::uint64_t* bits_i = categories.bits.data() + first_i * words;
+  const std::uint64_t* bits_j = categories.bits.data() + first_j * words;
+  // The counts are whole numbers, so the table is the same whichever cells
+  // are counted and whichever are worked out from the others.
+  const bool derive_last = categories.all_coded[i] != 0 && categories.all_coded[j] != 0;
+  const int rows = derive_last ? k_j - 1 : k_j;
+  const int cols = derive_last ? k_i - 1 : k_i;
+  std::int64_t sums[kCategoryRows + 1][kCategoryRows + 1];
+  for (int a = 1; a <= rows; ++a) {
+    for (int b = 1; b <= cols; ++b) sums[a][b] = 0;
+  }
+  for (int begin = 0; begin < words; begin += kTableBlockWords) {
+    const int length = std::min(kTableBlockWords, words - begin);
+    int a = 1;
+    if (cols == 4) {
+      // Four columns of i to count (five categories each side, all coded,
+      // is the usual case): two rows of four cells at a time, each word of
+      // the six columns loaded once.
+      const std::uint64_t* columns_i[4];
+      for (int b = 1; b <= 4; ++b) {
+        columns_i[b - 1] = bits_i + static_cast<std::int64_t>(b - 1) * words + begin;
+      }
+      for (; a + 1 <= rows; a += 2) {
+        const std::uint64_t* columns_j[2] = {
+            bits_j + static_cast<std::int64_t>(a - 1) * words + begin,
+            bits_j + static_cast<std::int64_t>(a) * words + begin};
+        std::int64_t two_rows[2][4] = {};
+        CountTwoByFour(columns_j, columns_i, length, two_rows);
+        for (int b = 1; b <= 4; ++b) {
+          sums[a][b] += two_rows[0][b - 1];
+          sums[a + 1][b] += two_rows[1][b - 1];
+        }
+      }
     }
+    for (; a <= rows; ++a) {
+      const std::uint64_t* column_j = bits_j + static_cast<std::int64_t>(a - 1) * words + begin;
+      for (int b = 1; b <= cols; ++b) {
+        const std::uint64_t* column_i = bits_i + static_cast<std::int64_t>(b - 1) * words + begin;
+        sums[a][b] += CountInBoth(column_j, column_i, length);
+      }
+    }
+  }
+  for (int a = 1; a <= rows; ++a) {
+    for (int b = 1; b <= cols; ++b) table.counts[a][b] = static_cast<int>(sums[a][b]);
+  }
+  if (!derive_last) return;
+  // Every subject of category a of j is in some category of i, and every
+  // subject of category b of i in some category of j.
+  for (int a = 1; a < k_j; ++a) {
+    std::int64_t rest = categories.column_count[first_j + a - 1];
+    for (int b = 1; b < k_i; ++b) rest -= table.counts[a][b];
+    table.counts[a][k_i] = static_cast<int>(rest);
+  }
+  for (int b = 1; b <= k_i; ++b) {
+    std::int64_t rest = categories.column_count[first_i + b - 1];
+    for (int a = 1; a < k_j; ++a) rest -= table.counts[a][b];
+    table.counts[k_j][b] = static_cast<int>(rest);
   }
 }
 
@@ -377,6 +461,8 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   PolychoricEstimate estimate;
   BorderCorners border;
   estimate.failed = !FillBorderCorners(k_i, k_j, thresholds_j, thresholds_i, ifail, border);
+  BivariateNormalCorners inner;
+  if (border.cached) AddInnerCorners(k_i, k_j, thresholds_j, thresholds_i, inner);
 
   // A sweep of 41 points from the lower bound up, then passes of 5 points,
   // each half its predecessor's step apart, from half a step below the best.
@@ -405,6 +491,7 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                                thresholds_j,
                                                thresholds_i,
                                                border,
+                                               inner,
                                                table,
                                                ifail,
                                                search.strict_cells,
@@ -420,6 +507,12 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
     step = step / 2.0;
     evaluations = 5;
   }
+  estimate.points = seen_count;
+  const int grid_corners = (k_j + 1) * (k_i + 1);
+  const int inner_corners = (k_j - 1) * (k_i - 1);
+  estimate.evaluations = border.cached
+                             ? 3 * (grid_corners - inner_corners) + seen_count * inner_corners
+                             : seen_count * grid_corners;
   estimate.r = best_r;
   estimate.at_boundary = best_r == search.upper_bound || best_r == search.lower_bound;
   return estimate;
@@ -453,7 +546,9 @@ void EstimatePolychorics(const Matrix& item_data,
   result.complete = false;
   result.boundary.clear();
   PolychoricCategories categories;
-  FindPolychoricCategories(item_data, n, p, categories);
+  // The pairs are counted from the bit columns: a byte per subject and
+  // variable (as much again as a tenth of the data) is not made.
+  FindPolychoricCategories(item_data, n, p, categories, false);
   result.category_count = categories.category_count;
   result.thresholds = categories.thresholds;
   Matrix& correlations = result.correlations;

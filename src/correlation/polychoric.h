@@ -50,6 +50,9 @@ struct PolychoricTable {
 //                       category: the column of category c (1..K) of
 //                       variable v starts at word
 //                       (first_bit_column[v] + c - 1) * words.
+//   column_count[first_bit_column[v] + c - 1]: subjects in category c of v.
+//   all_coded[v]:       1 when every subject is in a category of v (no 99
+//                       in the highest place), else 0.
 struct PolychoricCategories {
   Matrix scores;
   std::vector<int> category_count;
@@ -59,17 +62,21 @@ struct PolychoricCategories {
   int words = 0;
   std::vector<std::int64_t> first_bit_column;
   std::vector<std::uint64_t> bits;
+  std::vector<std::int64_t> column_count;
+  std::vector<unsigned char> all_coded;
 };
 
 // Categories, counts, codes, bit columns and thresholds of the p columns of
-// `item_data` (n by p). The variables are scanned on ThreadCount() threads;
+// `item_data` (n by p); with `keep_codes` false `codes` is left empty (the
+// tables need only the bit columns). The variables are scanned on ThreadCount() threads;
 // then, in variable order, the run stops ("FATAL ERROR: VARIABLE" I4 ...) at
 // the first variable with more than 14 categories or with no score other
 // than 99, and the thresholds come from G01FAF with the hard indicator.
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,
                               int p,
-                              PolychoricCategories& categories);
+                              PolychoricCategories& categories,
+                              bool keep_codes = true);
 
 // Fills `table.probabilities` for categories 1..k_j by 1..k_i at
 // correlation r and returns the log likelihood of `table.counts` (without
@@ -81,7 +88,11 @@ double PolychoricLikelihood(
 
 // The table of the pair (i, j) (0-based variables) from the bit columns of
 // `categories`: cell (a, b) counts the subjects in category a of j and b of
-// i. Cells outside 1..K are left as they were.
+// i. Cells outside 1..K are left as they were. The columns are read a block
+// of subjects at a time, a block that stays in the first-level cache while
+// all its cells are counted; where every subject is in a category of both
+// variables, the last row and column are the category counts less the
+// other cells.
 void CountPolychoricTable(const PolychoricCategories& categories,
                           int i,
                           int j,
@@ -113,20 +124,26 @@ struct PolychoricSearch {
 
 // The search's result for one pair. `failed`: a G01HAF call under the quiet
 // indicator failed, so `r` is not to be used (the caller searches again
-// with the hard indicator, which reports and stops).
+// with the hard indicator, which reports and stops). `points`: the values
+// of r whose likelihood was computed; `evaluations`: the G01HAF calls the
+// search made (what a profile of the estimator counts; nothing reads them
+// in a run).
 struct PolychoricEstimate {
   double r = 0.0;
   bool at_boundary = false;
   bool failed = false;
+  int points = 0;
+  int evaluations = 0;
 };
 
 // The grid sweep and interval halving of one pair on its table (`counts`
 // read; `probabilities` left as they are) with k_i, k_j categories and
-// thresholds of variables i and j (rows 0..K). Bivariate probabilities come
-// from G01HAF under `ifail` (kIfailHard or kIfailQuiet), each point of the
-// grid once per evaluation, and those on the border of -999999 and +999999
-// once per pair. `at_boundary`: r is one of the bounds of `search`. A pure
-// function of its arguments, safe to run on several threads at once.
+// thresholds of variables i and j (rows 0..K). Bivariate probabilities are
+// G01HAF's under `ifail` (kIfailHard or kIfailQuiet): the inner points of
+// the grid once per value of r, as one set (BivariateNormalCorners, the same
+// doubles), and those on the border of -999999 and +999999 once per pair.
+// `at_boundary`: r is one of the bounds of `search`. A pure function of its
+// arguments, safe to run on several threads at once.
 PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         int k_i,
                                         int k_j,

@@ -14,11 +14,15 @@ void SmcCommunalities(Matrix& r, int p) {
   std::vector<double> eigenvalues;
   std::vector<double> imaginary_parts;
   DEVLRG(p, r, eigenvalues, imaginary_parts);
+  SmcCommunalities(r, p, eigenvalues[p - 1]);
+}
 
+void SmcCommunalities(Matrix& r, int p, double smallest) {
+  if (p < 1) return;
   // Only the eigenvalue of smallest modulus decides; a larger negative one
   // does not set the constant off. A single variable has no p - 1 to divide
   // by, so its divisor counts as 1 rather than giving an infinite constant.
-  if (!(eigenvalues[p - 1] > 0.0)) {
+  if (!(smallest > 0.0)) {
     const double divisor = std::max(p - 1, 1) * 100000.0;
     const double constant = 1.0 / divisor;
     for (int i = 0; i < p; ++i) r(i, i) += constant;

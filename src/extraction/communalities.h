@@ -18,6 +18,11 @@ namespace vq {
 // multiple correlation within that block, the others 0.
 void SmcCommunalities(Matrix& r, int p);
 
+// The same, with the eigenvalue of smallest modulus of `r` already known:
+// `smallest` is the last of DEVLRG's eigenvalues of this very matrix (the
+// eigenvalue screen's), so that the solution is not made a second time.
+void SmcCommunalities(Matrix& r, int p, double smallest);
+
 // Replaces r(i,i) by the largest |r(i,j)|, j != i (0.0 for a row of zeros
 // and for p = 1).
 void HighestCorrelationCommunalities(Matrix& r, int p);

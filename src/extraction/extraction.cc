@@ -177,7 +177,15 @@ void ExtractFactors(const Matrix& correlations,
   r = correlations;
   if (principal_factors) {
     if (options.InitialCommunality == InitialCommunality::kSmc) {
-      SmcCommunalities(r, p);
+      // The screen has solved this very matrix already; where its solver
+      // reported a failure, the solution is made again, and so is its
+      // message.
+      if (p >= 1 && result.InitialEigenvalues.size() == static_cast<std::size_t>(p) &&
+          IERCD() == 0) {
+        SmcCommunalities(r, p, result.InitialEigenvalues[p - 1]);
+      } else {
+        SmcCommunalities(r, p);
+      }
     } else if (options.InitialCommunality == InitialCommunality::kHir) {
       HighestCorrelationCommunalities(r, p);
     }

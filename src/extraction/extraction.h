@@ -92,11 +92,14 @@ void AnnounceExtraction(const ExtractionOptions& options, Progress& progress);
 std::vector<double> ScreenEigenvalues(const Matrix& correlations);
 
 // The communality iteration and the unrotated solution: fills every field of
-// `result` but InitialEigenvalues and Fit. `correlations` (p by p) is not
-// changed; the working copy with the final communalities on its diagonal is
-// result.WorkingMatrix. Each pass shows "Iteration:" and its number on an
-// overwriting line of `progress`, the warnings of a partial eigen solution
-// as free-form lines; principal factors at the limit of passes add
+// `result` but InitialEigenvalues and Fit. result.InitialEigenvalues, when
+// it holds p values, must be ScreenEigenvalues(correlations), called just
+// before: "SMC" starts then take the smallest from it rather than solve the
+// same matrix again (unless the screen's solver reported a failure).
+// `correlations` (p by p) is not changed; the working copy with the final communalities on its
+// diagonal is result.WorkingMatrix. Each pass shows "Iteration:" and its number on an overwriting
+// line of `progress`, the warnings of a partial eigen solution as free-form lines; principal
+// factors at the limit of passes add
 // "**** Communalities Failed to Converge ****" from column 30.
 // Stops the run on "ERROR 100" (a sum of communalities above p or not a
 // number: pause and stop) and when the eigen solution cannot deliver m

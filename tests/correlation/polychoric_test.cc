@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <iomanip>
 
 #include "data/simulation.h"
@@ -146,6 +148,61 @@ TEST(PolychoricCategories, ScoreOf99AtTheTopIsNoCategory) {
   EXPECT_EQ(c.thresholds(2, 0), 999999.0);
   EXPECT_EQ(c.thresholds(1, 0), G01FAF("Lower-tail", 2.0 / 6.0, hard));  // n counts all
   EXPECT_EQ(c.thresholds(2, 1), G01FAF("Lower-tail", 4.0 / 6.0, hard));
+}
+
+// The table from the bit columns against a count subject by subject, over
+// more subjects than one block of the count holds and a last word that is
+// not full: variables with every subject in a category (whose last row and
+// column are worked out from the category counts), with a 99 on top that
+// leaves subjects out, with one category and with many.
+TEST(PolychoricCategories, TableFromBitColumnsCountsEverySubject) {
+  const int n = 2 * 256 * 64 + 37;
+  const int p = 5;
+  Matrix x(n, p);
+  std::uint64_t state = 12345;
+  auto next = [&state](int range) {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<int>((state >> 33) % static_cast<std::uint64_t>(range));
+  };
+  for (int s = 0; s < n; ++s) {
+    const int base = next(5);
+    x(s, 0) = base;                                          // 5 categories
+    x(s, 1) = std::min(4, std::max(0, base + next(3) - 1));  // 5, correlated
+    x(s, 2) = next(7) == 0 ? 99 : next(4);                   // 4 and a 99 on top
+    x(s, 3) = 7;                                             // one category
+    x(s, 4) = next(12);                                      // 12 categories
+  }
+  PolychoricCategories c;
+  FindPolychoricCategories(x, n, p, c);
+  EXPECT_EQ(c.all_coded[0], 1);
+  EXPECT_EQ(c.all_coded[2], 0);
+  // Without the codes everything else is the same.
+  PolychoricCategories bits_only;
+  FindPolychoricCategories(x, n, p, bits_only, false);
+  EXPECT_TRUE(bits_only.codes.empty());
+  EXPECT_EQ(bits_only.bits, c.bits);
+  EXPECT_EQ(bits_only.column_count, c.column_count);
+  EXPECT_EQ(bits_only.all_coded, c.all_coded);
+  EXPECT_EQ(bits_only.category_count, c.category_count);
+  EXPECT_EQ(bits_only.thresholds.values, c.thresholds.values);
+  EXPECT_EQ(bits_only.counts.values, c.counts.values);
+  for (int i = 1; i < p; ++i) {
+    for (int j = 0; j < i; ++j) {
+      int expected[kCategoryRows + 1][kCategoryRows + 1] = {};
+      for (int s = 0; s < n; ++s) {
+        ++expected[c.codes[s + static_cast<std::size_t>(j) * n]]
+                  [c.codes[s + static_cast<std::size_t>(i) * n]];
+      }
+      PolychoricTable table;
+      CountPolychoricTable(c, i, j, table);
+      for (int a = 1; a <= c.category_count[j]; ++a) {
+        for (int b = 1; b <= c.category_count[i]; ++b) {
+          EXPECT_EQ(table.counts[a][b], expected[a][b])
+              << "pair " << i << " " << j << " cell " << a << " " << b;
+        }
+      }
+    }
+  }
 }
 
 TEST(PolychoricCategories, TooManyCategoriesStops) {

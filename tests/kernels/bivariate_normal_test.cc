@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "frame/console.h"
@@ -192,6 +193,74 @@ TEST(G01HAF, CorrelationOutsideTheIntervalIsFailureOne) {
   ifail = kIfailQuiet;
   EXPECT_EQ(G01HAF(0.1, 0.2, std::nan(""), ifail), 0.0);
   EXPECT_EQ(ifail, 1);
+}
+
+// The set form must give G01HAF's doubles bit for bit: every branch of the
+// series (signs of x, y and of the wedge terms, truncation of |d| at 1), the
+// points G01HAF takes another way (x = y = 0, the infinities of +-999999,
+// thresholds far enough out for the density to underflow, rho = +-1 and 0),
+// and more points than one block holds.
+TEST(BivariateNormalCorners, SameDoublesAsOnePointAtATime) {
+  const std::vector<double> thresholds = {-999999.0,
+                                          -38.0,
+                                          -3.1,
+                                          -1.5,
+                                          -0.52,
+                                          -1e-300,
+                                          0.0,
+                                          1e-300,
+                                          0.25,
+                                          0.5,
+                                          1.0,
+                                          2.7,
+                                          40.0,
+                                          999999.0};
+  BivariateNormalCorners corners;
+  std::vector<std::pair<double, double>> points;
+  for (double x : thresholds) {
+    for (double y : thresholds) {
+      ASSERT_TRUE(corners.Add(x, y));
+      points.emplace_back(x, y);
+    }
+  }
+  ASSERT_EQ(corners.size(), static_cast<int>(points.size()));
+  const std::vector<double> rhos = {
+      -1.0, -0.9999999, -0.9, -0.55, -0.05, -1e-12, 0.0, 1e-12, 0.05, 0.3, 0.45, 0.9, 0.99, 1.0};
+  for (double rho : rhos) {
+    std::vector<double> values(points.size());
+    int ifail = kIfailHard;
+    corners.Evaluate(rho, ifail, values.data());
+    EXPECT_EQ(ifail, 0);
+    for (std::size_t k = 0; k < points.size(); ++k) {
+      int one = kIfailHard;
+      const double expected = G01HAF(points[k].first, points[k].second, rho, one);
+      // Bit for bit: the same double, and the same sign of a zero.
+      EXPECT_EQ(std::signbit(values[k]), std::signbit(expected));
+      EXPECT_EQ(values[k], expected)
+          << "x " << points[k].first << " y " << points[k].second << " rho " << rho;
+    }
+  }
+}
+
+TEST(BivariateNormalCorners, FullSetAndFailuresAsOnePointAtATime) {
+  BivariateNormalCorners corners;
+  for (int k = 0; k < BivariateNormalCorners::kCapacity; ++k) {
+    ASSERT_TRUE(corners.Add(0.01 * k - 1.0, 0.5 - 0.003 * k));
+  }
+  EXPECT_FALSE(corners.Add(0.0, 0.0));
+  std::vector<double> values(BivariateNormalCorners::kCapacity, -1.0);
+  int ifail = kIfailQuiet;
+  corners.Evaluate(1.5, ifail, values.data());
+  EXPECT_EQ(ifail, 1);
+  for (double value : values) EXPECT_EQ(value, 0.0);
+  ifail = kIfailHard;
+  ConsoleCapture capture;
+  EXPECT_THROW(corners.Evaluate(-1.5, ifail, values.data()), RunStopped);
+  corners.Clear();
+  EXPECT_EQ(corners.size(), 0);
+  ifail = kIfailQuiet;
+  corners.Evaluate(0.5, ifail, values.data());
+  EXPECT_EQ(ifail, 0);
 }
 
 }  // namespace
