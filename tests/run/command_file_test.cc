@@ -65,61 +65,6 @@ TEST(UpcaseToken, MovesLeftAndRaisesLettersOnly) {
   }
 }
 
-TEST(CommandFile, CompleteFileFillsEveryField) {
-  const std::string text =
-      "* Eight items, first wave\n"
-      "* second comment\n"
-      ">TITLE: Reasoning items\n"
-      ">DATA: items.dat 8 250\n"
-      ">OUTFILE: items.out LONG\n"
-      ">METRIC: OR COR SM\n"
-      ">MODEL: PFA 2 LABELS SORT\n"
-      ">ROTATE: PROMAX 3\n"
-      ">SCORE: NOSCORE\n"
-      ">PLOT: LOADINGS\n"
-      ">TECHNICAL: 0.001 150 0.0002 250 F 0.15 SMC 100 T\n"
-      ">OUTPUT: 2 COR FAC\n"
-      ">FORMAT: (F4.0,8F1.0)\n"
-      ">LABELS: I1 I2 I3 I4 I5 I6 I7 I8\n";
-  ParseOutcome parsed = ParseText(text, /*labels=*/true);
-  ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
-  EXPECT_EQ(parsed.out, "");
-  const RunOptions& o = parsed.options;
-  EXPECT_EQ(o.Title, Pad(" Reasoning items", 80));
-  EXPECT_EQ(o.DataFile, Pad("items.dat", 50));
-  EXPECT_EQ(o.VariableCount, 8);
-  EXPECT_EQ(o.SubjectCount, 250);
-  EXPECT_FALSE(o.HasItemFile);
-  EXPECT_EQ(o.OutFile, Pad("items.out", 35));
-  EXPECT_EQ(o.Print_Verbosity, Verbosity::kLong);
-  EXPECT_EQ(o.Coding, Coding::kOrdered);
-  EXPECT_EQ(o.InputForm, InputForm::kCorrelations);
-  EXPECT_EQ(o.Smoothing, Smoothing::kSmooth);
-  EXPECT_EQ(o.Model, Model::kPrincipalFactors);
-  EXPECT_EQ(o.FactorCount, 2);
-  EXPECT_EQ(o.LabelMode, LabelMode::kLabels);
-  EXPECT_EQ(o.SortMode, SortMode::kSort);
-  EXPECT_EQ(o.Rotation, Rotation::kPromax);
-  EXPECT_EQ(o.RotationName, Pad("Promax", 25));
-  EXPECT_EQ(o.PromaxPower, 3);
-  EXPECT_EQ(o.ScoreMethod, ScoreMethod::kNoScore);
-  EXPECT_EQ(o.PlotMode, PlotMode::kLoadings);
-  EXPECT_EQ(o.CommunalityEpsilon, 0.001);
-  EXPECT_EQ(o.CommunalityIterations, 150);
-  EXPECT_EQ(o.RotationEpsilon, 0.0002);
-  EXPECT_EQ(o.RotationIterations, 250);
-  EXPECT_EQ(o.RandomStart, RandomStart::kUnrotated);
-  EXPECT_EQ(o.HyperplaneWidth, 0.15);
-  EXPECT_EQ(o.InitialCommunality, InitialCommunality::kSmc);
-  EXPECT_EQ(o.PageWidth, 100);
-  EXPECT_TRUE(o.SaveResults);
-  EXPECT_EQ(o.SaveCodes, (std::vector<SaveCode>{SaveCode::kCor, SaveCode::kFac}));
-  // Column 9 is part of the record format, blank or not.
-  EXPECT_EQ(o.RecordFormat, Pad(" (F4.0,8F1.0)", 80));
-  ASSERT_EQ(o.Labels.size(), 8u);
-  EXPECT_EQ(o.Labels[0], Pad("I1", 15));
-  EXPECT_EQ(o.Labels[7], Pad("I8", 15));
-}
 TEST(CommandFile, KeywordsAndWordsInAnyCaseNamesKeepTheirCase) {
   const std::string text =
       ">title: Mixed Case\n"
@@ -421,31 +366,6 @@ TEST(CommandFile, TechnicalAndOutputLines) {
     ASSERT_FALSE(parsed.stopped) << parsed.out;
     EXPECT_EQ(parsed.options.SaveCodes, codes) << line;
   }
-}
-
-TEST(CommandFile, LabelsGoOnOverLinesAndKeepTheirCase) {
-  std::vector<std::string> lines = BaseLines();
-  lines[4] = ">MODEL: PFA 2 LABELS NOSORT";
-  lines.push_back(">labels: first Second\n  'third item'\n");
-  ParseOutcome parsed = ParseText(Join(lines), /*labels=*/true);
-  ASSERT_FALSE(parsed.stopped) << parsed.out;
-  EXPECT_EQ(parsed.options.Labels,
-            (std::vector<std::string>{Pad("first", 15), Pad("Second", 15), Pad("third item", 15)}));
-}
-TEST(CommandFile, UnreadableCountIsASevereReadError) {
-  ParseOutcome parsed = ParseText(With(1, ">DATA: corr.dat three 100"));
-  EXPECT_EQ(parsed.kind, RunStopped::Kind::kSevere);
-  EXPECT_EQ(parsed.exit_code, 59);
-}
-
-TEST(CommandFile, OverLongLines) {
-  std::vector<std::string> lines = BaseLines();
-  lines[0] = ">TITLE: " + std::string(100000, 'x');
-  lines[7] = ">PLOT: " + std::string(100000, 'L') + " " + std::string(5000, ' ') + "tail";
-  ParseOutcome parsed = ParseText(Join(lines));
-  ASSERT_FALSE(parsed.stopped) << parsed.out << parsed.err;
-  EXPECT_EQ(parsed.options.Title, " " + std::string(79, 'x'));
-  EXPECT_EQ(parsed.options.PlotMode, ParsePlotMode("LLLLLLLL"));
 }
 
 }  // namespace
