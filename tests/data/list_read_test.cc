@@ -107,58 +107,6 @@ TEST(ListRead, Table) {
   for (const auto& row : rows) EXPECT_EQ(ListRead(row.text, row.kinds), row.expected) << row.text;
 }
 
-TEST(ListRead, GoesOnOverBlankRecordsAndDropsTheRestOfTheLast) {
-  RecordSource source = Text("1 2\n\n   \n3 4 5\n6\n");
-  std::vector<double> v(3);
-  ReadList(source, {{RealItem(v[0]), RealItem(v[1]), RealItem(v[2])}});
-  EXPECT_EQ(v, (std::vector<double>{1, 2, 3}));
-  double next = 0;
-  ReadList(source, {{RealItem(next)}});
-  EXPECT_EQ(next, 6.0);  // 4 and 5 were dropped with their record
-}
-
-TEST(ListRead, SlashEndsTheStatement) {
-  RecordSource source = Text("1 2/ 3\n4\n");
-  int a = 0, b = 0, c = -3;
-  ReadList(source, {{IntegerItem(a), IntegerItem(b), IntegerItem(c)}});
-  EXPECT_EQ(a, 1);
-  EXPECT_EQ(b, 2);
-  EXPECT_EQ(c, -3);
-  ReadList(source, {{IntegerItem(c)}});
-  EXPECT_EQ(c, 4);
-}
-
-TEST(ListRead, SevereLineNamesUnitAndFile) {
-  ConsoleCapture capture;
-  RecordSource source = Text("1 x\n", 12);
-  double a = 0, b = 0;
-  try {
-    ReadList(source, {{RealItem(a), RealItem(b)}});
-    FAIL() << "no stop";
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.kind, RunStopped::Kind::kSevere);
-    EXPECT_EQ(stop.exit_code, 59);
-  }
-  EXPECT_EQ(capture.Err(), "severe (59): list-directed I/O syntax error, unit 12, file test.in\n");
-}
-
-TEST(ListRead, ProbeThenStepBackReadsTheSameLineAgain) {
-  RecordSource source = Text("\n>TECHNICAL: 0.001 100\n>FORMAT: (F4.0)\n");
-  std::string probe;
-  ReadList(source, {{TextItem(probe, 11)}});
-  EXPECT_EQ(probe, ">TECHNICAL:");
-  source.StepBack();
-  std::string keyword;
-  double epsilon = 0;
-  int iterations = 0;
-  ReadList(source, {{TextItem(keyword, 11), RealItem(epsilon), IntegerItem(iterations)}});
-  EXPECT_EQ(epsilon, 0.001);
-  EXPECT_EQ(iterations, 100);
-  std::string line;
-  ReadColumns(source, {{TextItem(line, 8)}});
-  EXPECT_EQ(line, ">FORMAT:");
-}
-
 TEST(ColumnRead, CutsOneRecordAndPadsAShortOne) {
   RecordSource source = Text(">TITLE: Reasoning items\n>FORM\n");
   std::string keyword, title;
