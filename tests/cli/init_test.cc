@@ -329,43 +329,5 @@ TEST(InitGuessTest, WarnsOfScoresThatLookLikeMissingCodes) {
   EXPECT_TRUE(guess.warnings.empty());
 }
 
-TEST(InitCommandFileTest, LinesOfTheCommandFile) {
-  DataGuess guess;
-  InitFault fault;
-  ASSERT_TRUE(GuessData("id,it's,b,c\n1,1,0,1\n2,0,1,1\n3,1,1,0\n4,0,0,1\n", {}, guess, fault));
-  CommandFileNames names{"my-items.csv", "my data.csv", "my.out", "my"};
-  const std::string text = CommandFileText(guess, names);
-  std::string lines;
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t stop = text.find('\n', start);
-    const std::string line = text.substr(start, stop - start);
-    if (line[0] != '*') lines += line + "\n";
-    EXPECT_LE(line.size(), 80u) << line;
-    start = stop + 1;
-  }
-  EXPECT_EQ(lines,
-            ">TITLE: Items of my data.csv\n"
-            ">DATA: 'my-items.csv' 3 4\n"
-            ">OUTFILE: 'my.out' LONG\n"
-            ">METRIC: DI RAW SM\n"
-            ">MODEL: PFA 1 LABELS NOSORT\n"
-            ">ROTATE: NONE\n"
-            ">SCORE: NOSCORE\n"
-            ">PLOT: NONE\n"
-            ">TECHNICAL: 0.0001 200 0.0001 200 F 0.2 SMC 130 T\n"
-            ">OUTPUT: 3 COR EIG FAC\n"
-            ">FORMAT: (F25.0,3F25.0)\n"
-            ">LABELS: 'it''s' 'b' 'c'\n");
-  EXPECT_NE(text.find("* >DATA: "), std::string::npos);
-  EXPECT_NE(text.find("my-items.csv is a copy of my data.csv"), std::string::npos);
-}
-
-TEST(InitCommandFileTest, StemKeepsSavedFileNamesApart) {
-  EXPECT_EQ(CommandStem("examples/bfi_like/bfi_like.dat"), "bfi_like");
-  EXPECT_EQ(CommandStem("/data/Big Five (2024).csv"), "Big_Five__2");
-  EXPECT_EQ(CommandStem("scores"), "scores");
-  EXPECT_EQ(CommandStem(".csv"), "_csv");
-}
-
 }  // namespace
 }  // namespace vq

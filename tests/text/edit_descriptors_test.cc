@@ -10,14 +10,6 @@
 namespace vq {
 namespace {
 
-TEST(FormatF, RoundsAndAligns) {
-  EXPECT_EQ(FormatF(-1.23, 8, 2), "   -1.23");
-  EXPECT_EQ(FormatF(0.312, 8, 3), "   0.312");
-  EXPECT_EQ(FormatF(-0.312, 8, 3), "  -0.312");
-  EXPECT_EQ(FormatF(1.0, 8, 3), "   1.000");
-  EXPECT_EQ(FormatF(12.0, 4, 0), " 12.");
-}
-
 TEST(FormatF, DropsLeadingZeroOnlyWhenNarrow) {
   EXPECT_EQ(FormatF(0.5, 4, 3), ".500");
   EXPECT_EQ(FormatF(0.5, 5, 3), "0.500");
@@ -62,31 +54,6 @@ TEST(FormatE, Layout) {
   EXPECT_EQ(FormatE(0.99999, 9, 2), " 0.10E+01");
   EXPECT_EQ(FormatE(1e120, 11, 3), "  0.100+121");
   EXPECT_EQ(FormatE(-1.0, 9, 3), "-.100E+01");
-}
-
-TEST(FormatI, Widths) {
-  EXPECT_EQ(FormatI(3, 3), "  3");
-  EXPECT_EQ(FormatI(-12, 4), " -12");
-  EXPECT_EQ(FormatI(1000, 3), "***");
-  EXPECT_EQ(FormatI(7, 4, 3), " 007");
-  EXPECT_EQ(FormatI(1000, 3, 3), "***");
-  EXPECT_EQ(FormatI(0, 3, 0), "   ");
-}
-
-TEST(FormatA, AlignsAndCuts) {
-  EXPECT_EQ(FormatA("ab", 4), "  ab");
-  EXPECT_EQ(FormatA("Smoothed  ", 10), "Smoothed  ");
-  EXPECT_EQ(FormatA("Smoothed   ", 10), "Smoothed  ");
-  EXPECT_EQ(FormatA("abcdef", 3), "abc");
-}
-
-TEST(Text, PadTrim) {
-  EXPECT_EQ(PadRight("CONTINUOUS", 2), "CO");
-  EXPECT_EQ(PadRight("LONG", 5), "LONG ");
-  EXPECT_EQ(Trim("  a b  "), "a b");
-  EXPECT_EQ(TrimRight("  a b  "), "  a b");
-  EXPECT_EQ(Trim("    "), "");
-  EXPECT_EQ(FreeFormInteger(42), "          42");
 }
 
 }  // namespace
