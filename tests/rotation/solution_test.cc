@@ -13,7 +13,6 @@ namespace vq {
 namespace {
 
 using testing::FromRows;
-using testing::Lines;
 
 TEST(SortLoadings, GroupsByMainFactorWithStaircase) {
   Matrix a = FromRows({{0.10, 0.60, 0.05},
