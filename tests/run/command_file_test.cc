@@ -11,10 +11,8 @@ namespace vq {
 namespace {
 
 using testing::Col;
-using testing::kStopLines;
 using testing::ParseOutcome;
 using testing::ParseText;
-using testing::PauseFault;
 
 // A small command file on a given correlation matrix, so that the parse
 // opens no data file. Lines by index: 0 title, 1 data, 2 outfile, 3 metric,
@@ -95,130 +93,6 @@ TEST(CommandFile, KeywordsAndWordsInAnyCaseNamesKeepTheirCase) {
   EXPECT_EQ(o.RecordFormat, Pad(" (3f4.0)", 80));
 }
 const std::string kTechnical = ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 T";
-
-const std::string kFld2Phi = Join({">TITLE: t",
-                                   ">DATA: pattern.dat 3 100",
-                                   ">OUTFILE: r.out SHORT",
-                                   ">METRIC: CO FLD2 NO",
-                                   ">PHY: phi.dat",
-                                   ">MODEL: ROT 2 NOLABELS NOSORT",
-                                   ">ROTATE: VARIMAX",
-                                   ">SCORE: NOSCORE",
-                                   ">PLOT: NONE",
-                                   ">FORMAT: (2F4.0)"});
-
-// Every fault of the parse that ends in a message, the pause and the stop.
-TEST(CommandFile, FaultMessagesColumnsPauseAndStop) {
-  const std::string metric = "FATAL ERROR: Unrecognized keyword on >METRIC: line";
-  const std::string promax = "FATAL ERROR: Promax requires a power";
-  const std::string outfile = "FATAL ERROR: Keyword  >OUTFILE:   missing";
-  const std::string codes = "FATAL ERROR: At most 7 codes fit on the >OUTPUT: line";
-  const std::string plots = Col(30, "FATAL ERROR: You have requested factor score plots");
-  std::vector<std::string> labels = BaseLines();
-  labels.push_back(">LABEL: a b c");
-  struct Case {
-    std::string text;
-    int column;
-    std::string message;
-    std::string before = "";
-  } cases[] = {
-      {With(1, ">DAT: corr.dat 3 100"), 30, "FATAL ERROR: Keyword  >DATA:   missing"},
-      // A "*" line after the title is no comment: it takes the place of ">DATA:".
-      {Insert(1, "* c.dat 3 100"), 30, "FATAL ERROR: Keyword  >DATA:   missing"},
-      {With(2, ">OUTFILX: report.out SHORT"), 30, outfile},
-      // A line that opens with ">OUTFIL" stays and is judged as the outfile line.
-      {With(2, ">OUTFILS report.out SHORT"), 30, outfile},
-      // Two lines between ">DATA:" and ">OUTFILE:": the second is taken for it.
-      {Insert(2, "first\nsecond x y"), 30, outfile},
-      {With(2, ">OUTFILE: report.out MEDIUM"), 30, "FATAL ERROR: Keyword  Print_Verbosity missing"},
-      {With(3, ">METRICS: CO COR NO"), 40, "FATAL ERROR: Keyword  >METRIC:   missing"},
-      {With(3, ">METRIC: XX COR NO"), 30, metric},
-      {With(3, ">METRIC: CO FILE NO"), 30, metric},
-      // A word cut to its field must still be one of the words: CORRELATIONS is "CORR".
-      {With(3, ">METRIC: CO CORRELATIONS NO"), 30, metric},
-      {kFld2Phi, 43, "FATAL ERROR: Keyword  >PHI:   missing"},
-      {With(4, ">MODE: PFA 2 NOLABELS NOSORT"), 30, "FATAL ERROR: Keyword  >MODEL:   missing"},
-      {With(5, ">ROTATION: VARIMAX"), 30, "FATAL ERROR: Keyword >ROTATE:    missing"},
-      // No sort word: ">ROTATE:" becomes the sort word and ">SCORE:" fails the rotate test.
-      {With(4, ">MODEL: PFA 2 NOLABELS"), 30, "FATAL ERROR: Keyword >ROTATE:    missing"},
-      {With(5, ">ROTATE: PROMAX three"), 30, promax},
-      // The missing power takes ">SCORE:" from the next line, which is no integer.
-      {With(5, ">ROTATE: PROMAX"), 30, promax},
-      // At the very end of the file the Promax message comes too.
-      {">TITLE: t\n>DATA: c 3 1\n>OUTFILE: r SHORT\n>METRIC: CO COR NO\n"
-       ">MODEL: PFA 2 NOLABELS NOSORT\n>ROTATE: PROMAX\n",
-       30,
-       promax},
-      {With(6, ">SCORES: NOSCORE"), 30, "FATAL ERROR: Keyword >SCORE:    missing"},
-      {With(7, ">PLOTS: LOADINGS"), 30, "FATAL ERROR: Keyword >PLOT:    missing"},
-      {With(8, ">FORMAT (3F4.0)"), 30, "FATAL ERROR: Keyword  >FORMAT:   missing"},
-      // Before ">FORMAT:" a blank line counts, behind a ">TECHNICAL:" line.
-      {Insert(8, ">TECHNICAL: 0.0001 200 0.0001 200 T 0.2 ONE 130 F\n"),
-       30,
-       "FATAL ERROR: Keyword  >FORMAT:   missing"},
-      {Insert(8, kTechnical), 31, "FATAL ERROR: Keyword >OUTPUT: missing"},
-      {Insert(8, kTechnical + "\n>OUTPUT: 8 COR SMO MVN RSD FAC EIG COR COR"), 30, codes},
-      {Insert(8, kTechnical + "\n>OUTPUT: 1E30 COR"), 30, codes},
-      // Combinations that establish no matrix.
-      {With(3, ">METRIC: CD COR NO"),
-       30,
-       "FATAL ERROR: Coding CD cannot be used with COR on >METRIC: line"},
-      {With(3, ">METRIC: DC COR NO"),
-       30,
-       "FATAL ERROR: Coding DC cannot be used with COR on >METRIC: line"},
-      {With(3, ">METRIC: IP COR NO"),
-       30,
-       "FATAL ERROR: Coding IP cannot be used with COR on >METRIC: line"},
-      {With(3, ">METRIC: CO FLD1 NO"),
-       30,
-       "FATAL ERROR: Input FLD1 on >METRIC: line requires model ROT"},
-      {With(4, ">MODEL: ROT 2 NOLABELS NOSORT"),
-       30,
-       "FATAL ERROR: Model ROT requires input FLD1 or FLD2 on >METRIC: line"},
-      // The triplet test counts response patterns of the scores: a given
-      // correlation matrix has none.
-      {With(4, ">MODEL: TRP 2 NOLABELS NOSORT"),
-       30,
-       "FATAL ERROR: Model TRP requires input RAW on >METRIC: line"},
-      {Join({">TITLE: t",
-             ">DATA: p.dat 3 1",
-             ">OUTFILE: r.out SHORT",
-             ">METRIC: CO FLD1 NO",
-             ">MODEL: ROT 0 NOLABELS NOSORT"}),
-       30,
-       "FATAL ERROR: Model ROT requires at least one factor on >MODEL: line"},
-      // "ALL" with "NOSCORE": the first of the two lines stands in front.
-      {With(7, ">PLOT: ALL"), 30, "without computing factor scores.", plots},
-      // "COR" forces "NOSCORE", so "ALL" fails although "REG" was written.
-      {Join({">TITLE: Reasoning items",
-             ">DATA: corr.dat 3 100",
-             ">OUTFILE: report.out SHORT",
-             ">METRIC: CO COR NO",
-             ">MODEL: PFA 2 NOLABELS NOSORT",
-             ">ROTATE: VARIMAX",
-             ">SCORE: REG",
-             ">PLOT: ALL"}),
-       30,
-       "without computing factor scores.",
-       plots},
-      {Join(labels), 30, "FATAL ERROR: Keyword  >LABELS:   missing"},
-  };
-  for (const Case& c : cases) {
-    ParseOutcome parsed = ParseText(c.text, /*labels=*/true);
-    EXPECT_TRUE(parsed.stopped) << c.message;
-    EXPECT_EQ(parsed.kind, RunStopped::Kind::kPlainStop) << c.message;
-    EXPECT_EQ(parsed.exit_code, 0) << c.message;
-    EXPECT_EQ(parsed.out, c.before + PauseFault(c.column, c.message)) << c.text;
-    EXPECT_EQ(parsed.err, "");
-  }
-  // The title message stands in column 2 and ends without a pause; a blank
-  // first line is no comment.
-  for (const std::string& text : {"\n" + Join(BaseLines()), With(0, " >TITLE: indented")}) {
-    ParseOutcome parsed = ParseText(text);
-    EXPECT_EQ(parsed.kind, RunStopped::Kind::kPlainStop);
-    EXPECT_EQ(parsed.out, "FATAL ERROR: Keyword  >TITLE:   missing\n" + kStopLines);
-  }
-}
 
 // Lines that the parse passes over or accepts as they are.
 TEST(CommandFile, FilesThatParse) {
