@@ -13,12 +13,6 @@
 
 namespace vq::testing {
 
-// A console line whose text starts in `column` (the control position is
-// column 1 and not shown).
-inline std::string Col(int column, std::string_view text) {
-  return std::string(static_cast<std::size_t>(column - 2), ' ') + std::string(text) + "\n";
-}
-
 struct ParseOutcome {
   bool stopped = false;
   RunStopped::Kind kind = RunStopped::Kind::kPlainStop;
