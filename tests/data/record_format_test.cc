@@ -129,7 +129,7 @@ TEST(RecordFormat, Table) {
       {"(F2.0,2(F1.0,1X))", "991 2 \n3 4 \n5 6\n", 7, 0, {99, 1, 2, 3, 4, 5, 6}},
       {"(1X,2(F1.0),(F2.0))", "x12\n34\n56\n", 5, 0, {1, 2, 0, 34, 56}},
       {"(F1.0,2(1X,(F1.0)))", "1 2 3\n 4 5\n", 5, 0, {1, 2, 3, 4, 5}},
-      // failures of aread
+      // failures of a read
       {"(1X)", "abc\n", 1, kSevereInfiniteLoop, {}},
       {"('abc')", "abc\n", 1, kSevereInfiniteLoop, {}},
       {"()", "abc\n", 1, kSevereInfiniteLoop, {}},
