@@ -107,24 +107,5 @@ TEST(ParallelAnalysisTest, TwoFactorDataOnAnyThreadCount) {
   EXPECT_NE(RunParallelAnalysis(data, observed, Pearson, options).factors.mean, one.factors.mean);
 }
 
-TEST(ParallelAnalysisTest, EstimatorFailuresStopTheAnalysis) {
-  const Matrix data = TwoFactorScores(50);
-  ParallelAnalysisOptions options;
-  options.data_sets = 10;
-  options.threads = 3;
-  auto wrong_size = [](const Matrix&) { return Matrix(2, 2); };
-  try {
-    RunParallelAnalysis(data, Pearson(data), wrong_size, options);
-    FAIL() << "no exception";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(),
-                 "parallel analysis: the correlations of permuted data set 1 are not a finite 8 "
-                 "by 8 matrix");
-  }
-  struct Stop {};
-  auto stop = [](const Matrix&) -> Matrix { throw Stop(); };
-  EXPECT_THROW(RunParallelAnalysis(data, Pearson(data), stop, options), Stop);
-}
-
 }  // namespace
 }  // namespace vq

@@ -107,31 +107,5 @@ TEST(ListRead, Table) {
   for (const auto& row : rows) EXPECT_EQ(ListRead(row.text, row.kinds), row.expected) << row.text;
 }
 
-TEST(ColumnRead, CutsOneRecordAndPadsAShortOne) {
-  RecordSource source = Text(">TITLE: Reasoning items\n>FORM\n");
-  std::string keyword, title;
-  ReadColumns(source, {{TextItem(keyword, 7), TextItem(title, 80)}});
-  EXPECT_EQ(keyword, ">TITLE:");
-  EXPECT_EQ(title, " Reasoning items" + std::string(64, ' '));
-  std::string a, b;
-  ReadColumns(source, {{TextItem(a, 8), TextItem(b, 3)}});
-  EXPECT_EQ(a, ">FORM   ");
-  EXPECT_EQ(b, "   ");
-  EXPECT_EQ(TryReadColumns(source, {{TextItem(a, 8)}}), kSevereEndOfFile);
-}
-
-TEST(ColumnRead, DropsWhatFollowsTheLastField) {
-  RecordSource source = Text("* comment\n>TITLE: x\n");
-  std::string mark;
-  ReadColumns(source, {{TextItem(mark, 1)}});
-  EXPECT_EQ(mark, "*");
-  ReadColumns(source, {{TextItem(mark, 1)}});
-  EXPECT_EQ(mark, ">");
-  source.StepBack();
-  std::string keyword;
-  ReadColumns(source, {{TextItem(keyword, 7)}});
-  EXPECT_EQ(keyword, ">TITLE:");
-}
-
 }  // namespace
 }  // namespace vq

@@ -27,15 +27,6 @@ std::vector<std::string> AllRecords(RecordSource& source) {
   return records;
 }
 
-TEST(RecordSource, LinesWithAndWithoutEndsAndCarriageReturns) {
-  const std::string path = TempPath("lines.dat");
-  WriteFile(path, "one\r\ntwo\n\nlast");
-  RecordSource source;
-  ASSERT_TRUE(source.OpenOld(10, path));
-  EXPECT_EQ(AllRecords(source), (std::vector<std::string>{"one", "two", "", "last"}));
-  std::remove(path.c_str());
-}
-
 TEST(RecordSource, TextSourceBehavesAsAFile) {
   RecordSource source;
   source.OpenText(10, "memory", "a\r\n\nb");
@@ -71,17 +62,6 @@ TEST(RecordSource, StepBackAndRewindOnAFile) {
   EXPECT_FALSE(source.NextRecord(record));
   EXPECT_EQ(source.RemainingBytes(), 0);
   std::remove(path.c_str());
-}
-
-TEST(RecordSource, OpenOldFailsOnMissingFilesAndFoldersButKeepsTheName) {
-  RecordSource source;
-  EXPECT_FALSE(source.OpenOld(45, TempPath("missing.dat") + "   "));
-  EXPECT_FALSE(source.is_open());
-  EXPECT_EQ(source.unit(), 45);
-  EXPECT_EQ(source.name(), TempPath("missing.dat"));
-  EXPECT_FALSE(source.OpenOld(45, testing::TempDir()));
-  std::string record;
-  EXPECT_FALSE(source.NextRecord(record));
 }
 
 }  // namespace

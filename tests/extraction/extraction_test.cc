@@ -167,25 +167,6 @@ TEST(Extract, PrincipalComponentsMakeOnePassFromTheUnitDiagonal) {
       kColumn30 + "Performing principal components analysis\n\n" + kColumn30 + "Iteration:    1\n");
 }
 
-TEST(Extract, AsManyComponentsAsVariablesStopOnlyWhenRoundingLiftsTheSum) {
-  // m = p reproduces the matrix: a perfect fit, unless rounding lifts the
-  // sum of the communalities above p, which the exact test stops. The unit
-  // matrix is exact.
-  for (double rho : {0.0, 0.1, 0.2, 0.3, 0.5, 0.6}) {
-    PhaseRun run(Options(kPca, 5), Equicorrelation(5, rho));
-    if (rho == 0.0) {
-      ASSERT_FALSE(run.stopped) << run.console;
-    }
-    if (run.stopped) {
-      EXPECT_TRUE(run.Says(kError100)) << rho;
-      continue;
-    }
-    EXPECT_NEAR(run.result.Fit.Gfi, 1.0, 1e-12) << rho;
-    EXPECT_NEAR(run.result.Fit.MeanSquaredResidual, 0.0, 1e-20) << rho;
-    for (double h2 : run.result.Communalities) EXPECT_NEAR(h2, 1.0, 1e-12);
-  }
-}
-
 TEST(Extract, HeywoodCaseIsOnlyFlagged) {
   // One factor with loadings 1.1, 0.8, 0.8, 0.5, 0.5: the communality of
   // variable 1 converges to 1.21 while the sum, 2.99, stays below p.

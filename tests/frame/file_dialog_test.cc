@@ -80,12 +80,5 @@ TEST_F(FileDialog, AnswersToThePromptAndToTheCancelBox) {
   }
 }
 
-TEST_F(FileDialog, OffATerminalNothingIsAsked) {
-  DialogOutcome outcome = Dialog(file_ + "\n", /*interactive=*/false);
-  EXPECT_TRUE(outcome.cancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(outcome.out, kCancelBox);
-}
-
 }  // namespace
 }  // namespace vq

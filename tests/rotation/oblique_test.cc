@@ -17,10 +17,6 @@
 namespace vq {
 namespace {
 
-using testing::MaxAbsDifference;
-using testing::Multiply;
-using testing::Outer;
-using testing::Reproduced;
 using testing::RowSumsOfSquares;
 using testing::SmallRotationOptions;
 
@@ -62,40 +58,6 @@ Matrix SimulatedTwoFactorLoadings() {
   return loadings;
 }
 
-class ObliqueTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ResetImslState();
-    communalities_ = RowSumsOfSquares(testing::ThreeFactorLoadings());
-    r_ = Matrix(12, 12);
-    for (int i = 0; i < 12; ++i) r_(i, i) = communalities_[i];
-  }
-  void TearDown() override {
-    ResetImslState();
-    ResetRandomGenerator();
-  }
-  RotationResult RotateBy(const RotationOptions& options) {
-    return Rotate(testing::ThreeFactorLoadings(), communalities_, r_, options, SilentProgress());
-  }
-  std::vector<double> communalities_;
-  Matrix r_;
-};
-
-TEST_F(ObliqueTest, RandomAndUnrotatedStartsGiveTheSameOblimin) {
-  RotationOptions options = SmallRotationOptions(12, Rotation::kOblimin);
-  options.epsilon = 1e-12;
-  options.max_iterations = 500;
-  const RotationResult fixed = RotateBy(options);
-  for (long seed : {5L, 67890L}) {
-    SetRandomSeed(seed);
-    options.random_start = RandomStart::kRandom;
-    const RotationResult random = RotateBy(options);
-    EXPECT_LT(MaxAbsDifference(random.final_solution()->loadings, fixed.final_solution()->loadings),
-              1e-6);
-    EXPECT_EQ(random.final_solution()->order, fixed.final_solution()->order);
-  }
-}
-
 TEST(Recovery, ObliminAndPromaxFindTheFactorCorrelation) {
   const Matrix start = SimulatedTwoFactorLoadings();
   const std::vector<double> h2 = RowSumsOfSquares(start);
@@ -115,21 +77,6 @@ TEST(Recovery, ObliminAndPromaxFindTheFactorCorrelation) {
       EXPECT_NEAR(pattern(item, 1 - own), 0.0, 0.08) << "item " << item;
     }
   }
-}
-
-TEST(UniqueVariances, ByModel) {
-  const std::vector<double> h2 = {0.5, 0.25, 1.2};
-  Matrix r = testing::Identity(3);
-  r(0, 0) = 0.4;
-  r(1, 1) = 0.3;
-  r(2, 2) = 0.2;
-  EXPECT_EQ(UniqueVariances(Model::kPrincipalFactors, h2, r, 3),
-            (std::vector<double>{0.6, 0.7, 0.8}));
-  EXPECT_EQ(UniqueVariances(Model::kComponents, h2, r, 3), (std::vector<double>{1.0, 1.0, 1.0}));
-  const std::vector<double> d = UniqueVariances(Model::kRotate, h2, Matrix(), 3);
-  EXPECT_DOUBLE_EQ(d[0], 0.5);
-  EXPECT_DOUBLE_EQ(d[1], 0.75);
-  EXPECT_DOUBLE_EQ(d[2], 1.0 - 1.2);
 }
 
 }  // namespace

@@ -10,34 +10,11 @@
 namespace vq {
 namespace {
 
-TEST(FormatF, DropsLeadingZeroOnlyWhenNarrow) {
-  EXPECT_EQ(FormatF(0.5, 4, 3), ".500");
-  EXPECT_EQ(FormatF(0.5, 5, 3), "0.500");
-  EXPECT_EQ(FormatF(0.0001, 10, 9), ".000100000");
-  EXPECT_EQ(FormatF(-0.1234, 6, 4), "-.1234");
-  EXPECT_EQ(FormatF(0.35, 3, 2), ".35");
-}
-
-TEST(FormatF, NoMinusOnZero) {
-  EXPECT_EQ(FormatF(-0.0001, 8, 3), "   0.000");
-  EXPECT_EQ(FormatF(-0.0, 8, 3), "   0.000");
-  EXPECT_EQ(FormatF(-0.0005, 8, 3), "  -0.001");
-}
-
 TEST(FormatF, AsterisksWhenTooWide) {
   EXPECT_EQ(FormatF(1.0, 3, 2), "***");
   EXPECT_EQ(FormatF(1234.5, 6, 2), "******");
   EXPECT_EQ(FormatF(1.0, 10, 9), "**********");
   EXPECT_EQ(FormatF(-1.5, 4, 2), "****");
-}
-
-TEST(FormatF, HalvesGoAwayFromZeroOnTheExactValue) {
-  EXPECT_EQ(FormatF(0.125, 5, 2), " 0.13");  // exact half
-  EXPECT_EQ(FormatF(-0.125, 5, 2), "-0.13");
-  EXPECT_EQ(FormatF(2.5, 3, 0), " 3.");
-  EXPECT_EQ(FormatF(2.675, 5, 2), " 2.67");    // 2.67499999... in binary
-  EXPECT_EQ(FormatF(0.9995, 6, 3), " 1.000");  // 0.99950000000000005
-  EXPECT_EQ(FormatF(9.9996, 6, 3), "10.000");
 }
 
 TEST(FormatF, NonFinite) {
