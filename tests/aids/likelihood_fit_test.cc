@@ -73,40 +73,6 @@ TEST(LikelihoodFitTest, ExactModelFitsPerfectly) {
   EXPECT_NEAR(fit.bic, -9 * std::log(500.0), 1e-8);
 }
 
-// An oblique solution that reproduces the same correlations as an
-// orthogonal one fits equally well, and its factors' contributions (pattern
-// times structure) add up to the same total communality.
-TEST(LikelihoodFitTest, ObliqueSolutionOfTheSameModel) {
-  const Matrix orthogonal =
-      FromColumns(6, 2, {0.7, 0.6, 0.5, 0.2, 0.1, 0.3, 0.1, 0.2, 0.1, 0.6, 0.7, 0.5});
-  // Unit columns a1, a2: Phi = A'A, pattern = L A^-1' reproduce L L'.
-  const double c = std::cos(0.4), s = std::sin(0.4);
-  const Matrix a = FromColumns(2, 2, {1.0, 0.0, s, c});
-  const double det = a(0, 0) * a(1, 1) - a(0, 1) * a(1, 0);
-  const Matrix a_inverse_t =
-      FromColumns(2, 2, {a(1, 1) / det, -a(0, 1) / det, -a(1, 0) / det, a(0, 0) / det});
-  Matrix pattern(6, 2);
-  for (int i = 0; i < 6; ++i) {
-    for (int k = 0; k < 2; ++k) {
-      pattern(i, k) = orthogonal(i, 0) * a_inverse_t(0, k) + orthogonal(i, 1) * a_inverse_t(1, k);
-    }
-  }
-  const Matrix phi = FromColumns(2, 2, {1.0, s, s, 1.0});
-  Matrix r = ExactCorrelations(orthogonal);
-  r(0, 5) = r(5, 0) = r(0, 5) + 0.1;  // some misfit
-  const LikelihoodFit plain = FitLikelihood(r, orthogonal, 300);
-  const LikelihoodFit oblique = FitLikelihood(r, pattern, 300, phi);
-  EXPECT_NEAR(oblique.objective, plain.objective, 1e-12);
-  EXPECT_GT(plain.objective, 0.01);
-  EXPECT_NEAR(oblique.rmsea, plain.rmsea, 1e-10);
-  double communality = 0.0;
-  for (double value : orthogonal.values) communality += value * value;
-  EXPECT_NEAR(
-      oblique.variance.ss_loadings[0] + oblique.variance.ss_loadings[1], communality, 1e-12);
-  EXPECT_NEAR(oblique.variance.cumulative[1], communality / 6.0, 1e-12);
-  EXPECT_NEAR(oblique.variance.cumulative_explained[1], 1.0, 1e-12);
-}
-
 TEST(LikelihoodFitTest, FiguresNeedingDegreesOfFreedom) {
   // Three variables, one factor: df = 0, so no p-value, RMSEA, TLI or BIC.
   const Matrix loadings = FromColumns(3, 1, {0.7, 0.6, 0.5});
@@ -124,13 +90,6 @@ TEST(LikelihoodFitTest, HeywoodModelIsSmoothed) {
   EXPECT_TRUE(fit.smoothed_model);
   EXPECT_TRUE(std::isfinite(fit.objective));
   EXPECT_GT(fit.objective, 0.0);
-}
-
-TEST(LikelihoodFitTest, RejectsInconsistentSizes) {
-  const Matrix r = ExactCorrelations(Matrix(3, 1, 0.5));
-  EXPECT_THROW(FitLikelihood(r, Matrix(4, 1, 0.5), 100), std::invalid_argument);
-  EXPECT_THROW(FitLikelihood(r, Matrix(3, 1, 0.5), 1), std::invalid_argument);
-  EXPECT_THROW(FitLikelihood(r, Matrix(3, 2, 0.5), 100, Matrix(3, 3)), std::invalid_argument);
 }
 
 }  // namespace

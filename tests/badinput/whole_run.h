@@ -119,22 +119,6 @@ inline RunResult RunProgram(const std::filesystem::path& folder,
   return result;
 }
 
-// The console text behind the banner (its eight empty lines and ten lines of
-// box), that is, what the run itself said.
-inline std::string AfterBanner(const std::string& console) {
-  std::size_t position = 0;
-  for (int line = 0; line < 18 && position != std::string::npos; ++line) {
-    position = console.find('\n', position);
-    if (position != std::string::npos) ++position;
-  }
-  return position == std::string::npos ? std::string() : console.substr(position);
-}
-
-// The last lines that every stop without a text ends with: the stop lines
-// and the frame's question, written (off a terminal nobody answers it).
-inline constexpr char kPauseStop[] =
-    "\n\nPause - Enter command<CR> or <CR> to continue.\n"
-    "Stop - Program terminated.\nProgram Terminated with exit code 0\nExit Window?\n";
 inline constexpr char kPlainStop[] =
     "Stop - Program terminated.\nProgram Terminated with exit code 0\nExit Window?\n";
 

@@ -48,18 +48,5 @@ TEST(BitColumns, BitsWhereEqualMarkExactlyTheMatchingScores) {
   }
 }
 
-TEST(BitColumns, SubjectBitsLandInTheirWord) {
-  std::vector<std::uint64_t> column(3, 0);
-  SetSubjectBit(column.data(), 0);
-  SetSubjectBit(column.data(), 63);
-  SetSubjectBit(column.data(), 64);
-  SetSubjectBit(column.data(), 130);
-  EXPECT_EQ(column[0], (std::uint64_t{1} << 63) | 1u);
-  EXPECT_EQ(column[1], 1u);
-  EXPECT_EQ(column[2], std::uint64_t{1} << 2);
-  EXPECT_EQ(CountSet(column.data(), 3), 4);
-  EXPECT_EQ(CountInBoth(column.data(), column.data(), 3), 4);
-}
-
 }  // namespace
 }  // namespace vq

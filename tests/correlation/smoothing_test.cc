@@ -84,19 +84,5 @@ TEST(Smoothing, VariableOnlyOnDroppedEigenvectorsStops) {
                 "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
 }
 
-TEST(Smoothing, ReverseColumns) {
-  Matrix a(2, 3);
-  for (int j = 0; j < 3; ++j) {
-    a(0, j) = j;
-    a(1, j) = 10 + j;
-  }
-  Matrix b;
-  ReverseColumns(a, 3, b);
-  EXPECT_EQ(b(0, 0), 2.0);
-  EXPECT_EQ(b(1, 0), 12.0);
-  EXPECT_EQ(b(0, 2), 0.0);
-  EXPECT_EQ(b(1, 1), 11.0);
-}
-
 }  // namespace
 }  // namespace vq

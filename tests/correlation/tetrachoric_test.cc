@@ -83,33 +83,6 @@ TEST(Tetrachoric, RecoversLatentCorrelationsOfSimulatedItems) {
             std::string(28, ' ') + "Computing tetrachoric correlation for varables   4   3\n");
 }
 
-TEST(Tetrachoric, KeyedScoreIsTheTruncatedHighestScoreOfTheFirstVariable) {
-  Matrix x(3, 2, 0.0);
-  x(0, 0) = 1.0;
-  x(1, 0) = 2.7;
-  x(2, 0) = -5.0;
-  x(2, 1) = 9.0;  // later variables do not decide
-  EXPECT_EQ(FindKeyedScore(x, 3), 2);
-  Matrix low(2, 1, -150.0);
-  EXPECT_EQ(FindKeyedScore(low, 2), -99);
-}
-
-TEST(Tetrachoric, DensityIsSinglePrecisionAndClipsTheCallersR) {
-  double r = 1.0;
-  const float at_origin = BivariateDensity(0.0, 0.0, r);
-  EXPECT_EQ(r, 0.9900000095367432);
-  EXPECT_EQ(at_origin, static_cast<float>(1.0 / (6.283185308 * std::sqrt(1.0 - r * r))));
-  r = -3.0;
-  BivariateDensity(0.5, 0.5, r);
-  EXPECT_EQ(r, -0.9900000095367432);
-  r = 0.3;
-  EXPECT_EQ(BivariateDensity(-1000.0, 0.2, r), 0.0f);
-  EXPECT_EQ(r, 0.3);
-  const double q = (0.25 + 1.0 - 2.0 * 0.3 * 0.5 * -1.0) / (2.0 * (1.0 - 0.09));
-  EXPECT_EQ(BivariateDensity(0.5, -1.0, r),
-            static_cast<float>(std::exp(-q) / (6.283185308 * std::sqrt(0.91))));
-}
-
 TEST(Tetrachoric, IdenticalItemsTakeHalfASubjectFromTheJointCell) {
   // 40 of 100 keyed on both items, nobody on one only.
   const TetrachoricTable t = BiasCorrectedTable(40, 100, 0.4, 0.4, false, 0.0, 0.0);
@@ -189,28 +162,6 @@ TEST(Tetrachoric, FrequencyFileTextWithTheWarningAtExactlyFive) {
             " 0.000000000  0.190330855\n 0.190330855  0.000000000\n");
 }
 
-TEST(Tetrachoric, FrequenciesAboveFiveGetNoWarning) {
-  TetrachoricRun run;
-  RunTetrachorics(TwoItems(12, 6, 21, 25), run);
-  EXPECT_EQ(run.result.items.keyed_score, 1);
-  ASSERT_EQ(run.result.tables.size(), 1u);
-  EXPECT_FALSE(run.result.tables[0].small_cells);
-}
-
-TEST(Tetrachoric, StandardErrorFormula) {
-  TetrachoricRun run;
-  RunTetrachorics(TwoItems(30, 10, 15, 45), run);
-  int hard = kIfailHard;
-  const double zi = G01FAF("Lower-tail", 0.45, hard);
-  const double zj = G01FAF("Lower-tail", 0.40, hard);
-  double r = run.r(1, 0);
-  const double se = (1.0 / (100 * static_cast<double>(BivariateDensity(zi, zj, r)))) *
-                    (1.0 / std::sqrt(1.0 / 10 + 1.0 / 30 + 1.0 / 45 + 1.0 / 15));
-  EXPECT_EQ(FormatF(run.result.standard_errors(1, 0), 12, 9), FormatF(se, 12, 9));
-  EXPECT_EQ(run.result.standard_errors(0, 1), run.result.standard_errors(1, 0));
-  EXPECT_NEAR(run.r(1, 0), 0.7, 0.1);
-}
-
 TEST(Tetrachoric, VariableWithoutKeyedSubjectStops) {
   Matrix x(4, 3, 0.0);
   x(0, 0) = 1.0;
@@ -257,23 +208,6 @@ TEST(Tetrachoric, GuessingCorrectionClampsCellsAtZero) {
   EXPECT_EQ(none.omega, 0.0001);
 }
 
-TEST(Tetrachoric, GuessingRunPrintsZeroCells) {
-  TetrachoricRun run;
-  Matrix x = TwoItems(40, 20, 5, 35);
-  RunTetrachorics(x, run, true, {0.2, 0.25});
-  ASSERT_EQ(run.result.tables.size(), 1u);
-  const TetrachoricPairTable& t = run.result.tables[0];
-  EXPECT_EQ(FormatF(t.a, 8, 2), "   15.00");
-  EXPECT_EQ(FormatF(t.b, 8, 2), "   26.67");
-  EXPECT_EQ(FormatF(t.c, 8, 2), "   58.33");
-  EXPECT_EQ(t.d, 0.0);
-  EXPECT_TRUE(t.small_cells);
-  // The proportions (of the dff file) are the uncorrected ones.
-  EXPECT_EQ(run.result.items.proportions, (std::vector<double>{0.6, 0.45}));
-  EXPECT_GT(run.r(1, 0), 0.5);
-  EXPECT_LE(run.r(1, 0), 1.0);
-}
-
 TEST(Tetrachoric, UnsettledIterationFallsBackToThePolychoricSearch) {
   // n = 41: j keyed 25, i keyed 17, both 1. The Newton passes run past -1
   // and do not settle within 1000 passes.
@@ -298,59 +232,6 @@ TEST(Tetrachoric, UnsettledIterationFallsBackToThePolychoricSearch) {
             std::string(27, ' ') + " Computing polychoric correlations for variables:   2   1\n");
 }
 
-// Four items of 41 subjects: items 1 and 2 form the table whose Newton
-// passes do not settle (the polychoric fall-back), items 3 and 4 follow
-// fixed patterns. The expected bits were reproduced by a separate
-// transcription of the estimator, so they pin the order of every operation,
-// the single-precision roundings and the "previous r" carried between pairs.
-Matrix FourItems() {
-  Matrix x(41, 4, 0.0);
-  for (int s = 0; s < 41; ++s) {
-    x(s, 0) = s < 25 ? 1.0 : 0.0;
-    x(s, 1) = (s == 0 || s >= 25) ? 1.0 : 0.0;
-    x(s, 2) = (s * 5 + 3) % 11 < 5 ? 1.0 : 0.0;
-    x(s, 3) = (s * 3 + 1) % 7 < 4 ? 1.0 : 0.0;
-  }
-  return x;
-}
-
-TEST(Tetrachoric, PinnedBitsOfAFourItemRun) {
-  TetrachoricRun run;
-  RunTetrachorics(FourItems(), run);
-  EXPECT_EQ(run.r(1, 0), -0x1.ccccccccccccdp-1);  // the fall-back's -0.9
-  EXPECT_EQ(run.r(2, 0), 0x1.0fc4122bc63d4p-4);
-  EXPECT_EQ(run.r(2, 1), 0x1.3aa58a9201532p-6);
-  EXPECT_EQ(run.r(3, 0), 0x1.e7964431ce7e6p-5);
-  EXPECT_EQ(run.r(3, 1), 0x1.00a9907a7b6dbp-7);
-  EXPECT_EQ(run.r(3, 2), -0x1.3aa58a92014a7p-6);
-  ASSERT_EQ(run.result.fall_backs.size(), 1u);
-  EXPECT_TRUE(run.result.fall_backs[0].at_boundary);
-  EXPECT_FALSE(run.result.last_fell_back);
-  EXPECT_EQ(StandardErrorRows(run.result),
-            " 0.000000000  0.000000005  0.248507411  0.250133433\n"
-            " 0.000000005  0.000000000  0.247698684  0.249509511\n"
-            " 0.248507411  0.247698684  0.000000000  0.247698684\n"
-            " 0.250133433  0.249509511  0.247698684  0.000000000\n");
-}
-
-TEST(Tetrachoric, PinnedBitsOfAFourItemRunCorrectedForGuessing) {
-  TetrachoricRun run;
-  RunTetrachorics(FourItems(), run, true, {0.05, 0.1, 0.15, 0.2});
-  EXPECT_EQ(run.r(1, 0), -0x1.b3c91b170ae2ep-1);
-  EXPECT_EQ(run.r(2, 0), 0x1.5e810513a20e8p-4);
-  EXPECT_EQ(run.r(2, 1), 0x1.c75988e2ef2ddp-6);
-  EXPECT_EQ(run.r(3, 0), 0x1.361e80763e42p-4);
-  EXPECT_EQ(run.r(3, 1), 0x1.6eef83472bbebp-7);
-  EXPECT_EQ(run.r(3, 2), -0x1.dcddd535518fap-6);
-  EXPECT_TRUE(run.result.fall_backs.empty());
-  // A corrected cell of 0 makes a term of the standard error infinite: 0.
-  EXPECT_EQ(StandardErrorRows(run.result),
-            " 0.000000000  0.000000000  0.251753886  0.246735315\n"
-            " 0.000000000  0.000000000  0.256988722  0.252155169\n"
-            " 0.251753886  0.256988722  0.000000000  0.250362487\n"
-            " 0.246735315  0.252155169  0.250362487  0.000000000\n");
-}
-
 TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {
   // Items 2 and 3 are identical, so the pairs (2, 1) and (3, 1) have the same
   // table, proportions of one half and Divgi's start, which is then already
@@ -370,47 +251,6 @@ TEST(Tetrachoric, PreviousRCarriedFromThePairBeforeCanEndTheFirstPass) {
   EXPECT_EQ(run.r(1, 0), 0.5);
   EXPECT_EQ(run.r(2, 0), 0x1.ffffffffffffbp-2);
   EXPECT_EQ(run.r(2, 1), 0x1.fee75d62a9c46p-1);
-}
-
-TEST(Tetrachoric, MedianSplitOptionSplitsACopyOfTheScores) {
-  Matrix x(9, 3);
-  for (int s = 0; s < 9; ++s) {
-    x(s, 0) = s;
-    x(s, 1) = (s * 4) % 9 + 0.5;
-    x(s, 2) = (s * 7) % 9 - 3.0;
-  }
-  const Matrix original = x;
-  TetrachoricOptions options;
-  options.median_split = true;
-  const TetrachoricResult split = EstimateTetrachorics(x, 9, 3, options, {}, SilentProgress());
-  EXPECT_EQ(x.values, original.values);  // the caller's scores stay
-  Matrix by_hand = x;
-  SplitAtMedians(by_hand, 9, 3);
-  const TetrachoricResult expected = EstimateTetrachorics(by_hand, 9, 3, {}, {}, SilentProgress());
-  EXPECT_EQ(split.correlations.values, expected.correlations.values);
-  EXPECT_EQ(split.items.proportions, (std::vector<double>(3, 4.0 / 9)));
-}
-
-TEST(Tetrachoric, ConcurrentCallsGiveTheSameResult) {
-  // What parallel analysis does: one estimate per data set, side by side.
-  ItemModel model = SimpleStructureModel(6, 2, 0.6, {-0.3});
-  Matrix scores;
-  ASSERT_TRUE(SimulateItemScores(model, 500, 7, scores));
-  const TetrachoricResult alone = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
-  std::vector<TetrachoricResult> results(4);
-  std::vector<std::thread> threads;
-  // Two calls on the process's count of threads each, two on one thread.
-  for (int call = 0; call < 4; ++call) {
-    threads.emplace_back([&, call] {
-      const ScopedThreadCount count(call < 2 ? 0 : 1);
-      results[call] = EstimateTetrachorics(scores, 500, 6, {}, {}, SilentProgress());
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const TetrachoricResult& result : results) {
-    EXPECT_EQ(result.correlations.values, alone.correlations.values);
-    EXPECT_EQ(result.standard_errors.values, alone.standard_errors.values);
-  }
 }
 
 // Where the density at the thresholds is at most 0.02, each Newton step is

@@ -121,21 +121,6 @@ Estimator Tetrachorics(const Matrix& x, const std::vector<double>& guessing = {}
   };
 }
 
-Estimator Triplets(const Matrix& x, const Matrix& correlations) {
-  return [x, correlations](Matrix& r) {
-    const TripletSummary summary =
-        TestAllTriplets(x, x.rows, x.cols, correlations, SilentProgress());
-    r.Reset(1, static_cast<int>(summary.chi_squares.size()));
-    for (std::size_t t = 0; t < summary.chi_squares.size(); ++t) {
-      r(0, static_cast<int>(t)) = summary.chi_squares[t];
-    }
-    std::string products = "tested " + std::to_string(summary.tested) + "\n";
-    for (int count : summary.suspicious) products += std::to_string(count) + " ";
-    for (double percentage : summary.percentages) products += Number(percentage);
-    return products;
-  };
-}
-
 // Ordered scores on one factor: item v cut at `cuts` shifted by 0.1 v, every
 // third item keyed negatively, a share `missing` of the scores 99.
 Matrix OrderedItems(int n, int p, const std::vector<double>& cuts, double missing, unsigned seed) {
@@ -194,48 +179,6 @@ TEST(ThreadInvariance, Tetrachorics) {
   // A proportion of 1 in item 4 stops through G01FAF.
   for (int s = 0; s < n; ++s) x(s, 3) = 1.0;
   EXPECT_TRUE(ExpectSameOnEveryThreadCount(Tetrachorics(x), "all keyed").stopped);
-}
-
-TEST(ThreadInvariance, Triplets) {
-  ItemModel model = SimpleStructureModel(8, 2, 0.65, {0.0});
-  for (int item = 0; item < 8; ++item) model.thresholds[item] = {-1.2 + 0.3 * item};
-  model.latent = LatentShape::kTwoPoint;  // misfits to mark
-  model.upper_share = 0.2;
-  Matrix x;
-  ASSERT_TRUE(SimulateItemScores(model, 400, 11, x));
-  x(3, 0) = 2.0;  // in no pattern
-  Matrix correlations(8, 8);
-  for (int i = 0; i < 8; ++i) {
-    for (int j = 0; j < 8; ++j) correlations(i, j) = LatentCorrelation(model, i, j);
-  }
-  const Outcome run = ExpectSameOnEveryThreadCount(Triplets(x, correlations), "triplets");
-  EXPECT_NE(run.texts.find("tested 56\n"), std::string::npos);
-  // Item 5 without a 1: the run stops at the first triplet that holds it.
-  for (int s = 0; s < x.rows; ++s) x(s, 4) = 0.0;
-  const Outcome stopped = ExpectSameOnEveryThreadCount(Triplets(x, correlations), "stop");
-  EXPECT_TRUE(stopped.stopped);
-  EXPECT_NE(stopped.texts.find("VARIABLE   5 HAS NO SCORE OF 1"), std::string::npos);
-}
-
-TEST(PairOrder, NumbersFollowTheWalk) {
-  std::int64_t q = 0;
-  for (int i = 1; i < 300; ++i) {
-    for (int j = 0; j < i; ++j, ++q) {
-      const PairPosition at = PairAt(q);
-      ASSERT_EQ(at.i, i);
-      ASSERT_EQ(at.j, j);
-      if (q > 0) {
-        const PairPosition next = NextPair(PairAt(q - 1));
-        ASSERT_EQ(next.i, i);
-        ASSERT_EQ(next.j, j);
-      }
-    }
-  }
-  EXPECT_EQ(PairCount(300), q);
-  EXPECT_EQ(PairCount(1), 0);
-  const PairPosition far = PairAt(PairCount(100000) - 1);
-  EXPECT_EQ(far.i, 99999);
-  EXPECT_EQ(far.j, 99998);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "frame/progress.h"
 #include "kernels/failure.h"
 #include "kernels/normal.h"
-#include "text/edit_descriptors.h"
 
 namespace vq {
 namespace {
@@ -49,49 +48,6 @@ TEST(Triplet, NextKSubsetWalksInLexicographicOrderAndRestarts) {
   EXPECT_EQ(subset, (std::vector<int>{1, 2}));
 }
 
-TEST(Triplet, CountAndList) {
-  EXPECT_EQ(TripletCount(3), 1);
-  EXPECT_EQ(TripletCount(2), 0);
-  EXPECT_EQ(TripletCount(1), 0);
-  EXPECT_EQ(TripletCount(40), 9880);
-  EXPECT_EQ(TripletCount(2000), 1331334000LL);
-  const auto list = TripletList(5);
-  ASSERT_EQ(list.size(), 10u);
-  EXPECT_EQ(list[0], (std::array<int, 3>{1, 2, 3}));
-  EXPECT_EQ(list[3], (std::array<int, 3>{1, 3, 4}));
-  EXPECT_EQ(list[9], (std::array<int, 3>{3, 4, 5}));
-  EXPECT_TRUE(TripletList(2).empty());
-}
-
-TEST(Triplet, QuadratureIsSymmetricSinglePrecisionAndSumsToOne) {
-  double sum = 0.0;
-  for (int q = 1; q <= 40; ++q) {
-    EXPECT_EQ(TripletNode(q), -TripletNode(41 - q));
-    EXPECT_EQ(TripletWeight(q), TripletWeight(41 - q));
-    EXPECT_EQ(TripletNode(q), static_cast<double>(static_cast<float>(TripletNode(q))));
-    sum += TripletWeight(q);
-  }
-  EXPECT_NEAR(sum, 1.0, 1e-6);
-  EXPECT_EQ(TripletNode(1), -4.0);
-  EXPECT_EQ(TripletNode(21), static_cast<double>(0.102564096f));
-  EXPECT_NEAR(TripletNode(22) - TripletNode(21), 8.0 / 39.0, 1e-7);
-  EXPECT_EQ(TripletWeight(20), static_cast<double>(0.0814082474f));
-  EXPECT_EQ(TripletPattern(2, 0), 1);
-  EXPECT_EQ(TripletPattern(2, 1), 0);
-  EXPECT_EQ(TripletPattern(7, 1), 1);
-  EXPECT_EQ(TripletPattern(8, 2), 0);
-}
-
-TEST(Triplet, StepSizeIsExactlyRepresentable) {
-  TripletParameters t = {0.3, -1.7, 1e-9, 12.5, 0.0, -0.01};
-  for (int k = 0; k < 6; ++k) {
-    const double h = TripletStepSize(t, k);
-    EXPECT_EQ(h, (t[k] + 0.009999999776482582) - t[k]);
-    EXPECT_EQ((t[k] + h) - t[k], h);
-    EXPECT_NEAR(h, 0.01, 1e-6);
-  }
-}
-
 TEST(Triplet, FitIsNearZeroForATableFromTheModelAndSkipsEmptyPatterns) {
   const TripletParameters t = {0.2, -0.4, 0.1, 0.9, 0.7, 1.1};
   std::array<double, kTripletPatterns> probabilities;
@@ -123,78 +79,6 @@ TEST(Triplet, FitIsNearZeroForATableFromTheModelAndSkipsEmptyPatterns) {
         counts[k] * (std::log(probabilities[k]) - std::log(static_cast<double>(counts[k]) / n));
   }
   EXPECT_NEAR(TripletFit(t, counts, n), -2.0 * expected, 1e-6);
-}
-
-TEST(Triplet, MarksAtTheSinglePrecisionCutOffs) {
-  EXPECT_EQ(TripletMark(3.8410000801086426), "* ");
-  EXPECT_EQ(TripletMark(3.841), "  ");  // the double 3.841 lies below the cut-off
-  EXPECT_EQ(TripletMark(6.635000228881836), "**");
-  EXPECT_EQ(TripletMark(6.635), "* ");
-  EXPECT_EQ(TripletMark(0.0), "  ");
-}
-
-TEST(Triplet, StartLoadingsFollowTheSignOfTheProduct) {
-  auto l = TripletStartLoadings(0.4, 0.3, 0.2);
-  EXPECT_DOUBLE_EQ(l[0], std::sqrt(0.4 * 0.3 / 0.2));
-  EXPECT_DOUBLE_EQ(l[1], std::sqrt(0.4 * 0.2 / 0.3));
-  EXPECT_DOUBLE_EQ(l[2], std::sqrt(0.3 * 0.2 / 0.4));
-  l = TripletStartLoadings(-0.4, -0.3, 0.2);  // product above 0: all positive
-  for (double x : l) EXPECT_GT(x, 0.0);
-  l = TripletStartLoadings(-0.4, 0.3, 0.2);  // product below 0: all negative
-  for (double x : l) EXPECT_LT(x, 0.0);
-  // sqrt(1.62) is held at 0.99, the single-precision value widened to double
-  // (the constant 0.99 is a single-precision value wherever it stands).
-  l = TripletStartLoadings(0.9, 0.9, 0.5);
-  EXPECT_EQ(l[0], 0.9900000095367432);
-  l = TripletStartLoadings(-0.9, 0.9, 0.5);  // negative, held at -0.99
-  EXPECT_EQ(l[0], -0.9900000095367432);
-  l = TripletStartLoadings(0.4, -0.3, 0.0);  // one zero: its opposite at the limit
-  EXPECT_EQ(l[0], -0.9900000095367432);
-  EXPECT_EQ(l[1], 0.0);
-  EXPECT_EQ(l[2], 0.0);
-  l = TripletStartLoadings(0.0, 0.0, -0.36);  // two zeros: the pair shares the factor
-  EXPECT_EQ(l[0], 0.0);
-  EXPECT_DOUBLE_EQ(l[1], 0.6);
-  EXPECT_DOUBLE_EQ(l[2], -0.6);
-  l = TripletStartLoadings(0.0, 0.0, 0.0);
-  EXPECT_EQ(l, (std::array<double, 3>{0.0, 0.0, 0.0}));
-}
-
-TEST(Triplet, InvertWithFlagMarksAMatrixThatIsNotPositiveDefinite) {
-  ResetImslState();
-  Matrix a(6, 6, 0.0);
-  for (int i = 0; i < 6; ++i) a(i, i) = 2.0;
-  Matrix inverse;
-  ConsoleCapture capture;
-  InvertWithFlag(a, inverse);
-  EXPECT_DOUBLE_EQ(inverse(0, 0), 0.5);
-  EXPECT_DOUBLE_EQ(inverse(5, 5), 0.5);
-  a(3, 3) = -1.0;
-  InvertWithFlag(a, inverse);
-  EXPECT_EQ(inverse(0, 0), 123456.0);
-  EXPECT_EQ(capture.Out(), "");
-  // The errors of the ERSET group stay off.
-  EXPECT_TRUE(std::isnan(DNORIN(0.0)));
-  EXPECT_EQ(capture.Out(), "");
-  ResetImslState();
-}
-
-TEST(Triplet, ThreeVariablesGiveOneTripletAndFullPercentages) {
-  ResetImslState();
-  const Matrix scores = SimulatedItems(3, 600, 11);
-  ConsoleCapture capture;
-  const TripletSummary summary =
-      TestAllTriplets(scores, 600, 3, EqualCorrelations(3, 0.36), ConsoleProgress());
-  ASSERT_EQ(summary.chi_squares.size(), 1u);
-  EXPECT_TRUE(summary.complete);
-  EXPECT_EQ(summary.tested, 1u);
-  EXPECT_EQ(summary.triplets[0], (std::array<int, 3>{1, 2, 3}));
-  const bool suspicious = TripletMark(summary.chi_squares[0]) == "**";
-  EXPECT_EQ(summary.suspicious, std::vector<int>(3, suspicious ? 1 : 0));
-  EXPECT_EQ(summary.percentages, std::vector<double>(3, suspicious ? 100.0 : 0.0));
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(28, ' ') + "Computing Triplet Test for variables   1   2   3\n");
-  ResetImslState();
 }
 
 TEST(Triplet, StopKeepsTheTripletsBeforeIt) {

@@ -27,34 +27,6 @@ int StopCode(Read read) {
   return -1;
 }
 
-TEST(ReadCorrelations, OneListReadPerRow) {
-  // The second row goes on over two lines; the third shares a line with
-  // nothing else; the fourth line is never read.
-  ScratchFile file("cor3.dat", "1 .5 .25\n.5 1\n.125\n.25 .125 1\n9 9 9\n");
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  ReadCorrelations(source, file.path(), ParseCoding("CO"), 3, r);
-  ASSERT_EQ(r.rows, 3);
-  ASSERT_EQ(r.cols, 3);
-  EXPECT_EQ(r(0, 1), 0.5);
-  EXPECT_EQ(r(1, 2), 0.125);
-  EXPECT_EQ(r(2, 0), 0.25);
-  EXPECT_EQ(r(2, 2), 1.0);
-  EXPECT_EQ(capture.Out(), kReadingCorrelations);
-  EXPECT_TRUE(source.is_open());
-}
-
-TEST(ReadCorrelations, TwoRowsOnOneLineLoseTheSecond) {
-  ScratchFile file("cor_oneline.dat", "1 .5 .5 1\n.5 1\n");
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  ReadCorrelations(source, file.path(), ParseCoding("OR"), 2, r);
-  EXPECT_EQ(r(1, 0), 0.5);
-  EXPECT_EQ(r(1, 1), 1.0);
-}
-
 TEST(ReadCorrelations, EmptyValuesAndASlashLeaveElementsAsTheyWere) {
   // The elements are the items of the list reads: two commas or a slash
   // leave an element with the value it had before the read.
@@ -89,31 +61,6 @@ TEST(ReadCorrelations, ATokenThatIsNoNumber) {
   EXPECT_EQ(StopCode([&] { ReadCorrelations(source, file.path(), ParseCoding("CO"), 2, r); }), 59);
 }
 
-TEST(ReadCorrelations, MissingFileUnderDichotomousCoding) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("DI"), 2, r); }),
-            0);
-  EXPECT_EQ(capture.Out(),
-            "\n" + std::string(25, ' ') + "FATAL ERROR! Input correlation matrix not found\n\n\n" +
-                kPauseAndStop);
-}
-
-TEST(ReadCorrelations, MissingFileUnderOtherCodings) {
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix r;
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("OR"), 2, r); }),
-            29);
-  EXPECT_EQ(StopCode([&] { ReadCorrelations(source, "no_such_cor.dat", ParseCoding("CO"), 2, r); }),
-            29);
-  EXPECT_EQ(capture.Out(), "");
-  EXPECT_EQ(capture.Err(),
-            "severe (29): file not found, unit 10, file no_such_cor.dat\n"
-            "severe (29): file not found, unit 10, file no_such_cor.dat\n");
-}
-
 TEST(ReadCorrelations, WarnsAboutAnUnusualMatrixAndKeepsIt) {
   ScratchFile file("cor_odd.dat", "1 .5 .2\n.4 1 .1\n.2 .1 .9\n");
   ConsoleCapture capture;
@@ -143,49 +90,6 @@ TEST(WarnAboutGivenCorrelations, ToleranceAndOrderOfPairs) {
   r(1, 2) = 0.1;
   EXPECT_FALSE(WarnAboutGivenCorrelations(r, 3));
   EXPECT_NE(capture.Out().find("first at row     3, column     1"), std::string::npos);
-}
-
-TEST(ReadPattern, MValuesPerVariableByTheRecordFormat) {
-  ScratchFile file("pattern.dat", " .70 .10\n .65-.05\n .05 .80\n");
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix pattern;
-  ReadPattern(source, file.path(), "(2F4.2)", 3, 2, pattern);
-  ASSERT_EQ(pattern.rows, 3);
-  ASSERT_EQ(pattern.cols, 2);
-  EXPECT_EQ(pattern(0, 0), 0.70);
-  EXPECT_EQ(pattern(1, 1), -0.05);
-  EXPECT_EQ(pattern(2, 1), 0.80);
-  EXPECT_EQ(capture.Out(), "");
-}
-
-TEST(ReadPattern, FewerFieldsThanFactorsEndsShortOfARecord) {
-  ScratchFile file("pattern_short.dat", " .70 .10\n .65-.05\n .05 .80\n");
-  ConsoleCapture capture;
-  RecordSource source;
-  Matrix pattern;
-  EXPECT_EQ(StopCode([&] { ReadPattern(source, file.path(), "(F4.2)", 3, 2, pattern); }), 24);
-}
-
-TEST(ReadPhi, MValuesPerRow) {
-  ScratchFile file("phi.dat", "1 .3\n.3 1\n");
-  RecordSource source;
-  Matrix phi;
-  ReadPhi(source, file.path(), 2, phi);
-  EXPECT_EQ(phi(0, 1), 0.3);
-  EXPECT_EQ(phi(1, 0), 0.3);
-  EXPECT_EQ(phi(1, 1), 1.0);
-  EXPECT_EQ(source.unit(), 17);
-}
-
-TEST(ReadPhi, AnEmptyValueLeavesTheElementAsItWas) {
-  ScratchFile file("phi_null.dat", "1,,\n.3 1\n");
-  RecordSource source;
-  Matrix phi(2, 2, 0.5);
-  ReadPhi(source, file.path(), 2, phi);
-  EXPECT_EQ(phi(0, 0), 1.0);
-  EXPECT_EQ(phi(0, 1), 0.5);
-  EXPECT_EQ(phi(1, 0), 0.3);
 }
 
 }  // namespace

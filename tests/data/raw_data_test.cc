@@ -41,91 +41,77 @@ int ReadData(const std::string& text,
   return 0;
 }
 
-TEST(ReadItemData, IdThenScoresForEachSubject) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  ASSERT_EQ(ReadData("   112345678\n   287654321\n", "(F4.0,8F1.0)", 2, 8, data, ids), 0);
-  EXPECT_EQ(ids, (std::vector<double>{1, 2}));
-  ASSERT_EQ(data.rows, 2);
-  ASSERT_EQ(data.cols, 8);
-  for (int j = 0; j < 8; ++j) {
-    EXPECT_EQ(data(0, j), j + 1);
-    EXPECT_EQ(data(1, j), 8 - j);
+// One read of the raw data per row: the records, the format, the counts of
+// subjects and items, and what comes of it: the severe error number of a
+// stop with its error text, or the ids and the scores row by row.
+TEST(ReadItemData, Table) {
+  const std::string eof = "severe (24): end-of-file during read, unit 10, file items.dat\n";
+  struct Row {
+    std::string text;
+    std::string format;
+    int n;
+    int p;
+    int status;
+    std::vector<double> ids;
+    std::vector<double> scores;
+    std::string err = "";
+  } rows[] = {
+      {"   112345678\n   287654321\n",
+       "(F4.0,8F1.0)",
+       2,
+       8,
+       0,
+       {1, 2},
+       {1, 2, 3, 4, 5, 6, 7, 8, 8, 7, 6, 5, 4, 3, 2, 1}},
+      {"00042 10101010101010101010\n", "(F5.0,1X,20F1.0)", 1, 20, 0, {42}, {1, 0, 1, 0, 1, 0, 1,
+                                                                            0, 1, 0, 1, 0, 1, 0,
+                                                                            1, 0, 1, 0, 1, 0}},
+      // A blank line is a subject of zeros and pushes the last record out.
+      {"1 12\n\n3 34\n", "(F1.0,1X,2F1.0)", 2, 2, 0, {1, 0}, {1, 2, 0, 0}},
+      // The last line may lack its line end; records beyond are left unread,
+      // without a word.
+      {"1 12\n2 34", "(F1.0,1X,2F1.0)", 2, 2, 0, {1, 2}, {1, 2, 3, 4}},
+      {"1 12\n2 34\n3 56\n", "(F1.0,1X,2F1.0)", 1, 2, 0, {1}, {1, 2}},
+      // A format without an id field takes the last score from the next record.
+      {"123\n456\n", "(3F1.0)", 1, 3, 0, {1}, {2, 3, 4}},
+      // With no subject to read, the format is never looked at.
+      {"", "F1.0", 0, 2, 0, {}, {}},
+      {"1 12\n", "(F1.0,1X,2F1.0)", 2, 2, 24, {}, {}, eof},
+      {"1 12\n2 3x\n",
+       "(F1.0,1X,2F1.0)",
+       2,
+       2,
+       64,
+       {},
+       {},
+       "severe (64): input conversion error, unit 10, file items.dat\n"},
+      {"1 12\n",
+       "(F1.0,1X,2F1)",
+       1,
+       2,
+       62,
+       {},
+       {},
+       "format syntax error at or near )\n"
+       "severe (62): syntax error in format, unit 10, file items.dat\n"},
+  };
+  for (const Row& row : rows) {
+    ConsoleCapture capture;
+    Matrix data;
+    std::vector<double> ids;
+    ASSERT_EQ(ReadData(row.text, row.format, row.n, row.p, data, ids), row.status) << row.text;
+    EXPECT_EQ(capture.Out(), kReadingData) << row.text;
+    EXPECT_EQ(capture.Err(), row.err) << row.text;
+    if (row.status != 0) continue;
+    EXPECT_EQ(ids, row.ids) << row.text;
+    ASSERT_EQ(data.rows, row.n);
+    ASSERT_EQ(data.cols, row.p);
+    std::vector<double> scores;
+    for (int i = 0; i < row.n; ++i) {
+      for (int j = 0; j < row.p; ++j) scores.push_back(data(i, j));
+    }
+    EXPECT_EQ(scores, row.scores) << row.text;
   }
-  EXPECT_EQ(capture.Out(), kReadingData);
-  EXPECT_EQ(capture.Err(), "");
-}
-
-TEST(ReadItemData, FiveColumnIdAGapAndTwentyItems) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  ASSERT_EQ(ReadData("00042 10101010101010101010\n", "(F5.0,1X,20F1.0)", 1, 20, data, ids), 0);
-  EXPECT_EQ(ids[0], 42);
-  for (int j = 0; j < 20; ++j) EXPECT_EQ(data(0, j), j % 2 == 0 ? 1.0 : 0.0);
-}
-
-TEST(ReadItemData, ABlankLineIsASubjectOfZerosAndPushesTheLastRecordOut) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  ASSERT_EQ(ReadData("1 12\n\n3 34\n", "(F1.0,1X,2F1.0)", 2, 2, data, ids), 0);
-  EXPECT_EQ(ids, (std::vector<double>{1, 0}));
-  EXPECT_EQ(data(1, 0), 0);
-  EXPECT_EQ(data(1, 1), 0);
-}
-
-TEST(ReadItemData, LastLineWithoutLineEndAndExtraRecordsUnread) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  ASSERT_EQ(ReadData("1 12\n2 34", "(F1.0,1X,2F1.0)", 2, 2, data, ids), 0);
-  EXPECT_EQ(data(1, 1), 4);
-  ASSERT_EQ(ReadData("1 12\n2 34\n3 56\n", "(F1.0,1X,2F1.0)", 1, 2, data, ids), 0);
-  EXPECT_EQ(data.rows, 1);
-  EXPECT_EQ(data(0, 1), 2);
-  EXPECT_EQ(capture.Err(), "");  // no word about the unread records
-}
-
-TEST(ReadItemData, FewerRecordsThanSubjects) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  EXPECT_EQ(ReadData("1 12\n", "(F1.0,1X,2F1.0)", 2, 2, data, ids), 24);
-  EXPECT_EQ(capture.Err(), "severe (24): end-of-file during read, unit 10, file items.dat\n");
-}
-
-TEST(ReadItemData, AFieldThatIsNoNumber) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  EXPECT_EQ(ReadData("1 12\n2 3x\n", "(F1.0,1X,2F1.0)", 2, 2, data, ids), 64);
-  EXPECT_EQ(capture.Err(), "severe (64): input conversion error, unit 10, file items.dat\n");
-}
-
-TEST(ReadItemData, AFormatThatDoesNotCompile) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  EXPECT_EQ(ReadData("1 12\n", "(F1.0,1X,2F1)", 1, 2, data, ids), 62);
-  EXPECT_EQ(capture.Out(), kReadingData);
-  EXPECT_EQ(capture.Err(),
-            "format syntax error at or near )\n"
-            "severe (62): syntax error in format, unit 10, file items.dat\n");
-  // With no subject to read, the format is never looked at.
-  EXPECT_EQ(ReadData("", "F1.0", 0, 2, data, ids), 0);
-}
-
-TEST(ReadItemData, AFormatWithoutAnIdFieldShiftsTheScores) {
-  ConsoleCapture capture;
-  Matrix data;
-  std::vector<double> ids;
-  ASSERT_EQ(ReadData("123\n456\n", "(3F1.0)", 1, 3, data, ids), 0);
-  EXPECT_EQ(ids[0], 1);
-  EXPECT_EQ(data(0, 0), 2);
-  EXPECT_EQ(data(0, 1), 3);
-  EXPECT_EQ(data(0, 2), 4);  // from the next record
 }
 
 // Records of 70,000 subjects (more than one batch of the reader): an id,
@@ -243,40 +229,6 @@ TEST(ReadItemData, TheFirstFaultInRecordOrderEndsTheRead) {
   SetThreadCount(0);
 }
 
-Matrix Columns(const std::vector<std::vector<double>>& columns) {
-  Matrix m(static_cast<int>(columns[0].size()), static_cast<int>(columns.size()));
-  for (int j = 0; j < m.cols; ++j) {
-    for (int i = 0; i < m.rows; ++i) m(i, j) = columns[j][i];
-  }
-  return m;
-}
-
-std::vector<double> Column(const Matrix& m, int j) {
-  return std::vector<double>(m.Column(j), m.Column(j) + m.rows);
-}
-
-TEST(ColumnMedian, MiddleValueOrMeanOfTheTwoMiddleValues) {
-  const double odd[] = {3, 1, 2};
-  const double even[] = {4, 1, 3, 2};
-  const double one[] = {7};
-  EXPECT_EQ(ColumnMedian(odd, 3), 2.0);
-  EXPECT_EQ(ColumnMedian(even, 4), 2.5);
-  EXPECT_EQ(ColumnMedian(one, 1), 7.0);
-  EXPECT_EQ(odd[0], 3);  // the values keep their order
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const double with_nan[] = {nan, 1, 2, nan, 3};
-  EXPECT_EQ(ColumnMedian(with_nan, 5), 3.0);  // not-a-number sorts last
-}
-
-TEST(SplitAtMedians, AboveTheMedianIsOneAndTiesGoLow) {
-  Matrix data = Columns({{1, 2, 3, 4}, {1, 1, 1, 2}, {5, 5, 5, 5}, {0.5, 9, -1, 2}});
-  SplitAtMedians(data, 4, 4);
-  EXPECT_EQ(Column(data, 0), (std::vector<double>{0, 0, 1, 1}));  // median 2.5
-  EXPECT_EQ(Column(data, 1), (std::vector<double>{0, 0, 0, 1}));  // median 1: ties low
-  EXPECT_EQ(Column(data, 2), (std::vector<double>{0, 0, 0, 0}));  // one value: all 0
-  EXPECT_EQ(Column(data, 3), (std::vector<double>{0, 1, 0, 1}));  // median 1.25
-}
-
 TEST(IPSAT, StandardisesEachSubjectsScores) {
   Matrix data(2, 3);
   const double rows[2][3] = {{1, 2, 3}, {2, 2, 8}};
@@ -316,30 +268,6 @@ TEST(IPSAT, ASubjectWithoutVarianceStopsTheRun) {
   EXPECT_NE(data(0, 0), 1.0);  // the first subject is done
   EXPECT_EQ(data(1, 0), 5.0);
   EXPECT_EQ(data(2, 0), 1.0);  // the third is not reached
-}
-
-TEST(ReadGuessing, ValuesInAnyLineLayout) {
-  ScratchFile file("guess.dat", "0.25 0.2\n\n0.25,\n0.5 9 9\n");
-  RecordSource source;
-  std::vector<double> guessing;
-  bool has_guessing = false;
-  ReadGuessing(source, file.path() + "    ", 4, guessing, has_guessing);
-  EXPECT_TRUE(has_guessing);
-  EXPECT_EQ(guessing, (std::vector<double>{0.25, 0.2, 0.25, 0.5}));
-  EXPECT_TRUE(source.is_open());
-  EXPECT_EQ(source.unit(), 45);
-}
-
-TEST(ReadItemTexts, OneLineOfTwoHundredColumnsPerVariable) {
-  ScratchFile file("items.txt", "First item text\r\nSecond\n" + std::string(250, 'x') + "\n");
-  ConsoleCapture capture;
-  std::vector<std::string> texts;
-  ReadItemTexts(file.path(), 3, texts);
-  ASSERT_EQ(texts.size(), 3u);
-  EXPECT_EQ(texts[0], "First item text" + std::string(185, ' '));
-  EXPECT_EQ(texts[1], "Second" + std::string(194, ' '));
-  EXPECT_EQ(texts[2], std::string(200, 'x'));
-  EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Items read sucessfully\n");
 }
 
 }  // namespace

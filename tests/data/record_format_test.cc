@@ -32,16 +32,6 @@ Outcome Read(const std::string& format_text, const std::string& records, int cou
   return outcome;
 }
 
-std::vector<double> Values(const std::string& format_text, const std::string& records, int count) {
-  Outcome outcome = Read(format_text, records, count);
-  EXPECT_EQ(outcome.error, 0) << format_text;
-  return outcome.items;
-}
-
-int Error(const std::string& format_text, const std::string& records, int count) {
-  return Read(format_text, records, count).error;
-}
-
 // The rest of the text that compilation names, or "ok".
 std::string CompileRest(const std::string& text) {
   std::string rest = "unset";
@@ -51,9 +41,187 @@ std::string CompileRest(const std::string& text) {
 
 using V = std::vector<double>;
 
-TEST(RecordFormat, ShortFieldsAndShortRecords) {
-  EXPECT_EQ(Values("(F4.0,3F1.0)", "  12 101\n", 4), (V{12, 0, 1, 0}));
-  EXPECT_EQ(Values("(F4.0,3F1.0)", "12\n", 4), (V{12, 0, 0, 0}));
+// One read statement per row: the format, the records, the count of items,
+// and the error number (0 for none) with the items read.
+TEST(RecordFormat, Table) {
+  struct Row {
+    std::string format;
+    std::string records;
+    int count;
+    int error;
+    V items;
+  } rows[] = {
+      // short fields and short records
+      {"(F4.0,3F1.0)", "  12 101\n", 4, 0, {12, 0, 1, 0}},
+      {"(F4.0,3F1.0)", "12\n", 4, 0, {12, 0, 0, 0}},
+      // point in the field overrides the decimals
+      {"(F3.0)", "3.5\n", 1, 0, {3.5}},
+      {"(F3.2)", "123\n", 1, 0, {1.23}},
+      {"(5F1.0)", "90817\n", 5, 0, {9, 0, 8, 1, 7}},
+      {"(F6.3)", "-1.5  \n", 1, 0, {-1.5}},
+      {"(F5.4)", "   12\n", 1, 0, {0.0012}},
+      // comma ends a field and the next starts behind it
+      {"(F4.0,F4.0)", "12,3\n", 2, 0, {12, 3}},
+      // The columns not used by the first field are read by the second.
+      {"(F4.0,F2.0)", "1,234567\n", 2, 0, {1, 23}},
+      {"(3F5.0)", "1,,2\n", 3, 0, {1, 0, 2}},
+      // blank field is zero and tabs lead
+      {"(F5.0,F5.0)", "     \n", 2, 0, {0, 0}},
+      {"(F3.0)", "\t12\n", 1, 0, {12}},
+      {"(F3.0)", "1\t2\n", 1, kSevereConversion, {}},
+      // blank modes
+      {"(F3.0)", "1 2\n", 1, 0, {12}},
+      {"(BZ,F3.0)", "1 2\n", 1, 0, {102}},
+      {"(BZ,F3.0)", "1\n", 1, 0, {100}},  // padded blanks are zeros too
+      {"(BZ,F3.0)", "  1\n", 1, 0, {1}},
+      {"(BZ,F3.0,BN,F3.0)", "1  1  \n", 2, 0, {100, 1}},
+      // exponents
+      {"(F6.0)", "1.5E2 \n", 1, 0, {150}},
+      {"(F6.0)", "1.5d2 \n", 1, 0, {150}},
+      {"(F6.0)", "1.5Q-2\n", 1, 0, {0.015}},
+      {"(F6.0)", "1.5-2 \n", 1, 0, {0.015}},
+      {"(F6.0)", "1.5+2 \n", 1, 0, {150}},
+      {"(E8.1)", "  15E1  \n", 1, 0, {15}},  // implied decimal, then exponent
+      {"(D10.3,ES10.3,EN10.3,G10.3)",
+       "1.0D0     2.0       3         4\n",
+       4,
+       0,
+       {1, 2, 0.003, 0.004}},
+      {"(F6.0)", "1.5E  \n", 1, kSevereConversion, {}},
+      {"(F6.0)", "1.5E2X\n", 1, kSevereConversion, {}},
+      {"(F6.0)", "1E999 \n", 1, kSevereConversion, {}},
+      // scale factor only without exponent
+      {"(2P,F5.0)", "  150\n", 1, 0, {1.5}},
+      {"(2PF5.0)", "1.5E2\n", 1, 0, {150}},
+      {"(-1P,F3.0,0P,F3.0)", "1.51.5\n", 2, 0, {15, 1.5}},
+      // conversion errors
+      {"(F2.0)", "1a\n", 1, kSevereConversion, {}},
+      {"(F2.0)", "--\n", 1, kSevereConversion, {}},
+      {"(F4.0)", "1.2.\n", 1, kSevereConversion, {}},
+      {"(F1.0)", "-\n", 1, kSevereConversion, {}},
+      {"(F1.0)", ".\n", 1, kSevereConversion, {}},
+      {"(F3.0)", "NaN\n", 1, kSevereConversion, {}},
+      // integer and logical fields give their values
+      {"(I1,I3,I4.2)", "1-12  +7\n", 3, 0, {1, -12, 7}},
+      {"(L1,L2,L3,L1)", "T.F .t \n", 4, 0, {1, 0, 1, 0}},
+      {"(Z2,O3,B4)", "fF7771010\n", 3, 0, {255, 511, 10}},
+      {"(I3)", "1,2\n", 1, 0, {1}},
+      {"(I3)", "1.5\n", 1, kSevereConversion, {}},
+      {"(L1)", "x\n", 1, kSevereConversion, {}},
+      {"(O1)", "8\n", 1, kSevereConversion, {}},
+      {"(I20)", "99999999999999999999\n", 1, kSevereConversion, {}},
+      // column moves
+      {"(T3,F1.0,TL3,F1.0,TR1,F1.0)", "12345\n", 3, 0, {3, 1, 3}},
+      {"(T2,TL5,F1.0)", "7\n", 1, 0, {7}},  // at most back to column 1
+      {"(2X,F1.0,X,F1.0)", "12345\n", 2, 0, {3, 5}},
+      {"(F5.0,1X,20F1.0)", "00017 12345678901234567890\n", 21, 0, {17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0,
+                                                                   1,  2, 3, 4, 5, 6, 7, 8, 9, 0}},
+      // literals are skips
+      {"('ab',F1.0)", "xy5\n", 1, 0, {5}},
+      {"(\"a\"\"b\",F1.0)", "xyz7\n", 1, 0, {7}},
+      {"('it''s',F1.0)", "12348\n", 1, 0, {8}},
+      {"(2Hab,F1.0)", "xy9\n", 1, 0, {9}},
+      {"(3H)'x,F1.0)", "abc4\n", 1, 0, {4}},
+      // marks without effect
+      {"(S,SP,SS,F1.0,$,\\,F1.0)", "12\n", 2, 0, {1, 2}},
+      {"( f4.0  3f1.0 )", "  12101\n", 4, 0, {12, 1, 0, 1}},
+      // reversion goes to the last outermost group with its count
+      {"(F2.0,2(F1.0,1X))", "991 2 \n3 4 \n5 6\n", 7, 0, {99, 1, 2, 3, 4, 5, 6}},
+      {"(1X,2(F1.0),(F2.0))", "x12\n34\n56\n", 5, 0, {1, 2, 0, 34, 56}},
+      {"(F1.0,2(1X,(F1.0)))", "1 2 3\n 4 5\n", 5, 0, {1, 2, 3, 4, 5}},
+      // failures of a read
+      {"(1X)", "abc\n", 1, kSevereInfiniteLoop, {}},
+      {"('abc')", "abc\n", 1, kSevereInfiniteLoop, {}},
+      {"()", "abc\n", 1, kSevereInfiniteLoop, {}},
+      {"(F1.0,(1X))", "1\n2\n3\n", 2, kSevereInfiniteLoop, {}},
+      {"(Q)", "abc\n", 1, kSevereTypeMismatch, {}},
+      {"(F1.0)", "", 1, kSevereEndOfFile, {}},
+      {"(F1.0/F1.0)", "1\n", 2, kSevereEndOfFile, {}},
+      {"(2F1.0)", "1\n", 3, kSevereEndOfFile, {}},
+      // Nothing to read still takes a record, and the unused fields are no fault.
+      {"(1X)", "abc\n", 0, 0, {}},
+      {"(Q)", "abc\n", 0, 0, {}},
+      {"(F1.0)", "", 0, kSevereEndOfFile, {}},
+      // huge repeat counts end quickly
+      {"(2147483647F1.0)", "123\n", 3, 0, {1, 2, 3}},
+      {"(999999999(999999999(1X)),F1.0)", "123\n", 1, 0, {0}},
+      {"(99999999(99999999(99999999(TL1))),T2,F1.0)", "123\n", 1, 0, {2}},
+      {"(2147483647(2147483647(2147483647(2X,TL3))),F1.0)", "123\n", 1, 0, {1}},
+      {"(2147483647(/))", "1\n2\n", 1, kSevereEndOfFile, {}},
+      // folded groups move as their passes would
+      {"(3(2X,TL1),F1.0)", "12345\n", 1, 0, {4}},
+      {"(3(T2,1X),F1.0)", "12345\n", 1, 0, {3}},
+      {"(5(TL1),F1.0)", "12345\n", 1, 0, {1}},
+      {"(2X,4(TL1,3X,TL4),F1.0)", "12345\n", 1, 0, {1}},
+      {"(BN,2(BZ),F3.0)", "1\n", 1, 0, {100}},
+      // slashes
+      {"(F1.0/F1.0)", "1\n2\n", 2, 0, {1, 2}},
+      {"(F1.0,2/F1.0)", "1\nx\n3\n", 2, 0, {1, 3}},
+      // F alone is F25.16: a number without a point gets 16 implied decimals.
+      {"(F,F1.0)", std::string(23, ' ') + "7.8\n", 2, 0, {7, 8}},
+      {"(F,F1.0)", std::string(23, ' ') + " 78\n", 2, 0, {7e-16, 8}},
+      // reversion spreads one subject over records
+      {"(F4.0,5F1.0/5F1.0)", "0001123456\n78901\n", 11, 0, {1, 1, 2, 3, 4, 5, 7, 8, 9, 0, 1}},
+      {"(F4.0/10F1.0)", "0001\n1234567890\n", 11, 0, {1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0}},
+      // Fewer fields than items: the format starts over on the next record.
+      {"(F4.0,4F1.0)", "00011234\n67890\n", 9, 0, {1, 1, 2, 3, 4, 6789, 0, 0, 0}},
+  };
+  for (const Row& row : rows) {
+    const Outcome outcome = Read(row.format, row.records, row.count);
+    EXPECT_EQ(outcome.error, row.error) << row.format << " on " << row.records;
+    if (row.error == 0) {
+      EXPECT_EQ(outcome.items, row.items) << row.format << " on " << row.records;
+    }
+  }
+}
+
+// Each format text and the rest of it that the compilation names ("ok"
+// when it compiles).
+TEST(CompileFormat, Table) {
+  const std::pair<std::string, std::string> rows[] = {
+      // names the rest from the first wrong character
+      {"F4.0)", "F4.0)"},  // no opening parenthesis
+      {"  x(F4.0)", "x(F4.0)"},
+      {"", ""},
+      {"(F4)", ")"},             // missing point
+      {"(F4.,F1.0)", ",F1.0)"},  // missing decimal count
+      {"(E10)", ")"},
+      {"(I3.)", ")"},
+      {"(2T5,F1.0)", "T5,F1.0)"},  // cannot be repeated
+      {"(2'ab')", "'ab')"},
+      {"(2BN,F1.0)", "BN,F1.0)"},
+      {"(2:)", ":)"},
+      {"(F4.0,8F1.0", ""},  // text ends too early
+      {"('abc)", ""},
+      {"(5Hab)", ""},
+      {"(F4.0,K3)", "K3)"},  // starts no element
+      {"(P,F1.0)", "P,F1.0)"},
+      {"(TL,F1.0)", ",F1.0)"},
+      {"(-F1.0)", "F1.0)"},
+      {"(0F1.0)", "0F1.0)"},
+      {"(99999999999F1.0)", "99999999999F1.0)"},
+      // a field of no columns is refused
+      // A data field must read at least one column: F0.0 would give every
+      // item 0 and move nowhere.
+      {"(F4.0,20F0.0)", "0.0)"},
+      {"(E0.2)", "0.2)"},
+      {"(2A0,F1.0)", "0,F1.0)"},
+      {"(I0)", "0)"},
+      {"(Z0.1)", "0.1)"},
+      {"(L0)", "0)"},
+      // Column moves of no columns and a scale of 0 stay what they are.
+      {"(0X,T1,0P,F10.0)", "ok"},
+      // stops at the parenthesis that closes the first
+      {"(F1.0) anything ( at all", "ok"},
+      {"  (F4.0,5F1.0/5F1.0)", "ok"},
+      {"(E10.3E2,G8.2E1,EN9.2,ES9.2,D8.2,A,A3,L,I,I4.2,O,Z,B,Q)", "ok"},
+      {"(,F1.0,,1X,)", "ok"},
+      // groups nest eight deep
+      {"((((((((( F1.0 )))))))))", "ok"},
+      {"((((((((((F1.0))))))))))", "(F1.0))))))))))"},
+      {std::string(80, '('), std::string(71, '(')},
+  };
+  for (const auto& [text, rest] : rows) EXPECT_EQ(CompileRest(text), rest) << text;
 }
 
 TEST(RecordFormat, ALongerRecordLosesItsRest) {
@@ -64,75 +232,6 @@ TEST(RecordFormat, ALongerRecordLosesItsRest) {
   EXPECT_EQ(items, (V{1, 2}));
   ReadRecord(source, "(2F1.0)", items);
   EXPECT_EQ(items, (V{8, 9}));
-}
-
-TEST(RecordFormat, PointInTheFieldOverridesTheDecimals) {
-  EXPECT_EQ(Values("(F3.0)", "3.5\n", 1), (V{3.5}));
-  EXPECT_EQ(Values("(F3.2)", "123\n", 1), (V{1.23}));
-  EXPECT_EQ(Values("(5F1.0)", "90817\n", 5), (V{9, 0, 8, 1, 7}));
-  EXPECT_EQ(Values("(F6.3)", "-1.5  \n", 1), (V{-1.5}));
-  EXPECT_EQ(Values("(F5.4)", "   12\n", 1), (V{0.0012}));
-}
-
-TEST(RecordFormat, CommaEndsAFieldAndTheNextStartsBehindIt) {
-  EXPECT_EQ(Values("(F4.0,F4.0)", "12,3\n", 2), (V{12, 3}));
-  // The columns not used by the first field are read by the second.
-  EXPECT_EQ(Values("(F4.0,F2.0)", "1,234567\n", 2), (V{1, 23}));
-  EXPECT_EQ(Values("(3F5.0)", "1,,2\n", 3), (V{1, 0, 2}));
-}
-
-TEST(RecordFormat, BlankFieldIsZeroAndTabsLead) {
-  EXPECT_EQ(Values("(F5.0,F5.0)", "     \n", 2), (V{0, 0}));
-  EXPECT_EQ(Values("(F3.0)", "\t12\n", 1), (V{12}));
-  EXPECT_EQ(Error("(F3.0)", "1\t2\n", 1), kSevereConversion);
-}
-
-TEST(RecordFormat, BlankModes) {
-  EXPECT_EQ(Values("(F3.0)", "1 2\n", 1), (V{12}));
-  EXPECT_EQ(Values("(BZ,F3.0)", "1 2\n", 1), (V{102}));
-  EXPECT_EQ(Values("(BZ,F3.0)", "1\n", 1), (V{100}));  // padded blanks are zeros too
-  EXPECT_EQ(Values("(BZ,F3.0)", "  1\n", 1), (V{1}));
-  EXPECT_EQ(Values("(BZ,F3.0,BN,F3.0)", "1  1  \n", 2), (V{100, 1}));
-}
-
-TEST(RecordFormat, Exponents) {
-  EXPECT_EQ(Values("(F6.0)", "1.5E2 \n", 1), (V{150}));
-  EXPECT_EQ(Values("(F6.0)", "1.5d2 \n", 1), (V{150}));
-  EXPECT_EQ(Values("(F6.0)", "1.5Q-2\n", 1), (V{0.015}));
-  EXPECT_EQ(Values("(F6.0)", "1.5-2 \n", 1), (V{0.015}));
-  EXPECT_EQ(Values("(F6.0)", "1.5+2 \n", 1), (V{150}));
-  EXPECT_EQ(Values("(E8.1)", "  15E1  \n", 1), (V{15}));  // implied decimal, then exponent
-  EXPECT_EQ(Values("(D10.3,ES10.3,EN10.3,G10.3)", "1.0D0     2.0       3         4\n", 4),
-            (V{1, 2, 0.003, 0.004}));
-  EXPECT_EQ(Error("(F6.0)", "1.5E  \n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F6.0)", "1.5E2X\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F6.0)", "1E999 \n", 1), kSevereConversion);
-}
-
-TEST(RecordFormat, ScaleFactorOnlyWithoutExponent) {
-  EXPECT_EQ(Values("(2P,F5.0)", "  150\n", 1), (V{1.5}));
-  EXPECT_EQ(Values("(2PF5.0)", "1.5E2\n", 1), (V{150}));
-  EXPECT_EQ(Values("(-1P,F3.0,0P,F3.0)", "1.51.5\n", 2), (V{15, 1.5}));
-}
-
-TEST(RecordFormat, ConversionErrors) {
-  EXPECT_EQ(Error("(F2.0)", "1a\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F2.0)", "--\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F4.0)", "1.2.\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F1.0)", "-\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F1.0)", ".\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(F3.0)", "NaN\n", 1), kSevereConversion);
-}
-
-TEST(RecordFormat, IntegerAndLogicalFieldsGiveTheirValues) {
-  EXPECT_EQ(Values("(I1,I3,I4.2)", "1-12  +7\n", 3), (V{1, -12, 7}));
-  EXPECT_EQ(Values("(L1,L2,L3,L1)", "T.F .t \n", 4), (V{1, 0, 1, 0}));
-  EXPECT_EQ(Values("(Z2,O3,B4)", "fF7771010\n", 3), (V{255, 511, 10}));
-  EXPECT_EQ(Values("(I3)", "1,2\n", 1), (V{1}));
-  EXPECT_EQ(Error("(I3)", "1.5\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(L1)", "x\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(O1)", "8\n", 1), kSevereConversion);
-  EXPECT_EQ(Error("(I20)", "99999999999999999999\n", 1), kSevereConversion);
 }
 
 TEST(RecordFormat, TextFieldsFillTheItemsBytes) {
@@ -153,25 +252,7 @@ TEST(RecordFormat, TextFieldsFillTheItemsBytes) {
   EXPECT_EQ(comma.items[1], 7);
 }
 
-TEST(RecordFormat, ColumnMoves) {
-  EXPECT_EQ(Values("(T3,F1.0,TL3,F1.0,TR1,F1.0)", "12345\n", 3), (V{3, 1, 3}));
-  EXPECT_EQ(Values("(T2,TL5,F1.0)", "7\n", 1), (V{7}));  // at most back to column 1
-  EXPECT_EQ(Values("(2X,F1.0,X,F1.0)", "12345\n", 2), (V{3, 5}));
-  EXPECT_EQ(Values("(F5.0,1X,20F1.0)", "00017 12345678901234567890\n", 21),
-            (V{17, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0}));
-}
-
-TEST(RecordFormat, LiteralsAreSkips) {
-  EXPECT_EQ(Values("('ab',F1.0)", "xy5\n", 1), (V{5}));
-  EXPECT_EQ(Values("(\"a\"\"b\",F1.0)", "xyz7\n", 1), (V{7}));
-  EXPECT_EQ(Values("('it''s',F1.0)", "12348\n", 1), (V{8}));
-  EXPECT_EQ(Values("(2Hab,F1.0)", "xy9\n", 1), (V{9}));
-  EXPECT_EQ(Values("(3H)'x,F1.0)", "abc4\n", 1), (V{4}));
-}
-
 TEST(RecordFormat, SlashesAndColon) {
-  EXPECT_EQ(Values("(F1.0/F1.0)", "1\n2\n", 2), (V{1, 2}));
-  EXPECT_EQ(Values("(F1.0,2/F1.0)", "1\nx\n3\n", 2), (V{1, 3}));
   // The statement runs on to the next data field: the slash still advances.
   RecordSource source;
   source.OpenText(10, "data.dat", "1\n2\n3\n4\n");
@@ -184,34 +265,6 @@ TEST(RecordFormat, SlashesAndColon) {
   ReadRecord(source, "(F1.0,:/F1.0)", one);
   ReadRecord(source, "(F1.0,:/F1.0)", one);
   EXPECT_EQ(one[0], 2);
-}
-
-TEST(RecordFormat, MarksWithoutEffect) {
-  EXPECT_EQ(Values("(S,SP,SS,F1.0,$,\\,F1.0)", "12\n", 2), (V{1, 2}));
-  EXPECT_EQ(Values("( f4.0  3f1.0 )", "  12101\n", 4), (V{12, 1, 0, 1}));
-}
-
-TEST(RecordFormat, DefaultWidthOfARealField) {
-  // F alone is F25.16: a number without a point gets 16 implied decimals.
-  const std::string padded = std::string(23, ' ');
-  EXPECT_EQ(Values("(F,F1.0)", padded + "7.8\n", 2), (V{7, 8}));
-  EXPECT_EQ(Values("(F,F1.0)", padded + " 78\n", 2), (V{7e-16, 8}));
-}
-
-TEST(RecordFormat, ReversionSpreadsOneSubjectOverRecords) {
-  const std::string two = "00011234\n67890\n";
-  EXPECT_EQ(Values("(F4.0,5F1.0/5F1.0)", "0001123456\n78901\n", 11),
-            (V{1, 1, 2, 3, 4, 5, 7, 8, 9, 0, 1}));
-  EXPECT_EQ(Values("(F4.0/10F1.0)", "0001\n1234567890\n", 11),
-            (V{1, 1, 2, 3, 4, 5, 6, 7, 8, 9, 0}));
-  // Fewer fields than items: the format starts over on the next record.
-  EXPECT_EQ(Values("(F4.0,4F1.0)", two, 9), (V{1, 1, 2, 3, 4, 6789, 0, 0, 0}));
-}
-
-TEST(RecordFormat, ReversionGoesToTheLastOutermostGroupWithItsCount) {
-  EXPECT_EQ(Values("(F2.0,2(F1.0,1X))", "991 2 \n3 4 \n5 6\n", 7), (V{99, 1, 2, 3, 4, 5, 6}));
-  EXPECT_EQ(Values("(1X,2(F1.0),(F2.0))", "x12\n34\n56\n", 5), (V{1, 2, 0, 34, 56}));
-  EXPECT_EQ(Values("(F1.0,2(1X,(F1.0)))", "1 2 3\n 4 5\n", 5), (V{1, 2, 3, 4, 5}));
 }
 
 TEST(RecordFormat, NoIdFieldShiftsScoresByOnePlace) {
@@ -227,87 +280,6 @@ TEST(RecordFormat, NoIdFieldShiftsScoresByOnePlace) {
   ASSERT_TRUE(format);
   EXPECT_EQ(TryReadRecord(source, *format, items), kSevereEndOfFile);
   EXPECT_EQ(items[0], 7);
-}
-
-TEST(RecordFormat, FailuresOfARead) {
-  EXPECT_EQ(Error("(1X)", "abc\n", 1), kSevereInfiniteLoop);
-  EXPECT_EQ(Error("('abc')", "abc\n", 1), kSevereInfiniteLoop);
-  EXPECT_EQ(Error("()", "abc\n", 1), kSevereInfiniteLoop);
-  EXPECT_EQ(Error("(F1.0,(1X))", "1\n2\n3\n", 2), kSevereInfiniteLoop);
-  EXPECT_EQ(Error("(Q)", "abc\n", 1), kSevereTypeMismatch);
-  EXPECT_EQ(Error("(F1.0)", "", 1), kSevereEndOfFile);
-  EXPECT_EQ(Error("(F1.0/F1.0)", "1\n", 2), kSevereEndOfFile);
-  EXPECT_EQ(Error("(2F1.0)", "1\n", 3), kSevereEndOfFile);
-  // Nothing to read still takes a record, and the unused fields are no fault.
-  EXPECT_EQ(Error("(1X)", "abc\n", 0), 0);
-  EXPECT_EQ(Error("(Q)", "abc\n", 0), 0);
-  EXPECT_EQ(Error("(F1.0)", "", 0), kSevereEndOfFile);
-}
-
-TEST(RecordFormat, HugeRepeatCountsEndQuickly) {
-  EXPECT_EQ(Values("(2147483647F1.0)", "123\n", 3), (V{1, 2, 3}));
-  EXPECT_EQ(Values("(999999999(999999999(1X)),F1.0)", "123\n", 1), (V{0}));
-  EXPECT_EQ(Values("(99999999(99999999(99999999(TL1))),T2,F1.0)", "123\n", 1), (V{2}));
-  EXPECT_EQ(Values("(2147483647(2147483647(2147483647(2X,TL3))),F1.0)", "123\n", 1), (V{1}));
-  EXPECT_EQ(Error("(2147483647(/))", "1\n2\n", 1), kSevereEndOfFile);
-}
-
-TEST(RecordFormat, FoldedGroupsMoveAsTheirPassesWould) {
-  EXPECT_EQ(Values("(3(2X,TL1),F1.0)", "12345\n", 1), (V{4}));
-  EXPECT_EQ(Values("(3(T2,1X),F1.0)", "12345\n", 1), (V{3}));
-  EXPECT_EQ(Values("(5(TL1),F1.0)", "12345\n", 1), (V{1}));
-  EXPECT_EQ(Values("(2X,4(TL1,3X,TL4),F1.0)", "12345\n", 1), (V{1}));
-  EXPECT_EQ(Values("(BN,2(BZ),F3.0)", "1\n", 1), (V{100}));
-}
-
-TEST(CompileFormat, NamesTheRestFromTheFirstWrongCharacter) {
-  EXPECT_EQ(CompileRest("F4.0)"), "F4.0)");  // no opening parenthesis
-  EXPECT_EQ(CompileRest("  x(F4.0)"), "x(F4.0)");
-  EXPECT_EQ(CompileRest(""), "");
-  EXPECT_EQ(CompileRest("(F4)"), ")");             // missing point
-  EXPECT_EQ(CompileRest("(F4.,F1.0)"), ",F1.0)");  // missing decimal count
-  EXPECT_EQ(CompileRest("(E10)"), ")");
-  EXPECT_EQ(CompileRest("(I3.)"), ")");
-  EXPECT_EQ(CompileRest("(2T5,F1.0)"), "T5,F1.0)");  // cannot be repeated
-  EXPECT_EQ(CompileRest("(2'ab')"), "'ab')");
-  EXPECT_EQ(CompileRest("(2BN,F1.0)"), "BN,F1.0)");
-  EXPECT_EQ(CompileRest("(2:)"), ":)");
-  EXPECT_EQ(CompileRest("(F4.0,8F1.0"), "");  // text ends too early
-  EXPECT_EQ(CompileRest("('abc)"), "");
-  EXPECT_EQ(CompileRest("(5Hab)"), "");
-  EXPECT_EQ(CompileRest("(F4.0,K3)"), "K3)");  // starts no element
-  EXPECT_EQ(CompileRest("(P,F1.0)"), "P,F1.0)");
-  EXPECT_EQ(CompileRest("(TL,F1.0)"), ",F1.0)");
-  EXPECT_EQ(CompileRest("(-F1.0)"), "F1.0)");
-  EXPECT_EQ(CompileRest("(0F1.0)"), "0F1.0)");
-  EXPECT_EQ(CompileRest("(99999999999F1.0)"), "99999999999F1.0)");
-}
-
-TEST(CompileFormat, AFieldOfNoColumnsIsRefused) {
-  // A data field must read at least one column: F0.0 would give every
-  // item 0 and move nowhere.
-  EXPECT_EQ(CompileRest("(F4.0,20F0.0)"), "0.0)");
-  EXPECT_EQ(CompileRest("(E0.2)"), "0.2)");
-  EXPECT_EQ(CompileRest("(2A0,F1.0)"), "0,F1.0)");
-  EXPECT_EQ(CompileRest("(I0)"), "0)");
-  EXPECT_EQ(CompileRest("(Z0.1)"), "0.1)");
-  EXPECT_EQ(CompileRest("(L0)"), "0)");
-  // Column moves of no columns and a scale of 0 stay what they are.
-  EXPECT_EQ(CompileRest("(0X,T1,0P,F10.0)"), "ok");
-}
-
-TEST(CompileFormat, GroupsNestEightDeep) {
-  EXPECT_EQ(CompileRest("((((((((( F1.0 )))))))))"), "ok");
-  EXPECT_EQ(CompileRest("((((((((((F1.0))))))))))"), "(F1.0))))))))))");
-  const std::string eighty_open(80, '(');
-  EXPECT_EQ(CompileRest(eighty_open), std::string(71, '('));
-}
-
-TEST(CompileFormat, StopsAtTheParenthesisThatClosesTheFirst) {
-  EXPECT_EQ(CompileRest("(F1.0) anything ( at all"), "ok");
-  EXPECT_EQ(CompileRest("  (F4.0,5F1.0/5F1.0)"), "ok");
-  EXPECT_EQ(CompileRest("(E10.3E2,G8.2E1,EN9.2,ES9.2,D8.2,A,A3,L,I,I4.2,O,Z,B,Q)"), "ok");
-  EXPECT_EQ(CompileRest("(,F1.0,,1X,)"), "ok");
 }
 
 TEST(ReadRecord, FormatErrorLineThenSevere62) {

@@ -72,20 +72,5 @@ TEST(SmcCommunalities, NotPositiveDefiniteIsReportedAndTheRunGoesOn) {
   ResetImslState();
 }
 
-TEST(HighestCorrelationCommunalities, LargestAbsoluteValueOfTheRow) {
-  // Row 4 is all zeros; the diagonal values that come in do not matter.
-  Matrix r = Equicorrelation(4, 0.0);
-  r(0, 1) = r(1, 0) = r(1, 2) = r(2, 1) = 0.3;
-  r(0, 2) = r(2, 0) = -0.7;
-  r(0, 0) = 5.0;
-  r(1, 1) = -5.0;
-  HighestCorrelationCommunalities(r, 4);
-  EXPECT_EQ(r(0, 0), 0.7);
-  EXPECT_EQ(r(1, 1), 0.3);
-  EXPECT_EQ(r(2, 2), 0.7);
-  EXPECT_EQ(r(3, 3), 0.0);
-  EXPECT_EQ(r(0, 2), -0.7);
-}
-
 }  // namespace
 }  // namespace vq

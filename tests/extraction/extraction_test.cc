@@ -119,20 +119,6 @@ TEST(Extract, PrincipalFactorsWithSmcRecoverKnownLoadings) {
   EXPECT_FALSE(run.Says("Failed to Converge"));
 }
 
-TEST(Extract, SilentProgressPrintsNothingAndChangesNothing) {
-  ExtractionOptions options = Options(kPfa, 2, InitialCommunality::kSmc);
-  options.CommunalityEpsilon = 0.0;
-  options.CommunalityIterations = 7;
-  const PhaseRun loud(options, kTwoFactors);
-  ASSERT_TRUE(loud.Says(kFailed));
-  ConsoleCapture capture;
-  const ExtractionResult quiet = Extract(kTwoFactors, options, SilentProgress());
-  EXPECT_EQ(capture.Out(), "");
-  EXPECT_EQ(quiet.Loadings.values, loud.result.Loadings.values);
-  EXPECT_EQ(quiet.CommunalityHistory, loud.result.CommunalityHistory);
-  EXPECT_TRUE(quiet.PassLimitReached);
-}
-
 TEST(Extract, PrincipalFactorsRecoverTheLoadingsOfSimulatedScores) {
   // Ten continuous scores from two uncorrelated factors, items 1-5 on the
   // first, 6-10 on the second, the stronger factor first. With 20000
@@ -181,99 +167,6 @@ TEST(Extract, PrincipalComponentsMakeOnePassFromTheUnitDiagonal) {
       kColumn30 + "Performing principal components analysis\n\n" + kColumn30 + "Iteration:    1\n");
 }
 
-TEST(Extract, PassesConvergenceAndTheMessageAtTheLimit) {
-  // rho = 0.8, p = 5, one factor: the first pass changes the sum by 0.8. The
-  // count alone decides the message: a last allowed pass that meets the
-  // tolerance gives it; a change that starts at 1.0 runs no pass under an
-  // epsilon of 1; a limit of 0 runs none and still gives it.
-  const struct {
-    double epsilon;
-    int limit, passes;
-    bool message, converged;
-  } cases[] = {{0.9, 1, 1, true, true},
-               {0.9, 2, 1, false, true},
-               {0.0, 3, 3, true, false},
-               {1.0, 50, 0, false, false},
-               {1e-4, 0, 0, true, false}};
-  for (const auto& c : cases) {
-    ExtractionOptions options = Options(kPfa, 1);
-    options.CommunalityEpsilon = c.epsilon;
-    options.CommunalityIterations = c.limit;
-    PhaseRun run(options, Equicorrelation(5, 0.8));
-    ASSERT_FALSE(run.stopped) << run.console;
-    EXPECT_EQ(run.result.IterationCount, c.passes) << c.epsilon << " " << c.limit;
-    EXPECT_EQ(static_cast<int>(run.result.CommunalityHistory.size()), c.passes);
-    EXPECT_EQ(run.result.PassLimitReached, c.message) << c.epsilon << " " << c.limit;
-    EXPECT_EQ(run.result.Converged, c.converged) << c.epsilon << " " << c.limit;
-    EXPECT_EQ(run.console,
-              kColumn30 + "Performing factor analysis\n\n" +
-                  (c.passes ? kColumn30 + "Iteration: " + FormatI(c.passes, 4) + "\n" : "") +
-                  (c.message ? kColumn30 + kFailed + "\n" : ""))
-        << c.epsilon << " " << c.limit;
-  }
-  // With no pass nothing fills the loadings, and the diagonal keeps its
-  // start: the residuals are the correlations.
-  ExtractionOptions options = Options(kPfa, 2);
-  options.CommunalityIterations = 0;
-  PhaseRun none(options, Equicorrelation(5, 0.4));
-  EXPECT_EQ(none.result.Loadings.values, std::vector<double>(10, 0.0));
-  EXPECT_EQ(none.result.Communalities, std::vector<double>(5, 1.0));
-  EXPECT_DOUBLE_EQ(none.result.Fit.Mean, 0.4);
-  EXPECT_NEAR(none.result.Fit.StandardDeviation, 0.0, 1e-15);
-}
-
-// Variables 1 to 3 correlate 0.9, 0.9 and -0.9: eigenvalues 1.9, 1.9, 1 and
-// -0.8 (trace 4).
-Matrix Indefinite() {
-  Matrix r = Equicorrelation(4, 0.0);
-  r(0, 1) = r(1, 0) = r(0, 2) = r(2, 0) = 0.9;
-  r(1, 2) = r(2, 1) = -0.9;
-  return r;
-}
-
-TEST(Extract, NegativeEigenvalueOrSumAbovePIsError100) {
-  // m = 4 takes -0.8 in (not a number); m = 3 sums 4.8, above p = 4.
-  const std::pair<ExtractionMethod, int> cases[] = {{kPca, 4}, {kPfa, 4}, {kPca, 3}};
-  for (const auto& [method, m] : cases) {
-    PhaseRun run(Options(method, m), Indefinite());
-    EXPECT_TRUE(run.stopped) << m;
-    EXPECT_TRUE(run.Says("\n" + kColumn30 + "Iteration:    1\n" + kColumn30 + kError100 + "\n"))
-        << run.console;
-    EXPECT_TRUE(run.Says("Pause - Enter command<CR> or <CR> to continue."));
-  }
-}
-
-TEST(Extract, MoreFactorsThanVariablesEndsTheRun) {
-  // With the default error setting the eigen solution stops the run itself;
-  // after the inverse of "SMC" has switched stopping off, the phase stops
-  // after the solver's message all the same.
-  for (InitialCommunality start : {InitialCommunality::kOne, InitialCommunality::kSmc}) {
-    PhaseRun run(Options(kPfa, 5, start), Equicorrelation(4, 0.3));
-    EXPECT_TRUE(run.stopped);
-    EXPECT_TRUE(run.Says("The argument NEVEC = 5.")) << run.console;
-    EXPECT_TRUE(run.Says("Stop - Program terminated."));
-  }
-}
-
-TEST(Extract, AsManyComponentsAsVariablesStopOnlyWhenRoundingLiftsTheSum) {
-  // m = p reproduces the matrix: a perfect fit, unless rounding lifts the
-  // sum of the communalities above p, which the exact test stops. The unit
-  // matrix is exact.
-  for (double rho : {0.0, 0.1, 0.2, 0.3, 0.5, 0.6}) {
-    PhaseRun run(Options(kPca, 5), Equicorrelation(5, rho));
-    if (rho == 0.0) {
-      ASSERT_FALSE(run.stopped) << run.console;
-    }
-    if (run.stopped) {
-      EXPECT_TRUE(run.Says(kError100)) << rho;
-      continue;
-    }
-    EXPECT_NEAR(run.result.Fit.Gfi, 1.0, 1e-12) << rho;
-    EXPECT_NEAR(run.result.Fit.MeanSquaredResidual, 0.0, 1e-20) << rho;
-    for (double h2 : run.result.Communalities) EXPECT_NEAR(h2, 1.0, 1e-12);
-  }
-}
-
 TEST(Extract, HeywoodCaseIsOnlyFlagged) {
   // One factor with loadings 1.1, 0.8, 0.8, 0.5, 0.5: the communality of
   // variable 1 converges to 1.21 while the sum, 2.99, stays below p.
@@ -291,36 +184,6 @@ TEST(HeywoodFlags, StrictlyAboveTheLimit) {
   EXPECT_EQ(HeywoodFlags({0.5, 1.2, 1.00000001, 1.0, 1.0000001}),
             (std::vector<bool>{false, true, false, false, true}));
   EXPECT_TRUE(HeywoodFlags({}).empty());
-}
-
-TEST(BuildLoadings, ScalesByTheRootOfTheEigenvalue) {
-  Matrix vectors(2, 2), loadings(2, 2);
-  vectors.values = {0.6, 0.8, -0.8, 0.6};
-  BuildLoadings({4.0, -1.0}, vectors, loadings, 2, 2);
-  EXPECT_DOUBLE_EQ(loadings(0, 0), 1.2);
-  EXPECT_DOUBLE_EQ(loadings(1, 0), 1.6);
-  // A negative eigenvalue spoils its column.
-  EXPECT_TRUE(std::isnan(loadings(0, 1)));
-  EXPECT_TRUE(std::isnan(loadings(1, 1)));
-}
-
-TEST(Extract, AnUnnamedMethodIteratesLikePrincipalFactorsFromTheUnitDiagonal) {
-  // A model word outside the five is not refused: extraction runs as for
-  // "PFA" but from the unit diagonal, with no console line of its own and no
-  // message at the limit of passes.
-  ExtractionOptions factors = Options(kPfa, 2);
-  factors.CommunalityIterations = 6;
-  const PhaseRun reference(factors, kTwoFactors);
-  ASSERT_EQ(reference.result.IterationCount, 6);
-  ASSERT_TRUE(reference.result.PassLimitReached);
-  ExtractionOptions other = factors;
-  other.Method = ExtractionMethod::kUnnamed;
-  other.InitialCommunality = InitialCommunality::kSmc;
-  const PhaseRun run(other, kTwoFactors);
-  EXPECT_EQ(run.result.Loadings.values, reference.result.Loadings.values);
-  EXPECT_EQ(run.result.StartingCommunalities, std::vector<double>(6, 1.0));
-  EXPECT_FALSE(run.result.PassLimitReached);
-  EXPECT_EQ(run.console, kColumn30 + "Iteration:    6\n");
 }
 
 Matrix Diagonal(const std::vector<double>& values) {

@@ -4,9 +4,6 @@
 #ifndef VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
 #define VELQUORIN_TESTS_EXTRACTION_EXTRACTION_TEST_SUPPORT_H_
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,38 +53,6 @@ struct FourVariableFit {
     }
   }
 };
-
-inline std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  std::string line;
-  while (std::getline(in, line)) lines.push_back(line);
-  return lines;
-}
-
-// Index of the first line equal to `line` at or after `from`, or -1.
-inline int FindLine(const std::vector<std::string>& lines, const std::string& line, int from = 0) {
-  for (int i = from; i < static_cast<int>(lines.size()); ++i) {
-    if (lines[i] == line) return i;
-  }
-  return -1;
-}
-
-inline std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// A fresh directory for saved files, with the trailing separator that
-// `RunDirectory` carries.
-inline std::string FreshDirectory(const std::string& name) {
-  const std::filesystem::path dir = std::filesystem::temp_directory_path() / ("vq_" + name);
-  std::filesystem::remove_all(dir);
-  std::filesystem::create_directories(dir);
-  return dir.string() + "/";
-}
 
 }  // namespace testing_support
 }  // namespace vq

@@ -69,18 +69,6 @@ TEST(ComputeModelFit, PerfectFitGivesGfiOneAndAllResidualsInClass21) {
   EXPECT_NEAR(fit.Residuals(4, 4), 0.7, 1e-15);
 }
 
-TEST(ComputeModelFit, GivenMatrixDiagonalCountsInTheIndex) {
-  // Perfect off-diagonal fit, but a diagonal of 0.9: a = 5 * 0.01 / 25,
-  // b = (5 * 0.81 + 20 * 0.25) / 25, GFI = 1 - 0.05 / 9.05.
-  const int p = 5;
-  Matrix r0 = Equicorrelation(p, 0.5);
-  for (int i = 0; i < p; ++i) r0(i, i) = 0.9;
-  EXPECT_NEAR(GoodnessOfFit(r0, r0, p), 0.0, 1e-15);
-  ModelFit fit;
-  ComputeModelFit(r0, r0, std::vector<double>(p, 0.9), fit);
-  EXPECT_NEAR(fit.Gfi, 1.0 - 0.05 / 9.05, 1e-14);
-}
-
 TEST(ComputeModelFit, ThreeVariablesStopAtTheFivePointSummary) {
   // Three residuals are too few for the summary: the stop leaves the fit
   // with everything before it, so that the report can show that much.
@@ -97,19 +85,6 @@ TEST(ComputeModelFit, ThreeVariablesStopAtTheFivePointSummary) {
   EXPECT_NEAR(fit.Mean, 0.1, 1e-15);
   EXPECT_NEAR(fit.MeanSquaredResidual, 0.01, 1e-15);
   EXPECT_TRUE(fit.ClassCounts.empty());
-}
-
-TEST(ClassifyResiduals, SinglePrecisionLimitsAndOpenEnds) {
-  // -0.975 lies just above the lower limit: class 2. -0.98 is class 1; 0.975
-  // is not above the upper limit: class 40; 0.98 and 1.5 are class 41.
-  const std::vector<double> residuals{-0.975, -0.98, 0.975, 0.98, 1.5};
-  std::vector<double> midpoints, counts;
-  ClassifyResiduals(residuals, 5, midpoints, counts);
-  std::vector<double> expected(kResidualClasses, 0.0);
-  expected[0] = expected[1] = expected[39] = 1.0;
-  expected[40] = 2.0;
-  EXPECT_EQ(counts, expected);
-  EXPECT_EQ(midpoints.size(), static_cast<std::size_t>(kResidualClasses));
 }
 
 }  // namespace

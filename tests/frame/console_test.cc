@@ -9,15 +9,6 @@
 namespace vq {
 namespace {
 
-TEST(Console, ColumnsCountFromTheControlPosition) {
-  ConsoleCapture capture;
-  ConsoleLine(30, "Reading Data");
-  ConsoleLine(2, "FATAL");
-  ConsoleFreeForm("free");
-  ConsoleEmptyLines(1);
-  EXPECT_EQ(capture.Out(), std::string(28, ' ') + "Reading Data\nFATAL\nfree\n\n");
-}
-
 TEST(Console, OffATerminalOnlyTheLastOverwriteOfARunIsWritten) {
   ConsoleCapture capture;
   ConsoleLine(2, "a");
@@ -76,18 +67,6 @@ TEST(Console, OffATerminalTheHeartbeatAddsNothing) {
   }
   EXPECT_EQ(capture.Out(),
             std::string(28, ' ') + "Iteration:    1\n" + std::string(28, ' ') + "Finished\n");
-}
-
-TEST(Console, PlainStopPrintsBothLinesAndThrows) {
-  ConsoleCapture capture;
-  try {
-    PlainStop();
-    FAIL();
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.kind, RunStopped::Kind::kPlainStop);
-    EXPECT_EQ(stop.exit_code, 0);
-  }
-  EXPECT_EQ(capture.Out(), "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
 }
 
 TEST(Console, PauseReadsUntilEmptyLineOrEnd) {
@@ -168,39 +147,6 @@ TEST(Console, TheExitWindowQuestion) {
   ConsoleCapture at_end("", /*as_terminal=*/true);
   AskExitWindow();
   EXPECT_NE(at_end.Out().find("Exit Window?"), std::string::npos);
-}
-
-TEST(Console, SevereErrorGoesToTheErrorChannelWithItsNumber) {
-  ConsoleCapture capture;
-  try {
-    SevereError(24, "end-of-file during read, unit 10, file x.dat");
-    FAIL();
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.kind, RunStopped::Kind::kSevere);
-    EXPECT_EQ(stop.exit_code, 24);
-  }
-  EXPECT_EQ(capture.Err(), "severe (24): end-of-file during read, unit 10, file x.dat\n");
-  EXPECT_EQ(capture.Out(), "");
-}
-
-TEST(Console, StopWithTextReplacesTheStopLine) {
-  ConsoleCapture capture;
-  EXPECT_THROW(StopWithText("*********FATAL ERROR: x*********"), RunStopped);
-  EXPECT_EQ(capture.Out(),
-            "*********FATAL ERROR: x*********\nProgram Terminated with exit code 0\n");
-}
-
-TEST(Console, TraceLineIsARecordWhoseFirstLetterIsTheControlPosition) {
-  // The format 'Problem occured at line ' I10 has no blank in front: its
-  // first character takes the control position of the console record and is
-  // not shown, like the blank in front of every other console line.
-  ConsoleCapture capture;
-  TraceLine(0, 1258);
-  TraceLine(3, 1258);
-  TraceLine(-1, 3985);
-  EXPECT_EQ(capture.Out(),
-            "roblem occured at line       1258\n"
-            "roblem occured at line       3985\n");
 }
 
 }  // namespace

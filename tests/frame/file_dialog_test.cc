@@ -80,35 +80,5 @@ TEST_F(FileDialog, AnswersToThePromptAndToTheCancelBox) {
   }
 }
 
-TEST_F(FileDialog, MissingFilesAndFoldersAreNotAccepted) {
-  const std::string missing = folder_ + "/missing.in";
-  DialogOutcome outcome = Dialog(missing + "\n" + folder_ + "\n" + file_ + "\n");
-  EXPECT_EQ(outcome.name, file_);
-  const std::string open = "Open: Select File for Unit 12\nVQ INPUT *.in, *.in; All Files, *.*\n";
-  EXPECT_EQ(outcome.out,
-            open + missing + "\nFile not found. Check the file name and try again.\n" + open +
-                folder_ + "\nFile not found. Check the file name and try again.\n" + open);
-}
-
-TEST_F(FileDialog, PipesAndDevicesAreNoCommandFiles) {
-  // A command file is read three times from its start; a pipe cannot be
-  // read again, and opening one blocks until something writes to it.
-  const std::string pipe = folder_ + "/pipe.in";
-  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_FALSE(IsExistingFile(pipe));
-  EXPECT_FALSE(IsExistingFile("/dev/null"));
-  EXPECT_TRUE(IsExistingFile(file_));
-  DialogOutcome outcome = Dialog(pipe + "\n" + file_ + "\n");
-  EXPECT_EQ(outcome.name, file_);
-  std::remove(pipe.c_str());
-}
-
-TEST_F(FileDialog, OffATerminalNothingIsAsked) {
-  DialogOutcome outcome = Dialog(file_ + "\n", /*interactive=*/false);
-  EXPECT_TRUE(outcome.cancelled);
-  EXPECT_EQ(outcome.exit_code, 1);
-  EXPECT_EQ(outcome.out, kCancelBox);
-}
-
 }  // namespace
 }  // namespace vq

@@ -44,28 +44,5 @@ TEST(OutputFile, AFileDroppedWhileAStopUnwindsNeverStopsAgain) {
   EXPECT_EQ(capture.Err(), "");
 }
 
-TEST(OutputFile, BlocksOfRecordsAreWrittenAsTheirRecords) {
-  OutputFile file;
-  file.OpenInMemory(15);
-  file.Write("first");
-  file.WriteLines("a  \n\nb\n");
-  file.WriteLines("");
-  file.WriteLines("last without an end");
-  EXPECT_EQ(file.Text(), "first\na  \n\nb\nlast without an end\n");
-}
-
-TEST(OutputFile, AFileInAFolderThatDoesNotExistIsAnOpenFailure) {
-  ConsoleCapture capture;
-  OutputFile report;
-  try {
-    report.Open(11, "/nonexistent_vq_folder/r.out");
-    FAIL();
-  } catch (const RunStopped& stop) {
-    EXPECT_EQ(stop.exit_code, 30);
-  }
-  EXPECT_EQ(capture.Err(),
-            "severe (30): open failure, unit 11, file /nonexistent_vq_folder/r.out\n");
-}
-
 }  // namespace
 }  // namespace vq

@@ -27,8 +27,10 @@
 # Every file in the scratch folder before the run is an input: the run must
 # leave it as it was. Every other file is an output. The scratch folder's own
 # path, wherever it shows in the console or error text, reads <scratch>.
-# When `args` starts with a subcommand (`check`), the program is started as
-# `velquorin check ... FILE.in`, without --threads, which only a run takes.
+# When `args` starts with a subcommand (`check`, `init`), the program is
+# started as `velquorin check ... FILE.in` (or `velquorin init ... DATAFILE`,
+# the data file named in `command`), without --threads, which only a run
+# takes.
 #
 #   run_case.sh [--update | --json PREFIX] <velquorin binary> <case folder> <scratch folder>
 #
@@ -142,7 +144,7 @@ run_once() {
   local leading=(--threads "$threads")
   [ -n "$json_prefix" ] && leading+=(--json "$json_prefix.threads$threads.json"
     --html "$json_prefix.threads$threads.html")
-  [ "${args[0]:-}" = check ] && leading=()
+  case "${args[0]:-}" in check | init) leading=() ;; esac
   (cd "$scratch" && "$binary" "${leading[@]}" "${args[@]}" "${command_file[@]}" \
      < "$stdin_file" > console.txt 2> stderr.txt)
   echo $? > "$scratch/status"

@@ -29,9 +29,14 @@ def check_page(path):
         fail("%s is not well-formed: %s" % (path, error))
     if root.tag != "html":
         fail("root element is <%s>, not <html>" % root.tag)
-    for banned in ("<script", "http:", "https:", "url(", "@import", "@font-face", " src="):
+    if not text.startswith("<!DOCTYPE html>\n"):
+        fail("page does not start with <!DOCTYPE html>")
+    for banned in ("<script", "http:", "https:", "url(", "@import", "@font-face", " src=",
+                   "xlink:href", "<link", "<iframe", "<img", " onload=", " onclick="):
         if banned in text:
             fail("page contains %r" % banned)
+    if "@media print" not in text:
+        fail("page has no print style")
     for href in re.findall(r'href="([^"]*)"', text):
         if not href.startswith("#"):
             fail("link outside the page: %s" % href)

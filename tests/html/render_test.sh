@@ -11,7 +11,8 @@
 # pattern whose factor correlations are missing, which stops; the demo with
 # the aids).
 #
-# Exits 77 (skipped) with one line when no Chromium is installed.
+# The page itself is checked first, browser or not; then the test exits 77
+# (skipped) with one line when no Chromium is installed.
 set -euo pipefail
 
 program=$1
@@ -21,25 +22,6 @@ here=$(cd "$(dirname "$0")" && pwd)
 width=1280
 height=2000
 
-# CHROMIUM may name the browser; when it names none that runs, the test is
-# skipped as on a machine without one.
-browser=${CHROMIUM:-}
-if [[ -n $browser && ! -x $(command -v "$browser" 2>/dev/null || true) ]]; then
-  echo "SKIPPED: CHROMIUM=$browser is not a program that runs; the HTML page was not rendered."
-  exit 77
-fi
-if [[ -z $browser ]]; then
-  for candidate in /usr/bin/chromium chromium chromium-browser; do
-    if command -v "$candidate" >/dev/null 2>&1; then
-      browser=$(command -v "$candidate")
-      break
-    fi
-  done
-fi
-if [[ -z $browser ]]; then
-  echo "SKIPPED: no Chromium found (Debian package 'chromium'); the HTML page was not rendered."
-  exit 77
-fi
 python=/usr/bin/python3
 [[ -x $python ]] || python=python3
 
@@ -73,6 +55,27 @@ else
   "$program" "$page" "$kind"
 fi
 "$python" "$here/check_page.py" page "$page"
+
+# The page check above needs no browser; the rendering below does.
+# CHROMIUM may name the browser; when it names none that runs, the test is
+# skipped as on a machine without one.
+browser=${CHROMIUM:-}
+if [[ -n $browser && ! -x $(command -v "$browser" 2>/dev/null || true) ]]; then
+  echo "SKIPPED: CHROMIUM=$browser is not a program that runs; the HTML page was not rendered."
+  exit 77
+fi
+if [[ -z $browser ]]; then
+  for candidate in /usr/bin/chromium chromium chromium-browser; do
+    if command -v "$candidate" >/dev/null 2>&1; then
+      browser=$(command -v "$candidate")
+      break
+    fi
+  done
+fi
+if [[ -z $browser ]]; then
+  echo "SKIPPED: no Chromium found (Debian package 'chromium'); the HTML page was not rendered."
+  exit 77
+fi
 
 chromium_flags=(--headless --no-sandbox --disable-gpu --disable-quic --no-first-run
   --disable-background-networking --disable-component-update --disable-sync

@@ -81,45 +81,6 @@ TEST(RunJsonTest, AidsOnlyWhenComputed) {
   EXPECT_EQ(document["aids"]["likelihood_fit"]["variance"]["ss_loadings"][0], 1.342009);
 }
 
-TEST(RunJsonTest, TripletsUpToTheLastTested) {
-  RunRecord record;
-  record.has_triplets = true;
-  record.triplets.triplet_count = 4;
-  record.triplets.triplets = {{1, 2, 3}, {1, 2, 4}, {1, 3, 4}, {2, 3, 4}};
-  record.triplets.chi_squares = {7.5, 0.25, 0, 0};
-  record.triplets.tested = 2;
-  const json document = RunRecordToJson(record, "1");
-  const json& triplets = document["triplet_test"]["triplets"];
-  ASSERT_EQ(triplets.size(), 2u);
-  EXPECT_EQ(triplets[1]["items"], json::array({1, 2, 4}));
-  EXPECT_EQ(triplets[0]["chi_square"], 7.5);
-  EXPECT_FALSE(document["triplet_test"]["complete"]);
-}
-
-TEST(RunJsonTest, RotationStagesInOrderWithTheirMatrices) {
-  RunRecord record;
-  RotatedSolution varimax;
-  varimax.method = Rotation::kVarimax;
-  varimax.item_order_loadings = Matrix(3, 2, 0.5);
-  varimax.rotation_matrix = Matrix(2, 2, 0.0);
-  RotatedSolution promax;
-  promax.method = Rotation::kPromax;
-  promax.oblique = true;
-  promax.item_order_loadings = Matrix(3, 2, 0.25);
-  promax.item_order_structure = Matrix(3, 2, 0.75);
-  promax.factor_correlations = Matrix(2, 2, 1.0);
-  promax.order = {3, 1, 2};
-  record.rotation.solutions = {varimax, promax};
-  const json rotations = RunRecordToJson(record, "1")["rotations"];
-  ASSERT_EQ(rotations.size(), 2u);
-  EXPECT_EQ(rotations[0]["method"], "VARIMAX");
-  EXPECT_TRUE(rotations[0].contains("rotation_matrix"));
-  EXPECT_FALSE(rotations[0].contains("structure"));
-  EXPECT_EQ(rotations[1]["method"], "PROMAX");
-  EXPECT_EQ(rotations[1]["structure"][2][1], 0.75);
-  EXPECT_EQ(rotations[1]["sort_order"], json::array({3, 1, 2}));
-}
-
 TEST(RunJsonTest, InputsCarryTheirDigest) {
   const std::string path = ::testing::TempDir() + "run_json_input.dat";
   std::ofstream(path) << "abc";

@@ -4,9 +4,9 @@
 # for byte) and
 # validates both documents (one thread, two threads) against
 # docs/run.schema.json; the two must be the same document but for the
-# thread count. Cases that never start a run (the `check` subcommand,
-# arguments that cannot be used, --help) leave no document and pass on the
-# first check alone.
+# thread count. Cases that never start a run (the `check` and `init`
+# subcommands, arguments that cannot be used, --help) leave no document and
+# pass on the first check alone.
 #
 #   validate_case.sh <velquorin binary> <case folder> <scratch folder>
 #
@@ -20,7 +20,8 @@ rm -f "$prefix".threads*.json
 bash "$here/../golden/run_case.sh" --json "$prefix" "$binary" "$case_dir" "$work/case" || exit 1
 status=$(cat "$work/case/threads1/status")
 if [ ! -f "$prefix.threads1.json" ]; then
-  if [ "$(head -c 5 "$case_dir/args" 2> /dev/null)" = check ] || [ "$status" = 2 ] ||
+  subcommand=$(head -n 1 "$case_dir/args" 2> /dev/null | cut -d ' ' -f 1)
+  if [ "$subcommand" = check ] || [ "$subcommand" = init ] || [ "$status" = 2 ] ||
      grep -qE '^--(help|version)' "$case_dir/args" 2> /dev/null; then
     echo "no run, no document (status $status)"
     exit 0

@@ -169,35 +169,6 @@ TEST_F(EigenTest, RandomMatricesAllForms) {
   }
 }
 
-TEST_F(EigenTest, F02FAFReadsOnlyTheUpperTriangle) {
-  const int n = 9;
-  Matrix a = RandomSymmetric(n, generator_);
-  std::vector<double> expected;
-  int ifail = 0;
-  F02ABF(a, n, expected, vectors_, ifail);
-  Matrix upper = a;
-  for (int j = 0; j < n; ++j) {
-    for (int i = j + 1; i < n; ++i) upper(i, j) = kNaN;
-  }
-  F02FAF('V', 'U', n, upper, values_, ifail);
-  EXPECT_EQ(ifail, 0);
-  EXPECT_EQ(values_, expected);
-  EXPECT_LE(PairError(a, values_, upper, n), 1e-12);
-  // A bad job, triangle or order is failure 1.
-  ConsoleCapture capture;
-  const struct {
-    char job, uplo;
-    int n;
-  } bad[] = {{'X', 'U', 2}, {'V', 'Q', 2}, {'V', 'U', 3}};
-  for (const auto& b : bad) {
-    Matrix small(2, 2);
-    ifail = kIfailQuiet;
-    F02FAF(b.job, b.uplo, b.n, small, values_, ifail);
-    EXPECT_EQ(ifail, 1) << b.job << b.uplo << b.n;
-  }
-  EXPECT_EQ(capture.Out(), "");
-}
-
 TEST_F(EigenTest, PartialFormCountAboveOrderIsATerminalError) {
   Matrix a = RandomSymmetric(3, generator_);
   ConsoleCapture capture;
@@ -207,22 +178,6 @@ TEST_F(EigenTest, PartialFormCountAboveOrderIsATerminalError) {
             "***          largest/smallest eigenvalues to be calculated must be greater\n"
             "***          than 0 and less than or equal to N = 3.\n"
             "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
-}
-
-TEST_F(EigenTest, PartialFormGoesOnWithZerosWhenStoppingIsOff) {
-  ERSET(0, 1, 0);
-  Matrix a = RandomSymmetric(3, generator_);
-  ConsoleCapture capture;
-  DEVESF(3, 5, a, false, values_, vectors_);
-  EXPECT_EQ(IERCD(), 5);
-  EXPECT_NE(capture.Out().find("The argument NEVEC = 5."), std::string::npos);
-  EXPECT_EQ(values_, std::vector<double>(5, 0.0));
-  EXPECT_EQ(vectors_.values, std::vector<double>(15, 0.0));
-  DEVESF(0, 1, a, false, values_, vectors_);
-  EXPECT_EQ(IERCD(), 4);
-  // A good call clears the code.
-  DEVESF(3, 2, a, false, values_, vectors_);
-  EXPECT_EQ(IERCD(), 0);
 }
 
 TEST_F(EigenTest, NotANumberGivesAWarningNotAHang) {

@@ -60,45 +60,6 @@ TEST(G01FAF, MatchesLongDoubleReferenceToFullPrecision) {
   EXPECT_NEAR(G01FAF("l", 0.025, ifail), -1.959963984540054, 1e-15);
 }
 
-TEST(G01FAF, FailureTwoAtZeroAndOneUnderEachIfail) {
-  ConsoleCapture capture;
-  int ifail = kIfailSoft;
-  EXPECT_EQ(G01FAF("Lower-tail", 0.0, ifail), 0.0);
-  EXPECT_EQ(ifail, 2);
-  ifail = kIfailQuiet;
-  EXPECT_EQ(G01FAF("Lower-tail", -0.25, ifail), 0.0);
-  EXPECT_EQ(ifail, 2);
-  ifail = kIfailHard;
-  EXPECT_THROW(G01FAF("Lower-tail", 1.0, ifail), RunStopped);
-  EXPECT_EQ(capture.Out(),
-            "** On entry, P.le.0.0 or P.ge.1.0 : P =   0.00000E+00\n"
-            "** ABNORMAL EXIT from NAG Library routine G01FAF: IFAIL =     2\n"
-            "** NAG soft failure - control returned\n"
-            "** On entry, P.le.0.0 or P.ge.1.0 : P =   0.10000E+01\n"
-            "** ABNORMAL EXIT from NAG Library routine G01FAF: IFAIL =     2\n"
-            "** NAG hard failure - execution terminated\n"
-            "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
-}
-
-TEST(DNORIN, TerminalErrorStopsByDefaultAndGivesNaNWhenSwitchedOff) {
-  ResetImslState();
-  ConsoleCapture capture;
-  EXPECT_THROW(DNORIN(0.0), RunStopped);
-  EXPECT_EQ(capture.Out(),
-            "*** TERMINAL ERROR 1 from DNORIN.  The argument to the function must be\n"
-            "***          greater than 0.0 and less than 1.0.  P = 0.000000E+00\n"
-            "Stop - Program terminated.\nProgram Terminated with exit code 0\n");
-  EXPECT_EQ(IERCD(), 1);
-  const std::string printed = capture.Out();
-  ERSET(0, 0, 0);
-  EXPECT_TRUE(std::isnan(DNORIN(1.0)));
-  EXPECT_EQ(IERCD(), 1);
-  EXPECT_FALSE(std::isnan(DNORIN(0.25)));
-  EXPECT_EQ(IERCD(), 0);
-  EXPECT_EQ(capture.Out(), printed);
-  ResetImslState();
-}
-
 TEST(DNORDF, DistributionFunction) {
   EXPECT_EQ(DNORDF(0.0), 0.5);
   EXPECT_NEAR(DNORDF(-1.0) / 0.15865525393145705, 1.0, 1e-15);

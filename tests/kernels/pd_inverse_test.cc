@@ -86,41 +86,5 @@ TEST_F(PdInverseTest, ZeroPivotInRowThreeStopsDLINDSButNotTheInverse) {
             "*** TERMINAL ERROR 1 from DNORIN.  ");
 }
 
-TEST_F(PdInverseTest, SafeResultHoldsTheInverseOfTheFinishedBlock) {
-  Matrix a(4, 4);
-  a(0, 0) = 4.0;
-  a(1, 1) = 2.0;
-  a(0, 1) = a(1, 0) = 1.0;  // leading block [[4, 1], [1, 2]], determinant 7
-  a(2, 2) = -1.0;           // the third pivot is negative
-  a(3, 3) = 5.0;
-  a(0, 3) = a(3, 0) = 0.5;
-  ConsoleCapture capture;
-  InvertPositiveDefinite(a, 4, inverse_);
-  const double expected[16] = {
-      2.0 / 7, -1.0 / 7, 0, 0, -1.0 / 7, 4.0 / 7, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-  for (int k = 0; k < 16; ++k) EXPECT_NEAR(inverse_.values[k], expected[k], 1e-15) << k;
-  EXPECT_EQ(inverse_(1, 0), inverse_(0, 1));
-  // A failure at the first pivot leaves the unit matrix.
-  Matrix first(3, 3, 0.5);
-  first(0, 0) = 0.0;
-  InvertPositiveDefinite(first, 3, inverse_);
-  EXPECT_EQ(inverse_.values, Identity(3).values);
-  EXPECT_NE(capture.Out().find("The leading 1 by 1 submatrix"), std::string::npos);
-}
-
-TEST_F(PdInverseTest, IllConditionedWarningKeepsTheInverse) {
-  Matrix a = Identity(2);
-  a(1, 1) = 1e-17;
-  ConsoleCapture capture;
-  EXPECT_TRUE(DLINDS(2, a, inverse_));
-  EXPECT_EQ(capture.Out(),
-            "*** WARNING  ERROR 1 from DLINDS.  The matrix is too ill-conditioned. An\n"
-            "***          estimate of the reciprocal of its L1 condition number is RCOND =\n"
-            "***          1.000000E-17.  The inverse might not be accurate.\n");
-  EXPECT_EQ(IERCD(), 1);
-  EXPECT_DOUBLE_EQ(inverse_(1, 1), 1e17);
-  EXPECT_EQ(inverse_(0, 0), 1.0);
-}
-
 }  // namespace
 }  // namespace vq

@@ -61,18 +61,6 @@ TEST(G02BAF, ConstantVariableGivesZeroRowAndColumnWithoutMessage) {
   EXPECT_DOUBLE_EQ(r(2, 0), 0.5);
 }
 
-TEST(G02BAF, TwoSubjectsGiveUnitCorrelations) {
-  Matrix x = FromRows(2, 3, {0.3, 5, 1, 1.7, -2, 0});
-  std::vector<double> xbar, sd;
-  Matrix ssp, r;
-  int ifail = kIfailHard;
-  G02BAF(2, 3, x, xbar, sd, ssp, r, ifail);
-  EXPECT_NEAR(r(1, 0), -1.0, 1e-15);
-  EXPECT_NEAR(r(2, 0), -1.0, 1e-15);
-  EXPECT_NEAR(r(2, 1), 1.0, 1e-15);
-  EXPECT_DOUBLE_EQ(sd[2], std::sqrt(0.5));
-}
-
 TEST(G02BAF, TooFewSubjectsOrVariablesFail) {
   Matrix x(1, 3, 1.0);
   std::vector<double> xbar, sd;

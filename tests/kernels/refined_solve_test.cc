@@ -27,52 +27,6 @@ Matrix FromRows(int n, const std::vector<double>& rows) {
   return m;
 }
 
-TEST(F04AEF, UnitMatrixTakesTwoPasses) {
-  const int n = 4;
-  Matrix b(n, 2);
-  for (int i = 0; i < n; ++i) {
-    b(i, 0) = 0.1 * (i + 1);
-    b(i, 1) = -3.0 + i;
-  }
-  Matrix c, aa, bb;
-  int ifail = 0;
-  EXPECT_EQ(RefinedSolve(Identity(n), b, n, 2, c, aa, bb, ifail), 2);
-  EXPECT_EQ(ifail, 0);
-  EXPECT_EQ(c.values, b.values);
-  // The second pass found nothing left to correct.
-  EXPECT_EQ(bb.values, std::vector<double>(2 * n, 0.0));
-  EXPECT_EQ(aa.values, Identity(n).values);
-}
-
-TEST(F04AEF, OneByOneGivesTheReciprocalAndNoneGivesNothing) {
-  int ifail = 0;
-  Matrix c;
-  for (double t : {3.0, 0.7, -12.5, 1e-3, 0.98765}) {
-    F04AEF(Matrix(1, 1, t), Matrix(1, 1, 1.0), 1, 1, c, ifail);
-    EXPECT_EQ(ifail, 0);
-    EXPECT_EQ(c(0, 0), 1.0 / t) << t;
-  }
-  F04AEF(Matrix(), Matrix(), 0, 0, c, ifail);
-  EXPECT_EQ(ifail, 0);
-  EXPECT_TRUE(c.empty());
-}
-
-TEST(F04AEF, FactorsWithScaledPivots) {
-  // Row 2 has the larger entry in column 1 but the smaller scaled one:
-  // scaled pivoting keeps row 1 (|1| / sqrt(1 + 1e-4) beats 2 / sqrt(4 + 1e6)).
-  const Matrix a = FromRows(2, {1.0, 0.01, 2.0, 1000.0});
-  Matrix c, aa, bb;
-  int ifail = 0;
-  RefinedSolve(a, Identity(2), 2, 2, c, aa, bb, ifail);
-  // The pivots on and below the diagonal, the unit upper factor above.
-  EXPECT_EQ(aa.values, (std::vector<double>{1.0, 2.0, 0.01, 1000.0 - 2.0 * 0.01}));
-  const double det = 1000.0 - 0.02;
-  EXPECT_NEAR(c(0, 0), 1000.0 / det, 1e-15);
-  EXPECT_NEAR(c(1, 1), 1.0 / det, 1e-18);
-  EXPECT_NEAR(c(0, 1), -0.01 / det, 1e-18);
-  EXPECT_NEAR(c(1, 0), -2.0 / det, 1e-18);
-}
-
 TEST(F04AEF, RecoversExactSolutionsToTenEpsilons) {
   std::mt19937 generator(4242);
   std::uniform_int_distribution<int> entry(-60, 60);

@@ -64,29 +64,6 @@ TEST_F(HarrisKaiserTest, UniqueVarianceOfZeroOrBelowGetsTheSmallestScale) {
   EXPECT_LT(MaxAbsDifference(Reproduced(b0, f0), Outer(a_)), 1e-8);
 }
 
-TEST_F(HarrisKaiserTest, OrthomaxStepGivesTheProductOfItsPlaneTurns) {
-  Matrix b, t;
-  DF2OTA(12, 3, a_, 1, 200, 1.0, 0.0001, b, t);
-  EXPECT_LT(MaxAbsDifference(Multiply(Transpose(t), t), Identity(3)), 1e-14);
-  EXPECT_LT(MaxAbsDifference(Multiply(a_, t), b), 1e-14);
-}
-
-TEST_F(HarrisKaiserTest, BadArgumentsStopTheRun) {
-  Matrix b, fcor;
-  ConsoleCapture capture;
-  EXPECT_THROW(DFHARR(12, 3, a_, 1, 200, 1.0, 1.5, 0.0001, d_, b, fcor), RunStopped);
-  EXPECT_THROW(DFHARR(12, 3, a_, 1, 0, 1.0, 0.5, 0.0001, d_, b, fcor), RunStopped);
-  const std::string out = capture.Out();
-  EXPECT_NE(
-      out.find("*** TERMINAL ERROR 1 from DFHARR.  C = 1.500000E+00.  C must be greater than\n"
-               "***          or equal 0.0 and less than or equal to 1.0.\n"),
-      std::string::npos)
-      << out;
-  EXPECT_NE(out.find("TERMINAL ERROR 2 from DFHARR.  MAXIT = 0.  MAXIT must be 1 or more."),
-            std::string::npos)
-      << out;
-}
-
 TEST_F(HarrisKaiserTest, SweepsUsedUpGiveTheWarningAndTheSolutionStands) {
   Matrix b, fcor;
   ConsoleCapture capture;

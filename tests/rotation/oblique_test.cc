@@ -17,10 +17,6 @@
 namespace vq {
 namespace {
 
-using testing::MaxAbsDifference;
-using testing::Multiply;
-using testing::Outer;
-using testing::Reproduced;
 using testing::RowSumsOfSquares;
 using testing::SmallRotationOptions;
 
@@ -62,113 +58,6 @@ Matrix SimulatedTwoFactorLoadings() {
   return loadings;
 }
 
-class ObliqueTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ResetImslState();
-    communalities_ = RowSumsOfSquares(testing::ThreeFactorLoadings());
-    r_ = Matrix(12, 12);
-    for (int i = 0; i < 12; ++i) r_(i, i) = communalities_[i];
-  }
-  void TearDown() override {
-    ResetImslState();
-    ResetRandomGenerator();
-  }
-  RotationResult RotateBy(const RotationOptions& options) {
-    return Rotate(testing::ThreeFactorLoadings(), communalities_, r_, options, SilentProgress());
-  }
-  std::vector<double> communalities_;
-  Matrix r_;
-};
-
-TEST_F(ObliqueTest, PromaxFollowsItsVarimaxStage) {
-  const RotationResult result = RotateBy(SmallRotationOptions(12, Rotation::kPromax));
-  ASSERT_EQ(result.solutions.size(), 2u);
-  const RotatedSolution& varimax = result.solutions[0];
-  const RotatedSolution& promax = result.solutions[1];
-  EXPECT_EQ(varimax.method, Rotation::kVarimax);
-  EXPECT_FALSE(varimax.oblique);
-  EXPECT_EQ(promax.method, Rotation::kPromax);
-  EXPECT_TRUE(promax.oblique);
-  EXPECT_EQ(result.final_solution(), &promax);
-  // The Varimax rows were sorted for print; the item-order copy is what
-  // Promax rotated, so the pattern reproduces its inner products.
-  EXPECT_LT(
-      MaxAbsDifference(testing::Reproduced(promax.item_order_loadings, promax.factor_correlations),
-                       Outer(varimax.item_order_loadings)),
-      1e-10);
-}
-
-TEST_F(ObliqueTest, ItemOrderCopiesUnderSort) {
-  for (Rotation rotation : {Rotation::kPromax, Rotation::kOblimin, Rotation::kHarrisKaiser}) {
-    const RotationResult result = RotateBy(SmallRotationOptions(12, rotation));
-    const RotatedSolution& solution = *result.final_solution();
-    EXPECT_LT(MaxAbsDifference(Multiply(solution.loadings, solution.factor_correlations),
-                               solution.structure),
-              1e-15);
-    EXPECT_LT(MaxAbsDifference(Multiply(solution.item_order_loadings, solution.factor_correlations),
-                               solution.item_order_structure),
-              1e-15);
-    for (int place = 0; place < 12; ++place) {
-      const int item = solution.order[place] - 1;
-      for (int j = 0; j < 3; ++j) {
-        EXPECT_EQ(solution.loadings(place, j), solution.item_order_loadings(item, j));
-        EXPECT_EQ(solution.structure(place, j), solution.item_order_structure(item, j));
-      }
-    }
-    // The oblique solution reproduces the loadings it started from.
-    EXPECT_LT(
-        MaxAbsDifference(Reproduced(solution.item_order_loadings, solution.factor_correlations),
-                         Outer(testing::ThreeFactorLoadings())),
-        1e-8);
-    for (int j = 0; j < 3; ++j) EXPECT_NEAR(solution.factor_correlations(j, j), 1.0, 1e-12);
-    EXPECT_EQ(solution.hyperplane_counts, HyperplaneCounts(solution.loadings, 0.2));
-  }
-}
-
-TEST_F(ObliqueTest, WithoutSortTheItemOrderCopiesAreThePrintedMatrices) {
-  RotationOptions options = SmallRotationOptions(12, Rotation::kOblimin);
-  options.sort_rows = false;
-  const RotationResult result = RotateBy(options);
-  const RotatedSolution& solution = *result.final_solution();
-  EXPECT_EQ(MaxAbsDifference(solution.item_order_loadings, solution.loadings), 0.0);
-  EXPECT_EQ(MaxAbsDifference(solution.item_order_structure, solution.structure), 0.0);
-  EXPECT_FALSE(solution.sorted());
-}
-
-TEST_F(ObliqueTest, ObliminAndHarrisKaiserReportTheirSweeps) {
-  RotationOptions options = SmallRotationOptions(12, Rotation::kOblimin);
-  RotatedSolution solution = *RotateBy(options).final_solution();
-  EXPECT_TRUE(solution.sweeps.converged);
-  EXPECT_GT(solution.sweeps.sweeps, 0);
-  EXPECT_LT(solution.sweeps.sweeps, options.max_iterations);
-  // One sweep is too few for either; they go on with what they have.
-  options.max_iterations = 1;
-  ConsoleCapture capture("\n");
-  solution = *RotateBy(options).final_solution();
-  EXPECT_FALSE(solution.sweeps.converged);
-  EXPECT_EQ(solution.sweeps.sweeps, 1);
-  options.rotation = Rotation::kHarrisKaiser;
-  solution = *RotateBy(options).final_solution();
-  EXPECT_FALSE(solution.sweeps.converged);
-  EXPECT_EQ(solution.sweeps.sweeps, 1);
-}
-
-TEST_F(ObliqueTest, RandomAndUnrotatedStartsGiveTheSameOblimin) {
-  RotationOptions options = SmallRotationOptions(12, Rotation::kOblimin);
-  options.epsilon = 1e-12;
-  options.max_iterations = 500;
-  const RotationResult fixed = RotateBy(options);
-  for (long seed : {5L, 67890L}) {
-    SetRandomSeed(seed);
-    options.random_start = RandomStart::kRandom;
-    const RotationResult random = RotateBy(options);
-    EXPECT_LT(MaxAbsDifference(random.final_solution()->loadings, fixed.final_solution()->loadings),
-              1e-6);
-    EXPECT_EQ(random.final_solution()->order, fixed.final_solution()->order);
-  }
-}
-
 TEST(Recovery, ObliminAndPromaxFindTheFactorCorrelation) {
   const Matrix start = SimulatedTwoFactorLoadings();
   const std::vector<double> h2 = RowSumsOfSquares(start);
@@ -188,21 +77,6 @@ TEST(Recovery, ObliminAndPromaxFindTheFactorCorrelation) {
       EXPECT_NEAR(pattern(item, 1 - own), 0.0, 0.08) << "item " << item;
     }
   }
-}
-
-TEST(UniqueVariances, ByModel) {
-  const std::vector<double> h2 = {0.5, 0.25, 1.2};
-  Matrix r = testing::Identity(3);
-  r(0, 0) = 0.4;
-  r(1, 1) = 0.3;
-  r(2, 2) = 0.2;
-  EXPECT_EQ(UniqueVariances(Model::kPrincipalFactors, h2, r, 3),
-            (std::vector<double>{0.6, 0.7, 0.8}));
-  EXPECT_EQ(UniqueVariances(Model::kComponents, h2, r, 3), (std::vector<double>{1.0, 1.0, 1.0}));
-  const std::vector<double> d = UniqueVariances(Model::kRotate, h2, Matrix(), 3);
-  EXPECT_DOUBLE_EQ(d[0], 0.5);
-  EXPECT_DOUBLE_EQ(d[1], 0.75);
-  EXPECT_DOUBLE_EQ(d[2], 1.0 - 1.2);
 }
 
 }  // namespace

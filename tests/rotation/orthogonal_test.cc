@@ -45,51 +45,6 @@ class OrthogonalTest : public ::testing::Test {
   void TearDown() override { ResetRandomGenerator(); }
 };
 
-TEST_F(OrthogonalTest, UnsortedVarimaxCarriesItsFiguresInItemOrder) {
-  RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
-  options.sort_rows = false;
-  const Matrix start = testing::ThreeFactorLoadings();
-  const RotatedSolution solution = Varimax(start, options, SilentProgress());
-  EXPECT_EQ(solution.method, Rotation::kVarimax);
-  EXPECT_FALSE(solution.oblique);
-  EXPECT_FALSE(solution.sorted());
-  EXPECT_TRUE(solution.sorted_labels.empty());
-  EXPECT_EQ(MaxAbsDifference(solution.item_order_loadings, solution.loadings), 0.0);
-  // The stage rotated a copy.
-  EXPECT_EQ(MaxAbsDifference(start, testing::ThreeFactorLoadings()), 0.0);
-  // An orthogonal turn of the start.
-  EXPECT_LT(MaxAbsDifference(Outer(solution.loadings), Outer(start)), 1e-12);
-  EXPECT_TRUE(solution.sweeps.converged);
-  EXPECT_GT(solution.sweeps.sweeps, 0);
-  // Variance explained: column sums of squares, falling (factors ordered).
-  ASSERT_EQ(solution.variance_explained.size(), 3u);
-  double previous = 1e9;
-  for (int j = 0; j < 3; ++j) {
-    double sum = 0.0;
-    for (int i = 0; i < 12; ++i) sum += std::pow(solution.loadings(i, j), 2);
-    EXPECT_NEAR(solution.variance_explained[j], sum, 1e-15);
-    EXPECT_LE(sum, previous);
-    previous = sum;
-  }
-  EXPECT_EQ(solution.objective, ObjectiveFunction(solution.loadings, 12, 3));
-  EXPECT_EQ(solution.hyperplane_counts, HyperplaneCounts(solution.loadings, 0.2));
-}
-
-TEST_F(OrthogonalTest, SortedVarimaxRowsFollowTheOrderAndTheLabels) {
-  const RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
-  const RotatedSolution solution =
-      Varimax(testing::ThreeFactorLoadings(), options, SilentProgress());
-  ASSERT_EQ(solution.order.size(), 12u);
-  for (int place = 0; place < 12; ++place) {
-    EXPECT_EQ(solution.sorted_labels[place],
-              "V" + FormatI(solution.order[place], 3, 3) + "           ");
-    for (int j = 0; j < 3; ++j) {
-      EXPECT_EQ(solution.loadings(place, j),
-                solution.item_order_loadings(solution.order[place] - 1, j));
-    }
-  }
-}
-
 TEST_F(OrthogonalTest, RandomAndUnrotatedStartsReachTheSameSolution) {
   RotationOptions options = SmallRotationOptions(12, Rotation::kVarimax);
   options.epsilon = 1e-10;
@@ -131,29 +86,6 @@ TEST_F(OrthogonalTest, WeightedVarimaxRowWithoutCommunalityStaysZero) {
   const RotatedSolution solution = WeightedVarimax(loadings, communalities, options);
   for (double value : solution.item_order_loadings.values) EXPECT_TRUE(std::isfinite(value));
   for (int j = 0; j < 3; ++j) EXPECT_EQ(solution.item_order_loadings(6, j), 0.0);
-}
-
-TEST_F(OrthogonalTest, SweepsUsedUpShowTheTraceLineAndForVarimaxThePause) {
-  for (Rotation rotation : {Rotation::kVarimax, Rotation::kWeightedVarimax}) {
-    RotationOptions options = SmallRotationOptions(12, rotation);
-    options.max_iterations = 0;
-    options.epsilon = 0.0;
-    const Matrix loadings = testing::ThreeFactorLoadings();
-    ConsoleCapture capture("\n");
-    RotatedSolution solution;
-    if (rotation == Rotation::kVarimax) {
-      solution = Varimax(loadings, options, ConsoleProgress());
-      EXPECT_EQ(capture.Out(),
-                "roblem occured at line       1448\n"
-                "Rotation Failed to Converge\n"
-                "Pause - Enter command<CR> or <CR> to continue.\n");
-    } else {
-      solution = WeightedVarimax(loadings, RowSumsOfSquares(loadings), options);
-      EXPECT_EQ(capture.Out(), "roblem occured at line       1258\n");
-    }
-    EXPECT_FALSE(solution.sweeps.converged);
-    EXPECT_EQ(solution.loadings.rows, 12);
-  }
 }
 
 TEST_F(OrthogonalTest, NotANumberShowsTheFatalTextAndMarksTheSolution) {

@@ -77,44 +77,6 @@ TEST(G03BAF, PairWithZeroNumeratorStaysOrTurnsBy45DegreesByTheDenominator) {
   EXPECT_NEAR(turns.r(1, 0), k, 1e-15);
 }
 
-TEST(G03BAF, SweepLimitAndAccuracy) {
-  const Matrix start = testing::ThreeFactorLoadings();
-  const auto run = [&](double acc, int maxit) {
-    Matrix fl = start;
-    return Orthomax(fl, 'S', acc, maxit);
-  };
-  // acc of 0 makes the tolerance the machine precision: no early stop. One
-  // iteration allows two sweeps, and the closing step still gives an
-  // orthogonal matrix.
-  const Rotated one = run(0.0, 1);
-  EXPECT_EQ(one.iter, 2);
-  EXPECT_EQ(one.ifail, 3);
-  EXPECT_LT(MaxAbsDifference(Multiply(Transpose(one.r), one.r), Identity(3)), 1e-13);
-  EXPECT_EQ(run(0.0, 0).iter, 1);
-  // An accuracy outside the open unit interval means the machine precision.
-  const Rotated coarse = run(0.5, 200), unit = run(1.0, 200), tiny = run(1e-17, 200);
-  EXPECT_LE(coarse.iter, 3);
-  EXPECT_GT(unit.iter, coarse.iter);
-  EXPECT_EQ(unit.iter, tiny.iter);
-  EXPECT_EQ(MaxAbsDifference(unit.flr, tiny.flr), 0.0);
-}
-
-TEST(G03BAF, RowOfZerosStaysZeroAndNotANumberSpoilsTheWhole) {
-  Matrix fl = testing::ThreeFactorLoadings();
-  for (int j = 0; j < 3; ++j) fl(5, j) = 0.0;
-  const Rotated out = Orthomax(fl, 'S');
-  EXPECT_EQ(out.ifail, 0);
-  for (int j = 0; j < 3; ++j) {
-    EXPECT_EQ(out.flr(5, j), 0.0);
-    EXPECT_FALSE(std::isnan(out.flr(0, j)));
-  }
-  fl(0, 0) = std::nan("");
-  const Rotated spoilt = Orthomax(fl, 'S', 0.0001, 5);
-  EXPECT_EQ(spoilt.ifail, 3);
-  for (double value : spoilt.flr.values) EXPECT_TRUE(std::isnan(value));
-  for (double value : spoilt.r.values) EXPECT_TRUE(std::isnan(value));
-}
-
 // The orthomax criterion, written out: per column the sum of the fourth
 // powers less g / nvar times the squared sum of the squares.
 double OrthomaxCriterion(const Matrix& x, double g) {
@@ -169,18 +131,6 @@ TEST(G03BAF, TheRotationMaximisesTheCriterionInEveryPlane) {
       }
     }
   }
-}
-
-TEST(G03BAF, BadArgumentsAreFailureOne) {
-  ConsoleCapture capture;
-  Matrix fl = FromRows({{1.0, 0.0}, {0.0, 1.0}}), flr, r;
-  int iter = 0;
-  for (const auto& [stand, nvar] : {std::pair{'X', 2}, std::pair{'S', 1}}) {
-    int ifail = kIfailQuiet;
-    G03BAF(stand, 1.0, nvar, 2, fl, flr, r, 0.0001, 10, iter, ifail);
-    EXPECT_EQ(ifail, 1) << stand << nvar;
-  }
-  EXPECT_EQ(capture.Out(), "");
 }
 
 }  // namespace

@@ -33,39 +33,6 @@ TEST(RotationStages, PromaxRunsVarimaxFirstAndOneFactorNothing) {
   }
 }
 
-TEST(Rotate, NothingToRotateGivesNoSolution) {
-  const Matrix loadings = testing::ThreeFactorLoadings();
-  const std::vector<double> h2 = RowSumsOfSquares(loadings);
-  const RotationResult result = Rotate(
-      loadings, h2, Matrix(), testing::SmallRotationOptions(12, Rotation::kNone), SilentProgress());
-  EXPECT_FALSE(result.rotated());
-  EXPECT_EQ(result.final_solution(), nullptr);
-}
-
-TEST(Rotate, StopsAfterAVarimaxStageThatIsNotANumber) {
-  Matrix loadings = testing::ThreeFactorLoadings();
-  loadings(0, 0) = std::nan("");
-  const std::vector<double> h2(12, 0.5);
-  ConsoleCapture capture("\n");
-  const RotationResult result = Rotate(loadings,
-                                       h2,
-                                       Matrix(),
-                                       testing::SmallRotationOptions(12, Rotation::kPromax),
-                                       SilentProgress());
-  ASSERT_EQ(result.solutions.size(), 1u);
-  EXPECT_TRUE(result.solutions[0].not_a_number);
-}
-
-TEST(PrepareGivenPattern, CommunalitiesAndVariancesOfThePattern) {
-  Matrix loadings = FromRows({{0.6, 0.2}, {0.1, 0.7}, {0.5, 0.5}});
-  std::vector<double> h2, variance;
-  PrepareGivenPattern(nullptr, loadings, h2, variance);
-  EXPECT_DOUBLE_EQ(h2[0], 0.4);
-  EXPECT_DOUBLE_EQ(h2[2], 0.5);
-  EXPECT_DOUBLE_EQ(variance[0], 0.36 + 0.01 + 0.25);
-  EXPECT_DOUBLE_EQ(variance[1], 0.04 + 0.49 + 0.25);
-}
-
 TEST(PrepareGivenPattern, IdentityCorrelationsKeepColumnsUpToOrderAndSign) {
   const Matrix given = FromRows({{0.6, 0.2}, {0.1, 0.7}, {0.5, 0.5}});
   Matrix loadings = given;

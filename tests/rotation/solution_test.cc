@@ -13,25 +13,6 @@ namespace vq {
 namespace {
 
 using testing::FromRows;
-using testing::Lines;
-
-TEST(ItemLabelsFor, LabelsDefaultLabelsOrBlanks) {
-  std::vector<std::string> labels;
-  DefaultLabels(1000, labels);
-  ASSERT_EQ(labels.size(), 1000u);
-  EXPECT_EQ(labels[0], "V001           ");
-  EXPECT_EQ(labels[998], "V999           ");
-  EXPECT_EQ(labels[999], "V***           ");
-  RunOptions options = testing::SmallRunOptions(2, 2, "VARIMAX");
-  options.LabelMode = ParseLabelMode("LABELS");
-  options.Labels = {"Anxiety", "Mood"};
-  EXPECT_EQ(ItemLabelsFor(options, 2),
-            (std::vector<std::string>{"Anxiety        ", "Mood           "}));
-  options.LabelMode = ParseLabelMode("NOLABELS");
-  EXPECT_EQ(ItemLabelsFor(options, 2)[1], "V002           ");
-  options.LabelMode = ParseLabelMode("OTHER");
-  EXPECT_EQ(ItemLabelsFor(options, 2)[0], Blanks(15));
-}
 
 TEST(SortLoadings, GroupsByMainFactorWithStaircase) {
   Matrix a = FromRows({{0.10, 0.60, 0.05},
@@ -80,12 +61,6 @@ TEST(Moment, CorrectionTermOverTwoAndPauseBelowTwoValues) {
             "n must be at least 2 in subroutine moment\n"
             "Pause - Enter command<CR> or <CR> to continue.\n");
   EXPECT_EQ(variance, 0.0);
-}
-
-TEST(ObjectiveFunction, SumOfVariancesOfSquares) {
-  const Matrix a = FromRows({{1.0, 0.0}, {0.0, 1.0}, {0.0, 0.0}});
-  // Squares per column (1, 0, 0): variance 1/3 each.
-  EXPECT_DOUBLE_EQ(ObjectiveFunction(a, 3, 2), 2.0 / 3.0);
 }
 
 }  // namespace

@@ -98,29 +98,7 @@ inline Matrix ThreeFactorLoadings() {
   return Multiply(simple, Multiply(Multiply(t1, t2), t3));
 }
 
-// Run options of a small run: p items, m factors, the given rotation word,
-// sorted with default labels, no plots, no saved files, unrotated start.
-inline RunOptions SmallRunOptions(int p, int m, const std::string& rotation) {
-  RunOptions options;
-  options.VariableCount = p;
-  options.FactorCount = m;
-  options.Model = ParseModel("PFA");
-  options.Coding = ParseCoding("CO");
-  options.InputForm = ParseInputForm("RAW");
-  options.LabelMode = ParseLabelMode("NOLABELS");
-  options.SortMode = ParseSortMode("SORT");
-  options.Rotation = ParseRotation(rotation);
-  options.PlotMode = ParsePlotMode("NONE");
-  options.ScoreMethod = ParseScoreMethod("NOSCORE");
-  options.RandomStart = ParseRandomStart("F");
-  options.SaveResults = false;
-  options.PromaxPower = 4;
-  options.ObliminDelta = 0.0;
-  options.HarrisKaiserParameter = 0.0;
-  return options;
-}
-
-// The rotation options of SmallRunOptions: rows sorted, default labels,
+// The rotation options of a small run: rows sorted, default labels,
 // unrotated start, the usual stop value and sweep limit.
 inline RotationOptions SmallRotationOptions(int p, Rotation rotation) {
   RotationOptions options;
@@ -131,27 +109,6 @@ inline RotationOptions SmallRotationOptions(int p, Rotation rotation) {
   options.sort_rows = true;
   DefaultLabels(p, options.item_labels);
   return options;
-}
-
-// The lines of a text, without their line feeds.
-inline std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::size_t start = 0;
-  while (start < text.size()) {
-    std::size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    lines.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return lines;
-}
-
-// Index of the first line at or after `from` equal to `line`, or -1.
-inline int FindLine(const std::vector<std::string>& lines, const std::string& line, int from = 0) {
-  for (int k = from; k < static_cast<int>(lines.size()); ++k) {
-    if (lines[k] == line) return k;
-  }
-  return -1;
 }
 
 }  // namespace vq::testing

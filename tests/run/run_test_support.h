@@ -13,22 +13,6 @@
 
 namespace vq::testing {
 
-// A console line whose text starts in `column` (the control position is
-// column 1 and not shown).
-inline std::string Col(int column, std::string_view text) {
-  return std::string(static_cast<std::size_t>(column - 2), ' ') + std::string(text) + "\n";
-}
-
-inline const std::string kStopLines =
-    "Stop - Program terminated.\nProgram Terminated with exit code 0\n";
-inline const std::string kPauseLine = "Pause - Enter command<CR> or <CR> to continue.\n";
-
-// The console text of a fault of the usual form: message from `column`, two
-// empty lines, the pause prompt, the stop.
-inline std::string PauseFault(int column, std::string_view message) {
-  return Col(column, message) + "\n\n" + kPauseLine + kStopLines;
-}
-
 struct ParseOutcome {
   bool stopped = false;
   RunStopped::Kind kind = RunStopped::Kind::kPlainStop;

@@ -137,41 +137,5 @@ TEST(StandardizeScores, OneSubjectOrAConstantEstimateStops) {
                   "their standard deviation is 0 or not a number."));
 }
 
-TEST(RegressionWeights, ANonPositiveDefiniteMatrixGivesTheStandIn) {
-  // Two identical items: R is singular at order 2. The stand-in inverse is
-  // 1 for the first item and the unit matrix beyond it.
-  Matrix r(2, 2, 1.0);
-  Matrix loadings(2, 1);
-  loadings.values = {0.5, 0.25};
-  Matrix weights;
-  ConsoleCapture capture;
-  EXPECT_EQ(RegressionWeights(r, 2, 1, loadings, weights), 2);
-  EXPECT_EQ(weights.values, (std::vector<double>{0.5, 0.25}));
-  EXPECT_NE(capture.Out().find("not positive definite"), std::string::npos);
-  r(0, 1) = r(1, 0) = 0.0;
-  EXPECT_EQ(RegressionWeights(r, 2, 1, loadings, weights), 0);
-}
-
-TEST(ScoreChecks, BartlettNeedsUniqueVariancesAndEveryItemAVariance) {
-  Matrix r(2, 2);
-  r(0, 0) = r(1, 1) = 1.0;
-  EXPECT_EQ(StopText([&] { CheckUniqueVariances(r, 2, Model::kComponents); }),
-            Fatal("FATAL ERROR: Bartlett scores need unique variances, and principal",
-                  "components have none. Use >SCORE: REG for component scores."));
-  EXPECT_EQ(StopText([&] { CheckUniqueVariances(r, 2, kPfa); }),
-            Fatal("FATAL ERROR: Variable   1 has a communality of 1 and no unique variance;",
-                  "Bartlett scores are not defined for this solution."));
-  // A communality just below 1 is a unique variance, however small.
-  r(0, 0) = r(1, 1) = 1.0 - 1e-15;
-  ConsoleCapture capture;
-  CheckUniqueVariances(r, 2, kPfa);
-  EXPECT_EQ(capture.Out(), "");
-  EXPECT_EQ(StopText([&] {
-              CheckItemDeviations({1.0, 0.0}, 2);
-            }),
-            Fatal("FATAL ERROR: Variable   2 has no variance;",
-                  "its standard scores and the factor scores are not defined."));
-}
-
 }  // namespace
 }  // namespace vq

@@ -187,59 +187,6 @@ struct TwoItems {
   }
 };
 
-TEST(EstimateScores, RegressionOfASmallExample) {
-  // R with a unit diagonal is the unit matrix, so the weights are the
-  // loadings. The raw estimates are (-1.5, -1.3, 1.3, 1.5) / sqrt(5/3),
-  // whose standard deviation is sqrt(7.88 / 5) = 1.25538...; the validity
-  // is 1 / that.
-  TwoItems example;
-  ConsoleCapture capture;
-  example.Estimate(ScoreMethod::kRegression, Model::kPrincipalFactors);
-  EXPECT_EQ(capture.Out(), kColumn30 + "Computing factor scores\n\n");
-  const ScoreResult& result = example.result;
-  EXPECT_TRUE(result.estimated);
-  EXPECT_EQ(result.source, ScoreLoadingSource::kUnrotated);
-  EXPECT_EQ(result.loadings.values, example.loadings.values);
-  EXPECT_EQ(result.weights.values, (std::vector<double>{0.8, 0.6}));
-  const double d = std::sqrt(7.88 / 5.0);
-  EXPECT_NEAR(result.score_deviations[0], d, 1e-14);
-  EXPECT_NEAR(result.validity[0], 1.0 / d, 1e-14);
-  const double raw[] = {-1.5, -1.3, 1.3, 1.5};
-  for (int s = 0; s < 4; ++s) {
-    EXPECT_NEAR(result.scores(s, 0), raw[s] / std::sqrt(5.0 / 3.0) / d, 1e-14);
-  }
-  EXPECT_EQ(result.subject_ids, example.ids);
-  EXPECT_TRUE(result.notes.empty());
-  // The run's working matrix keeps its communalities.
-  EXPECT_EQ(example.r(0, 0), 0.64);
-}
-
-TEST(EstimateScores, BartlettOfASmallExample) {
-  // Unique variances 0.36 and 0.64. Weights 0.8/0.36/c and 0.6/0.64/c with
-  // c = 0.8^2/0.36 + 0.6^2/0.64 = 2.340277...; then loadings times weights
-  // is 1, and the validity is one over the deviation of the raw estimates.
-  TwoItems example;
-  ConsoleCapture capture;
-  example.Estimate(ScoreMethod::kBartlett, Model::kPrincipalFactors);
-  const ScoreResult& result = example.result;
-  const double c = 0.64 / 0.36 + 0.36 / 0.64;
-  EXPECT_NEAR(result.weights(0, 0), 0.8 / 0.36 / c, 1e-14);
-  EXPECT_NEAR(result.weights(1, 0), 0.6 / 0.64 / c, 1e-14);
-  EXPECT_NEAR(result.validity[0], 1.0 / result.score_deviations[0], 1e-14);
-  EXPECT_NEAR(result.validity[0], 0.81148, 1e-5);
-}
-
-TEST(EstimateScores, ProgressLineByModel) {
-  const std::pair<Model, std::string> cases[] = {
-      {Model::kComponents, kColumn30 + "Computing component scores\n\n"}, {Model::kOther, ""}};
-  for (const auto& [model, line] : cases) {
-    TwoItems example;
-    ConsoleCapture capture;
-    example.Estimate(ScoreMethod::kRegression, model);
-    EXPECT_EQ(capture.Out(), line);
-  }
-}
-
 TEST(EstimateScores, ACommunalityAboveOneIsNotedWithTheStandInInverse) {
   // u = 1 / (1 - 1.5) = -2 makes K = 0.64 (-2) + 0.36 / 0.64 negative.
   TwoItems example;
@@ -250,49 +197,6 @@ TEST(EstimateScores, ACommunalityAboveOneIsNotedWithTheStandInInverse) {
   ASSERT_EQ(example.result.notes.size(), 1u);
   EXPECT_NE(example.result.notes[0].find("Bartlett"), std::string::npos);
   EXPECT_TRUE(example.result.estimated);
-}
-
-TEST(EstimateScores, AStopInTheStandardisationKeepsTheWeights) {
-  // One subject: the moments routine stops after the weights were made.
-  TwoItems example;
-  ScoreOptions options;
-  options.method = ScoreMethod::kRegression;
-  options.variable_count = 2;
-  options.subject_count = 1;
-  options.factor_count = 1;
-  Matrix one(1, 2);
-  one.values = {1.0, 2.0};
-  const ScoreData data{one, example.ids, example.means, example.deviations, example.r};
-  const ScoreLoadingChoice choice =
-      ChooseScoreLoadings(options, example.loadings, RotationResult());
-  ConsoleCapture capture;
-  EXPECT_THROW(EstimateScores(data, choice, options, SilentProgress(), example.result), RunStopped);
-  EXPECT_FALSE(example.result.estimated);
-  EXPECT_EQ(example.result.weights.values, (std::vector<double>{0.8, 0.6}));
-  EXPECT_TRUE(example.result.validity.empty());
-}
-
-TEST(CheckScoreInputs, ArraysFirstThenVariancesThenUniqueVariances) {
-  TwoItems example;
-  ScoreOptions options;
-  options.method = ScoreMethod::kBartlett;
-  options.model = Model::kComponents;
-  options.variable_count = 2;
-  options.subject_count = 4;
-  options.factor_count = 1;
-  example.deviations[1] = 0.0;
-  const ScoreData data{example.items, example.ids, example.means, example.deviations, example.r};
-  for (int subjects : {5, 4}) {
-    options.subject_count = subjects;
-    ConsoleCapture capture;
-    EXPECT_THROW(CheckScoreInputs(data, options), RunStopped);
-    EXPECT_NE(capture.Out().find(subjects == 5 ? "do not match" : "Variable   2 has no variance"),
-              std::string::npos);
-  }
-  example.deviations[1] = 1.0;
-  ConsoleCapture capture;
-  EXPECT_THROW(CheckScoreInputs(data, options), RunStopped);
-  EXPECT_NE(capture.Out().find("principal"), std::string::npos);
 }
 
 }  // namespace

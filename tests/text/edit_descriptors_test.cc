@@ -10,42 +10,11 @@
 namespace vq {
 namespace {
 
-TEST(FormatF, RoundsAndAligns) {
-  EXPECT_EQ(FormatF(-1.23, 8, 2), "   -1.23");
-  EXPECT_EQ(FormatF(0.312, 8, 3), "   0.312");
-  EXPECT_EQ(FormatF(-0.312, 8, 3), "  -0.312");
-  EXPECT_EQ(FormatF(1.0, 8, 3), "   1.000");
-  EXPECT_EQ(FormatF(12.0, 4, 0), " 12.");
-}
-
-TEST(FormatF, DropsLeadingZeroOnlyWhenNarrow) {
-  EXPECT_EQ(FormatF(0.5, 4, 3), ".500");
-  EXPECT_EQ(FormatF(0.5, 5, 3), "0.500");
-  EXPECT_EQ(FormatF(0.0001, 10, 9), ".000100000");
-  EXPECT_EQ(FormatF(-0.1234, 6, 4), "-.1234");
-  EXPECT_EQ(FormatF(0.35, 3, 2), ".35");
-}
-
-TEST(FormatF, NoMinusOnZero) {
-  EXPECT_EQ(FormatF(-0.0001, 8, 3), "   0.000");
-  EXPECT_EQ(FormatF(-0.0, 8, 3), "   0.000");
-  EXPECT_EQ(FormatF(-0.0005, 8, 3), "  -0.001");
-}
-
 TEST(FormatF, AsterisksWhenTooWide) {
   EXPECT_EQ(FormatF(1.0, 3, 2), "***");
   EXPECT_EQ(FormatF(1234.5, 6, 2), "******");
   EXPECT_EQ(FormatF(1.0, 10, 9), "**********");
   EXPECT_EQ(FormatF(-1.5, 4, 2), "****");
-}
-
-TEST(FormatF, HalvesGoAwayFromZeroOnTheExactValue) {
-  EXPECT_EQ(FormatF(0.125, 5, 2), " 0.13");  // exact half
-  EXPECT_EQ(FormatF(-0.125, 5, 2), "-0.13");
-  EXPECT_EQ(FormatF(2.5, 3, 0), " 3.");
-  EXPECT_EQ(FormatF(2.675, 5, 2), " 2.67");    // 2.67499999... in binary
-  EXPECT_EQ(FormatF(0.9995, 6, 3), " 1.000");  // 0.99950000000000005
-  EXPECT_EQ(FormatF(9.9996, 6, 3), "10.000");
 }
 
 TEST(FormatF, NonFinite) {
@@ -62,31 +31,6 @@ TEST(FormatE, Layout) {
   EXPECT_EQ(FormatE(0.99999, 9, 2), " 0.10E+01");
   EXPECT_EQ(FormatE(1e120, 11, 3), "  0.100+121");
   EXPECT_EQ(FormatE(-1.0, 9, 3), "-.100E+01");
-}
-
-TEST(FormatI, Widths) {
-  EXPECT_EQ(FormatI(3, 3), "  3");
-  EXPECT_EQ(FormatI(-12, 4), " -12");
-  EXPECT_EQ(FormatI(1000, 3), "***");
-  EXPECT_EQ(FormatI(7, 4, 3), " 007");
-  EXPECT_EQ(FormatI(1000, 3, 3), "***");
-  EXPECT_EQ(FormatI(0, 3, 0), "   ");
-}
-
-TEST(FormatA, AlignsAndCuts) {
-  EXPECT_EQ(FormatA("ab", 4), "  ab");
-  EXPECT_EQ(FormatA("Smoothed  ", 10), "Smoothed  ");
-  EXPECT_EQ(FormatA("Smoothed   ", 10), "Smoothed  ");
-  EXPECT_EQ(FormatA("abcdef", 3), "abc");
-}
-
-TEST(Text, PadTrim) {
-  EXPECT_EQ(PadRight("CONTINUOUS", 2), "CO");
-  EXPECT_EQ(PadRight("LONG", 5), "LONG ");
-  EXPECT_EQ(Trim("  a b  "), "a b");
-  EXPECT_EQ(TrimRight("  a b  "), "  a b");
-  EXPECT_EQ(Trim("    "), "");
-  EXPECT_EQ(FreeFormInteger(42), "          42");
 }
 
 }  // namespace
