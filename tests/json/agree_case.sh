@@ -11,7 +11,8 @@ set -u
 case_dir=$1 work=$2
 [ -x /usr/bin/python3 ] || { echo "skipped: no /usr/bin/python3"; exit 77; }
 if [ ! -f "$work/run.threads1.json" ]; then
-  if [ "$(head -c 5 "$case_dir/args" 2> /dev/null)" = check ] ||
+  subcommand=$(head -n 1 "$case_dir/args" 2> /dev/null | cut -d ' ' -f 1)
+  if [ "$subcommand" = check ] || [ "$subcommand" = init ] ||
      grep -qE '^--(help|version)' "$case_dir/args" 2> /dev/null ||
      [ "$(cat "$work/case/threads1/status" 2> /dev/null)" = 2 ]; then
     echo "no run, no document"
