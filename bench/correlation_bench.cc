@@ -33,28 +33,6 @@ vq::Matrix Items(int p, int n, const std::vector<double>& thresholds) {
   return scores;
 }
 
-// One pair of the search, from its category codes (the table is counted
-// subject by subject, then r is searched).
-void BM_PolychoricPair(benchmark::State& state) {
-  const int n = 10000;
-  const vq::Matrix scores = Items(2, n, {-1.5, -0.5, 0.5, 1.5});
-  vq::PolychoricCategories categories;
-  vq::FindPolychoricCategories(scores, n, 2, categories);
-  for (auto _ : state) {
-    bool at_boundary = false;
-    const double r = vq::EstimatePolychoricPair(categories.codes.data() + n,
-                                                categories.codes.data(),
-                                                n,
-                                                categories.category_count[1],
-                                                categories.category_count[0],
-                                                categories.thresholds.Column(1),
-                                                categories.thresholds.Column(0),
-                                                at_boundary);
-    benchmark::DoNotOptimize(r);
-  }
-}
-BENCHMARK(BM_PolychoricPair)->Unit(benchmark::kMicrosecond);
-
 // The same pair as the matrix works it: the table from the bit columns,
 // then the search.
 void BM_PolychoricPairFromBitColumns(benchmark::State& state) {

@@ -209,7 +209,7 @@ void ProfiledPolychorics(const Matrix& item_data,
   Progress& progress = ConsoleProgress();
   Stopwatch scan_clock;
   PolychoricCategories categories;
-  FindPolychoricCategories(item_data, n, p, categories, false);
+  FindPolychoricCategories(item_data, n, p, categories);
   rows.push_back(scan_clock.Row("category scan, codes, bit columns, thresholds"));
   result.category_count = categories.category_count;
   result.thresholds = categories.thresholds;
@@ -405,7 +405,6 @@ int Profile(const ProfileRequest& request, std::vector<PhaseRow>& rows) {
         correlation_output, arrays.CorrelationMatrix, outputs, files.Correlations);
     written(clock);
   }
-  AllocateCorrelationArrays(options, arrays);
   if (correlation.smooth) {
     Stopwatch clock;
     ConsoleLine(30, "Smoothing Correlations");

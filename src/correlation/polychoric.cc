@@ -127,7 +127,7 @@ void ScanDistinctScores(const double* column, int n, VariableScan& scan) {
   scan.k = k;
 }
 
-// Category scores, counts, codes and bit columns of a variable whose scan
+// Category scores, counts and bit columns of a variable whose scan
 // found 1 to 14 categories.
 void CodeVariable(const Matrix& item_data,
                   int n,
@@ -144,9 +144,6 @@ void CodeVariable(const Matrix& item_data,
     if (whole >= 0) whole_category[whole] = static_cast<unsigned char>(row);
   }
   const double* column = item_data.Column(variable);
-  unsigned char* codes = categories.codes.empty()
-                             ? nullptr
-                             : categories.codes.data() + static_cast<std::size_t>(variable) * n;
   std::uint64_t* bits =
       categories.bits.data() + categories.first_bit_column[variable] * categories.words;
   std::int64_t tally[kCategoryRows + 1] = {};
@@ -167,7 +164,6 @@ void CodeVariable(const Matrix& item_data,
           category = static_cast<int>(place - distinct) + 1;
         }
       }
-      if (codes != nullptr) codes[subject] = static_cast<unsigned char>(category);
       ++tally[category];
       word[category] |= std::uint64_t{1} << (subject - first);
     }
@@ -295,14 +291,14 @@ void ShowPolychoricPair(int i, int j, Progress& progress) {
                          " " + FormatI(j + 1, 3));
 }
 
-void FindPolychoricCategories(
-    const Matrix& item_data, int n, int p, PolychoricCategories& categories, bool keep_codes) {
+void FindPolychoricCategories(const Matrix& item_data,
+                              int n,
+                              int p,
+                              PolychoricCategories& categories) {
   categories.scores.Reset(kCategoryRows + 1, p, kNoCategory);
   categories.category_count.assign(p, 0);
   categories.counts.Reset(kCategoryRows + 1, p, 0.0);
   categories.thresholds.Reset(kCategoryRows, p, 0.0);
-  categories.codes.clear();
-  if (keep_codes) categories.codes.assign(static_cast<std::size_t>(n) * p, 0);
   categories.words = BitColumnWords(n);
 
   // The scans are independent, so they run on all threads; nothing is
@@ -518,25 +514,6 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
   return estimate;
 }
 
-double EstimatePolychoricPair(const unsigned char* codes_i,
-                              const unsigned char* codes_j,
-                              int n,
-                              int k_i,
-                              int k_j,
-                              const double* thresholds_i,
-                              const double* thresholds_j,
-                              bool& at_boundary) {
-  PolychoricTable table;
-  for (int subject = 0; subject < n; ++subject) {
-    // Code 0 (no category) lands in row or column 0, which no sum reads.
-    ++table.counts[codes_j[subject]][codes_i[subject]];
-  }
-  const PolychoricEstimate estimate =
-      SearchPolychoricPair(table, k_i, k_j, thresholds_i, thresholds_j, kIfailHard);
-  at_boundary = estimate.at_boundary;
-  return estimate.r;
-}
-
 void EstimatePolychorics(const Matrix& item_data,
                          int n,
                          int p,
@@ -546,9 +523,7 @@ void EstimatePolychorics(const Matrix& item_data,
   result.complete = false;
   result.boundary.clear();
   PolychoricCategories categories;
-  // The pairs are counted from the bit columns: a byte per subject and
-  // variable (as much again as a tenth of the data) is not made.
-  FindPolychoricCategories(item_data, n, p, categories, false);
+  FindPolychoricCategories(item_data, n, p, categories);
   result.category_count = categories.category_count;
   result.thresholds = categories.thresholds;
   Matrix& correlations = result.correlations;

@@ -44,8 +44,6 @@ struct PolychoricTable {
 //   counts(row, v):     subjects per category, then running sums in rows
 //                       2 to K-1.
 //   thresholds(t, v):   t = 0..K; row 0 is -999999, row K +999999.
-//   codes[s + v * n]:   category of subject s on variable v (1..K), or 0
-//                       for a score of 99 in the highest place.
 //   bits:               one bit column (bit_columns.h) of `words` words per
 //                       category: the column of category c (1..K) of
 //                       variable v starts at word
@@ -58,7 +56,6 @@ struct PolychoricCategories {
   std::vector<int> category_count;
   Matrix counts;
   Matrix thresholds;
-  std::vector<unsigned char> codes;
   int words = 0;
   std::vector<std::int64_t> first_bit_column;
   std::vector<std::uint64_t> bits;
@@ -66,17 +63,15 @@ struct PolychoricCategories {
   std::vector<unsigned char> all_coded;
 };
 
-// Categories, counts, codes, bit columns and thresholds of the p columns of
-// `item_data` (n by p); with `keep_codes` false `codes` is left empty (the
-// tables need only the bit columns). The variables are scanned on ThreadCount() threads;
+// Categories, counts, bit columns and thresholds of the p columns of
+// `item_data` (n by p). The variables are scanned on ThreadCount() threads;
 // then, in variable order, the run stops ("FATAL ERROR: VARIABLE" I4 ...) at
 // the first variable with more than 14 categories or with no score other
 // than 99, and the thresholds come from G01FAF with the hard indicator.
 void FindPolychoricCategories(const Matrix& item_data,
                               int n,
                               int p,
-                              PolychoricCategories& categories,
-                              bool keep_codes = true);
+                              PolychoricCategories& categories);
 
 // Fills `table.probabilities` for categories 1..k_j by 1..k_i at
 // correlation r and returns the log likelihood of `table.counts` (without
@@ -151,18 +146,6 @@ PolychoricEstimate SearchPolychoricPair(const PolychoricTable& table,
                                         const double* thresholds_j,
                                         int ifail,
                                         const PolychoricSearch& search = {});
-
-// The estimate of one pair: fills the table from the category codes of
-// variables i and j (n subjects) and searches r with the hard indicator.
-// `at_boundary` tells whether the estimate is exactly -0.9 or 0.9.
-double EstimatePolychoricPair(const unsigned char* codes_i,
-                              const unsigned char* codes_j,
-                              int n,
-                              int k_i,
-                              int k_j,
-                              const double* thresholds_i,
-                              const double* thresholds_j,
-                              bool& at_boundary);
 
 // The "+" console line of the search at the pair (i, j), 0-based: " Computing
 // polychoric correlations for variables: " I3 " " I3 from column 29.
