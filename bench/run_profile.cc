@@ -258,32 +258,7 @@ void ProfiledPolychorics(const Matrix& item_data,
   const PhaseRow pair_row = pair_clock.Row("");
 
   Stopwatch order_clock;
-  std::int64_t q = 0;
-  for (int i = 1; i < p; ++i) {
-    for (int j = 0; j < i; ++j, ++q) {
-      PolychoricEstimate& estimate = estimates[q];
-      if (estimate.failed) {
-        ShowPolychoricPair(i, j, progress);
-        PolychoricTable table;
-        CountPolychoricTable(categories, i, j, table);
-        estimate = SearchPolychoricPair(table,
-                                        categories.category_count[i],
-                                        categories.category_count[j],
-                                        categories.thresholds.Column(i),
-                                        categories.thresholds.Column(j),
-                                        kIfailHard,
-                                        search);
-      }
-      if (q == pairs - 1) ShowPolychoricPair(i, j, progress);
-      if (estimate.at_boundary) result.boundary.push_back({i, j});
-      result.correlations(i, j) = estimate.r;
-    }
-  }
-  for (int i = 0; i < p; ++i) {
-    result.correlations(i, i) = 1.0;
-    for (int j = 0; j < i; ++j) result.correlations(j, i) = result.correlations(i, j);
-  }
-  result.complete = true;
+  FinishPolychoricMatrix(categories, p, search, progress, estimates, result);
   const PhaseRow order_row = order_clock.Row("matrix in pair order (failed searches again)");
 
   // The pair phase's wall time is split between tables and searches in

@@ -555,6 +555,17 @@ void EstimatePolychorics(const Matrix& item_data,
         ShowPolychoricPair(pair.i, pair.j, progress);
       });
 
+  FinishPolychoricMatrix(categories, p, search, progress, estimates, result);
+}
+
+void FinishPolychoricMatrix(const PolychoricCategories& categories,
+                            int p,
+                            const PolychoricSearch& search,
+                            Progress& progress,
+                            std::vector<PolychoricEstimate>& estimates,
+                            PolychoricResult& result) {
+  Matrix& correlations = result.correlations;
+  const std::int64_t pairs = PairCount(p);
   // In pair order: a failed search runs again under the hard indicator,
   // behind its console line, to report and stop where it would have; the
   // pairs on a bound are noted; the last pair's line stays.

@@ -172,6 +172,19 @@ struct PolychoricResult {
   bool complete = false;
 };
 
+// The pass of EstimatePolychorics after the pairs' quiet searches
+// (`estimates`, pair order, one per pair of the p variables): in pair order a
+// failed search runs again under the hard indicator behind its console line,
+// so that a stop comes where it comes with one thread; the pairs on a bound
+// go to `result.boundary`; the estimates fill `result.correlations` (p by
+// p, already sized), with 1 on the diagonal; `result.complete` is set.
+void FinishPolychoricMatrix(const PolychoricCategories& categories,
+                            int p,
+                            const PolychoricSearch& search,
+                            Progress& progress,
+                            std::vector<PolychoricEstimate>& estimates,
+                            PolychoricResult& result);
+
 // The polychoric correlation matrix of the p columns of `item_data` (n by p,
 // read only) into `result`. The pairs run on ThreadCount() threads while
 // `progress` shows the pair reached ("+" line); a failed quiet search is
